@@ -1,0 +1,31 @@
+// The names of the machine's facts, with their values when nobody has said anything.
+#pragma once
+
+namespace platform::facts {
+
+// The processor of the installed system: "x86" or "x64". A 32-bit process on "x64" runs under
+// WOW64.
+inline constexpr char kArchitecture[] = "windows.architecture";  // x64
+
+// The version record. The platform is 2 for the NT family, 1 for Windows 95, 98 and Me.
+inline constexpr char kPlatformId[] = "windows.platform";                // 2
+inline constexpr char kMajor[] = "windows.major";                        // 10
+inline constexpr char kMinor[] = "windows.minor";                        // 0
+inline constexpr char kBuild[] = "windows.build";                        // 19045
+inline constexpr char kProductType[] = "windows.product_type";           // 1 (workstation)
+inline constexpr char kSuiteMask[] = "windows.suite_mask";               // 0x100
+inline constexpr char kServicePackMajor[] = "windows.service_pack";      // 0
+inline constexpr char kServicePackText[] = "windows.service_pack_text";  // empty
+
+// The user of the calling process.
+inline constexpr char kUserName[] = "user.name";                      // Ada
+inline constexpr char kUserIsAdministrator[] = "user.administrator";  // 1
+inline constexpr char kUserIsElevated[] = "user.elevated";            // 0
+
+// Locale identifiers in decimal or with 0x.
+inline constexpr char kSystemLocale[] = "locale.system";  // 0x0409
+inline constexpr char kUserLocale[] = "locale.user";      // 0x0409
+// System metrics by number: "metric.42" = 0 and so on; 0 where nothing else is said.
+inline constexpr char kMetricPrefix[] = "metric.";
+
+}  // namespace platform::facts

@@ -1,0 +1,4 @@
+#include "platform/control/machine.h"
+int main() {
+  return 0;
+}
