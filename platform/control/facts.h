@@ -25,7 +25,14 @@ inline constexpr char kUserIsElevated[] = "user.elevated";            // 0
 // Locale identifiers in decimal or with 0x.
 inline constexpr char kSystemLocale[] = "locale.system";  // 0x0409
 inline constexpr char kUserLocale[] = "locale.user";      // 0x0409
-// System metrics by number: "metric.42" = 0 and so on; 0 where nothing else is said.
+// The ANSI code page.
+inline constexpr char kAnsiCodePage[] = "locale.ansi_code_page";  // that of the system locale
+// The font of dialogs.
+inline constexpr char kGuiFontFace[] = "font.gui.face";        // MS Shell Dlg
+inline constexpr char kGuiFontHeight[] = "font.gui.height";    // -11
+inline constexpr char kGuiFontCharset[] = "font.gui.charset";  // that of the ANSI code page
+// System metrics by number: "metric.42" = 0 and so on. Otherwise those of a screen of 1920 by 1080
+// at 96 dpi; the double-byte and Middle East ones follow the ANSI code page.
 inline constexpr char kMetricPrefix[] = "metric.";
 
 }  // namespace platform::facts

@@ -96,11 +96,13 @@ typedef struct tagPOINT {
   LONG x;
   LONG y;
 } POINT, *PPOINT, *LPPOINT;
+typedef POINT POINTL, *PPOINTL;
 
 typedef struct tagSIZE {
   LONG cx;
   LONG cy;
 } SIZE, *PSIZE, *LPSIZE;
+typedef SIZE SIZEL, *PSIZEL, *LPSIZEL;
 
 typedef struct tagRECT {
   LONG left;
@@ -109,6 +111,7 @@ typedef struct tagRECT {
   LONG bottom;
 } RECT, *PRECT, *LPRECT;
 typedef const RECT* LPCRECT;
+typedef RECT RECTL, *PRECTL, *LPRECTL;
 
 typedef struct _FILETIME {
   DWORD dwLowDateTime;

@@ -1,3 +1,257 @@
+// Windows, hooks, message boxes, cursors, metrics, registered names and the formatter of user32.
 #pragma once
 
+#include <wingdi.h>
 #include <winnt.h>
+
+#define MAKEINTRESOURCEW(id) ((LPWSTR)((ULONG_PTR)((WORD)(id))))
+#define MAKEINTRESOURCE MAKEINTRESOURCEW
+#define IS_INTRESOURCE(name) ((((ULONG_PTR)(name)) >> 16) == 0)
+#define MAKEINTATOM(atom) ((LPWSTR)((ULONG_PTR)((WORD)(atom))))
+
+#define SM_CXSCREEN 0
+#define SM_CYSCREEN 1
+#define SM_CXVSCROLL 2
+#define SM_CYCAPTION 4
+#define SM_CXICON 11
+#define SM_CYICON 12
+#define SM_DBCSENABLED 42
+#define SM_CXEDGE 45
+#define SM_CYEDGE 46
+#define SM_CXSMICON 49
+#define SM_CYSMICON 50
+#define SM_MIDEASTENABLED 74
+#define SM_TABLETPC 86
+#define SM_MEDIACENTER 87
+#define SM_STARTER 88
+#define SM_SERVERR2 89
+#define SM_REMOTESESSION 0x1000
+
+#define WS_POPUP 0x80000000u
+#define WS_CHILD 0x40000000
+#define WS_MINIMIZE 0x20000000
+#define WS_VISIBLE 0x10000000
+#define WS_DISABLED 0x08000000
+#define WS_CAPTION 0x00C00000
+#define WS_SYSMENU 0x00080000
+#define WS_TABSTOP 0x00010000
+#define WS_GROUP 0x00020000
+#define WS_EX_DLGMODALFRAME 0x00000001
+
+#define SS_LEFT 0x0000
+#define SS_ICON 0x0003
+#define BS_PUSHBUTTON 0x0000
+#define BS_DEFPUSHBUTTON 0x0001
+#define BN_CLICKED 0
+
+#define WM_CREATE 0x0001
+#define WM_DESTROY 0x0002
+#define WM_ACTIVATE 0x0006
+#define WM_ENABLE 0x000A
+#define WM_SETTEXT 0x000C
+#define WM_GETTEXT 0x000D
+#define WM_GETTEXTLENGTH 0x000E
+#define WM_CLOSE 0x0010
+#define WM_SETFONT 0x0030
+#define WM_GETFONT 0x0031
+#define WM_NCCREATE 0x0081
+#define WM_NCDESTROY 0x0082
+#define WM_INITDIALOG 0x0110
+#define WM_COMMAND 0x0111
+#define WM_USER 0x0400
+#define WM_APP 0x8000
+#define WA_INACTIVE 0
+#define WA_ACTIVE 1
+
+#define GWL_STYLE (-16)
+#define GWL_EXSTYLE (-20)
+#define GWLP_WNDPROC (-4)
+#define GWLP_HINSTANCE (-6)
+#define GWLP_HWNDPARENT (-8)
+#define GWLP_ID (-12)
+#define GWLP_USERDATA (-21)
+#define DWLP_MSGRESULT 0
+#define DWLP_DLGPROC (DWLP_MSGRESULT + sizeof(LRESULT))
+#define DWLP_USER (DWLP_DLGPROC + sizeof(DLGPROC))
+#define DLGWINDOWEXTRA 30
+
+#define WH_CBT 5
+#define HCBT_CREATEWND 3
+#define HCBT_DESTROYWND 4
+#define HCBT_ACTIVATE 5
+
+#define IDOK 1
+#define IDCANCEL 2
+#define IDABORT 3
+#define IDRETRY 4
+#define IDIGNORE 5
+#define IDYES 6
+#define IDNO 7
+
+#define MB_OK 0x00000000
+#define MB_OKCANCEL 0x00000001
+#define MB_ABORTRETRYIGNORE 0x00000002
+#define MB_YESNOCANCEL 0x00000003
+#define MB_YESNO 0x00000004
+#define MB_RETRYCANCEL 0x00000005
+#define MB_TYPEMASK 0x0000000F
+#define MB_ICONERROR 0x00000010
+#define MB_ICONQUESTION 0x00000020
+#define MB_ICONWARNING 0x00000030
+#define MB_ICONINFORMATION 0x00000040
+#define MB_ICONMASK 0x000000F0
+#define MB_DEFBUTTON2 0x00000100
+#define MB_DEFBUTTON3 0x00000200
+#define MB_DEFMASK 0x00000F00
+#define MB_SETFOREGROUND 0x00010000
+
+#define IDC_ARROW MAKEINTRESOURCEW(32512)
+#define IDC_WAIT MAKEINTRESOURCEW(32514)
+
+extern "C" {
+typedef LRESULT(CALLBACK* WNDPROC)(HWND, UINT, WPARAM, LPARAM);
+typedef INT_PTR(CALLBACK* DLGPROC)(HWND, UINT, WPARAM, LPARAM);
+typedef LRESULT(CALLBACK* HOOKPROC)(int code, WPARAM, LPARAM);
+typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
+}
+
+typedef struct tagWNDCLASSW {
+  UINT style;
+  WNDPROC lpfnWndProc;
+  int cbClsExtra;
+  int cbWndExtra;
+  HINSTANCE hInstance;
+  HICON hIcon;
+  HCURSOR hCursor;
+  HBRUSH hbrBackground;
+  LPCWSTR lpszMenuName;
+  LPCWSTR lpszClassName;
+} WNDCLASSW, *PWNDCLASSW, *LPWNDCLASSW;
+static_assert(sizeof(WNDCLASSW) == (sizeof(void*) == 4 ? 40 : 72));
+
+typedef struct tagCREATESTRUCTW {
+  LPVOID lpCreateParams;
+  HINSTANCE hInstance;
+  HMENU hMenu;
+  HWND hwndParent;
+  int cy;
+  int cx;
+  int y;
+  int x;
+  LONG style;
+  LPCWSTR lpszName;
+  LPCWSTR lpszClass;
+  DWORD dwExStyle;
+} CREATESTRUCTW, *LPCREATESTRUCTW;
+static_assert(sizeof(CREATESTRUCTW) == (sizeof(void*) == 4 ? 48 : 80));
+
+typedef struct tagCBT_CREATEWNDW {
+  CREATESTRUCTW* lpcs;
+  HWND hwndInsertAfter;
+} CBT_CREATEWNDW, *LPCBT_CREATEWNDW;
+
+typedef struct tagCBTACTIVATESTRUCT {
+  BOOL fMouse;
+  HWND hWndActive;
+} CBTACTIVATESTRUCT, *LPCBTACTIVATESTRUCT;
+
+#ifndef __LP64__
+#define GetWindowLongPtrW GetWindowLongW
+#define SetWindowLongPtrW SetWindowLongW
+#endif
+
+extern "C" {
+// Formats into a buffer of 1024 characters by user32's rules: no floating conversions, narrow text
+// is of the ANSI code page, a longer result is cut to 1023 characters. Always terminates; returns
+// the characters written without the terminator.
+int WINAPI wvsprintfW(LPWSTR buffer, LPCWSTR format, va_list arguments);
+
+// Upper- or lower-cases a terminated string in place and returns it; an argument below 0x10000 is a
+// single character, whose other case is returned.
+LPWSTR WINAPI CharUpperW(LPWSTR text);
+LPWSTR WINAPI CharLowerW(LPWSTR text);
+
+// The number, from 0xC000, of a name of 1 to 255 characters; the same for the same name, without
+// regard to case, in every process of the machine. Messages and clipboard formats share the
+// numbers. 0 on failure.
+UINT WINAPI RegisterWindowMessageW(LPCWSTR name);
+UINT WINAPI RegisterClipboardFormatW(LPCWSTR name);
+
+// The metric, in pixels where it is a length; 0 for one that is not known.
+int WINAPI GetSystemMetrics(int index);
+// A cursor of the system (`instance` must be null), which belongs to the system.
+HCURSOR WINAPI LoadCursorW(HINSTANCE instance, LPCWSTR name);
+// Makes `cursor` the current one; returns the previous one, null when there was none.
+HCURSOR WINAPI SetCursor(HCURSOR cursor);
+
+// Registers a class of this process; returns its atom, 0 on failure (ERROR_CLASS_ALREADY_EXISTS,
+// ERROR_INVALID_PARAMETER).
+ATOM WINAPI RegisterClassW(const WNDCLASSW* window_class);
+// FALSE when it does not exist (ERROR_CLASS_DOES_NOT_EXIST) or has windows
+// (ERROR_CLASS_HAS_WINDOWS).
+BOOL WINAPI UnregisterClassW(LPCWSTR name, HINSTANCE instance);
+// Finds a class of this process, or of the system when `instance` is null. The name in the result
+// is the caller's `name`. FALSE: ERROR_CLASS_DOES_NOT_EXIST.
+BOOL WINAPI GetClassInfoW(HINSTANCE instance, LPCWSTR name, LPWNDCLASSW window_class);
+
+// Creates a window of the calling thread; `parent` is the parent of a child (WS_CHILD), else the
+// owner; `menu` is the identifier of a child. Null on failure: ERROR_CANNOT_FIND_WND_CLASS,
+// ERROR_INVALID_WINDOW_HANDLE, or when WM_NCCREATE, WM_CREATE or a hook refused it.
+HWND WINAPI CreateWindowExW(DWORD ex_style, LPCWSTR class_name, LPCWSTR title, DWORD style, int x,
+                            int y, int width, int height, HWND parent, HMENU menu,
+                            HINSTANCE instance, LPVOID parameter);
+// Destroys a window of the calling thread (ERROR_ACCESS_DENIED: of another) with its children and
+// the windows that it owns.
+BOOL WINAPI DestroyWindow(HWND window);
+BOOL WINAPI IsWindow(HWND window);
+// Calls the window's procedure, on the thread that owns the window. 0 for a window of another
+// thread (ERROR_CALL_NOT_IMPLEMENTED).
+LRESULT WINAPI SendMessageW(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
+LRESULT WINAPI DefWindowProcW(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
+LRESULT WINAPI CallWindowProcW(WNDPROC previous, HWND window, UINT message, WPARAM wparam,
+                               LPARAM lparam);
+// Read and replace a field of the window (GWL_…, GWLP_…, or a byte offset into its extra bytes);
+// the result is the (previous) value, 0 on failure (ERROR_INVALID_WINDOW_HANDLE,
+// ERROR_INVALID_INDEX).
+LONG_PTR WINAPI GetWindowLongPtrW(HWND window, int index);
+LONG_PTR WINAPI SetWindowLongPtrW(HWND window, int index, LONG_PTR value);
+
+// A top-level window of this process by class name and title (null: any), without regard to case.
+HWND WINAPI FindWindowW(LPCWSTR class_name, LPCWSTR title);
+// Calls `callback` for the thread's top-level windows from the front to the back until it answers
+// FALSE; FALSE when it did, or when there are no windows.
+BOOL WINAPI EnumThreadWindows(DWORD thread, WNDENUMPROC callback, LPARAM parameter);
+// The window that was last active among `window` and the popups it owns; `window` itself when there
+// is none or it is owned.
+HWND WINAPI GetLastActivePopup(HWND window);
+// The parent of a child, the owner of a popup, else null.
+HWND WINAPI GetParent(HWND window);
+// The child with the identifier; null when there is none (ERROR_CONTROL_ID_NOT_FOUND).
+HWND WINAPI GetDlgItem(HWND dialog, int id);
+DWORD WINAPI GetWindowThreadProcessId(HWND window, LPDWORD process);
+BOOL WINAPI IsWindowEnabled(HWND window);
+// Returns whether the window was disabled before.
+BOOL WINAPI EnableWindow(HWND window, BOOL enable);
+BOOL WINAPI GetWindowRect(HWND window, LPRECT rectangle);
+
+// Buffers and results in characters, results without the terminator; the text is cut to fit.
+int WINAPI GetWindowTextW(HWND window, LPWSTR buffer, int capacity);
+BOOL WINAPI SetWindowTextW(HWND window, LPCWSTR text);
+int WINAPI GetClassNameW(HWND window, LPWSTR buffer, int capacity);
+
+// Values by name (without regard to case) that callers attach to a window. RemovePropW returns the
+// value removed, null when there was none.
+BOOL WINAPI SetPropW(HWND window, LPCWSTR name, HANDLE value);
+HANDLE WINAPI GetPropW(HWND window, LPCWSTR name);
+HANDLE WINAPI RemovePropW(HWND window, LPCWSTR name);
+
+// Hooks of one thread; WH_CBT with HCBT_CREATEWND, HCBT_DESTROYWND and HCBT_ACTIVATE. The hook set
+// last is called first and passes the call on with CallNextHookEx, which does not look at `hook`.
+HHOOK WINAPI SetWindowsHookExW(int type, HOOKPROC procedure, HINSTANCE module, DWORD thread);
+BOOL WINAPI UnhookWindowsHookEx(HHOOK hook);
+LRESULT WINAPI CallNextHookEx(HHOOK hook, int code, WPARAM wparam, LPARAM lparam);
+
+// Shows a box and returns the identifier of the button that ended it; 0 on failure. `owner` is
+// disabled meanwhile.
+int WINAPI MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR title, UINT style);
+}
