@@ -1,3 +1,9 @@
+// The process's surroundings.
 #pragma once
 
-#include <winnt.h>
+#include <minwinbase.h>
+
+extern "C" {
+DWORD WINAPI GetCurrentDirectoryW(DWORD capacity, LPWSTR buffer);
+BOOL WINAPI SetCurrentDirectoryW(LPCWSTR path);
+}

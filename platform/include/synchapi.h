@@ -1,3 +1,10 @@
+// Waiting.
 #pragma once
 
-#include <winnt.h>
+#include <minwinbase.h>
+
+#define INFINITE 0xFFFFFFFF
+
+extern "C" {
+void WINAPI Sleep(DWORD milliseconds);
+}
