@@ -1,0 +1,77 @@
+// The numbers of the language resource library's strings. Nothing but #define: the resource compiler reads this file.
+//
+// Kind says how the text is used. "template": inserts ^1, ^2, … are replaced by the texts listed; "printf": a
+// wvsprintfW format; "text": shown as it stands; "number": a decimal number. Capacity is what the callers' buffers hold,
+// in characters with the terminator; a longer text is cut there.
+#ifndef KV_RESOURCES_STRING_IDS_H
+#define KV_RESOURCES_STRING_IDS_H
+
+// The icon that windows show.
+#define IDI_PRODUCT 11
+
+// number; the product-kind code of the edition that this library belongs to. Capacity 260.
+#define IDS_PRODUCT_KIND 10060
+// template: 1 the product's name. The name of the product's virtual printer, as windows and messages call it.
+// Capacity 80.
+#define IDS_PRINTER_TITLE 10084
+
+// text; the Cancel button. Capacity 32.
+#define IDS_CANCEL 12001
+// number or paper name; the default paper size. Capacity 260.
+#define IDS_DEFAULT_PAPER 12002
+// text; the decimal separator that people of this language expect. Capacity 32.
+#define IDS_DECIMAL_SEPARATOR 12003
+// number, at least 1; the point size of small text in windows. Capacity 260.
+#define IDS_SMALL_TEXT_SIZE 12004
+// text; shown while a cancelled operation comes to its end, without the dots. Capacity 80.
+#define IDS_CANCELLING 12044
+// text; the caption of the additional button of message boxes, without the dots. Capacity 80.
+#define IDS_MORE_INFORMATION 12083
+
+// Reports. All are templates of capacity 1024. A "reason" is either empty or a full stop, an empty line and the system's
+// text without its closing full stop: it stands directly behind the sentence, before the template's own full stop.
+// 1 the printer's name; 2 the reason, or the separator and IDS_NEED_ADMINISTRATOR.
+#define IDS_PRINTER_NOT_CREATED 12094
+// 1 the file's name; 2 the destination's path.
+#define IDS_COPY_FAILED 12100
+// 1 the directory's path.
+#define IDS_DIRECTORY_NOT_CREATED 12101
+// 1 the file's name; 2 the reason.
+#define IDS_FILE_NOT_CREATED 12102
+// 1 the file's path; 2 (at one place) the reason.
+#define IDS_FILE_NOT_DELETED 12105
+// 1 the file's path.
+#define IDS_FILE_NOT_FOUND 12106
+// 1 the failed call's name; 2 the reason; 3 the product's name.
+#define IDS_MONITOR_NOT_INSTALLED 12110
+// 1 an internal routine's name or a short text in the developer's words.
+#define IDS_ROUTINE_FAILED 12111
+// 1 the library's file name; 2 the reason.
+#define IDS_LIBRARY_NOT_LOADED 12113
+// text; put in place of a reason when rights are missing: no full stop at its end.
+#define IDS_NEED_ADMINISTRATOR 12115
+// 1 what failed, in the developer's words.
+#define IDS_INTERNAL_ERROR 12117
+// No inserts.
+#define IDS_RESOURCE_ERROR 12118
+// 1 the file's name; 2 the reason.
+#define IDS_FILE_NOT_OPENED 12120
+// 1 the file's path; 2 the reason.
+#define IDS_READ_FAILED 12123
+// 1 the file's path; 2 the reason.
+#define IDS_SEEK_FAILED 12125
+// No inserts.
+#define IDS_OUT_OF_MEMORY 12126
+// 1 a call's or routine's name; 2 the reason, or a text such as "--timed out waiting for service".
+#define IDS_CALL_FAILED 12130
+// 1 the file's path; 2 the reason.
+#define IDS_WRITE_FAILED 12131
+
+// printf: two strings, the smaller and the larger dimension of a paper. Capacity 80.
+#define IDS_PAPER_SIZE_INCHES 12138
+#define IDS_PAPER_SIZE_MILLIMETRES 12140
+
+// template: 1 the product's name. A question with Retry and Cancel. Capacity 1024.
+#define IDS_GDIPLUS_MISSING 12232
+
+#endif

@@ -1,0 +1,46 @@
+#include "runtime/core/error_text.h"
+
+#include "runtime/text/text.h"
+#include "runtime/text/wide_text.h"
+
+namespace kv {
+namespace {
+
+constexpr WCHAR kSeparator[] = TEXT(".\n\n");
+constexpr int kSeparatorLength = 3;
+constexpr WCHAR kIdeographicFullStop = 0x3002;
+
+BOOL IsUsable(LPWSTR buffer, int capacity, DWORD code) {
+  if (buffer == nullptr || capacity <= 0) return FALSE;
+  buffer[0] = 0;
+  return capacity > kErrorTextMinimum && code != 0;
+}
+
+}  // namespace
+
+void GetSystemErrorText(DWORD code, LPWSTR buffer, int capacity) {
+  if (!IsUsable(buffer, capacity, code)) return;
+  if (FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0, buffer, capacity,
+                     nullptr) == 0) {
+    buffer[0] = 0;
+  }
+}
+
+void GetLastErrorText(LPWSTR buffer, int capacity) { GetSystemErrorText(GetLastError(), buffer, capacity); }
+
+void GetErrorSuffix(DWORD code, LPWSTR buffer, int capacity) {
+  if (!IsUsable(buffer, capacity, code)) return;
+  GetSystemErrorText(code, buffer, capacity);
+  if (buffer[0] == 0) return;
+  CopyStringW(buffer, capacity, kSeparator);
+  LPWSTR text = buffer + kSeparatorLength;
+  GetSystemErrorText(code, text, capacity - kSeparatorLength);
+  size_t length = View(text).size();
+  while (length > 0 && IsSpaceW(text[length - 1])) --length;
+  if (length > 0 && (text[length - 1] == '.' || text[length - 1] == kIdeographicFullStop)) --length;
+  text[length] = 0;
+}
+
+void GetLastErrorSuffix(LPWSTR buffer, int capacity) { GetErrorSuffix(GetLastError(), buffer, capacity); }
+
+}  // namespace kv

@@ -1,0 +1,43 @@
+#include "runtime/files/dll_directory.h"
+
+#include <new>
+
+#include "runtime/core/find_proc.h"
+#include "runtime/core/startup_context.h"
+
+namespace kv {
+
+CDllDirectory::CDllDirectory(LPCWSTR directory)
+    : getDllDirectory_(FindProc<decltype(getDllDirectory_)>(TEXT("kernel32"), "GetDllDirectoryW")),
+      setDllDirectory_(FindProc<decltype(setDllDirectory_)>(TEXT("kernel32"), "SetDllDirectoryW")) {
+  if (CanSetDllDirectory()) {
+    SaveDllDirectory();
+    setResult_ = setDllDirectory_(directory);
+  } else {
+    fallback_.reset(new (std::nothrow) CCurrentDirectory(directory));
+  }
+}
+
+CDllDirectory::~CDllDirectory() {
+  fallback_.reset();
+  // A null directory restores the default search order.
+  if (setResult_) setDllDirectory_(savedDllDirectory_.get());
+}
+
+BOOL CDllDirectory::CanSetDllDirectory() const {
+  const PlatformFacts& platform = startupContext.platform;
+  const bool systemHasIt =
+      platform.ntKind > kWindowsXp || (platform.ntKind == kWindowsXp && platform.servicePackMajor != 0);
+  return systemHasIt && getDllDirectory_ != nullptr && setDllDirectory_ != nullptr;
+}
+
+void CDllDirectory::SaveDllDirectory() {
+  const DWORD needed = getDllDirectory_(0, nullptr);
+  if (needed <= 1) return;
+  savedDllDirectory_.reset(new (std::nothrow) WCHAR[needed]);
+  if (savedDllDirectory_ == nullptr) return;
+  savedDllDirectory_[0] = 0;
+  getDllDirectory_(needed, savedDllDirectory_.get());
+}
+
+}  // namespace kv
