@@ -84,8 +84,8 @@ class ProductCallback {
   KV_API_ENTER_(function, error, true, __VA_ARGS__); \
   if (kv_call.Fails()) return failure
 // A function that returns its error code and leaves the last error alone.
-#define KV_API_STATUS(function, error, ...)          \
-  KV_API_ENTER_(function, error, true, __VA_ARGS__); \
+#define KV_API_STATUS(function, typical_error, ...)          \
+  KV_API_ENTER_(function, typical_error, true, __VA_ARGS__); \
   if (kv_call.error() != 0) return static_cast<decltype(::function(__VA_ARGS__))>(kv_call.error())
 // A function that cannot fail in practice, or that releases something: counted, never part of a
 // sweep, but a test may still let it fail by name.
