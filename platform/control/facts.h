@@ -19,6 +19,7 @@ inline constexpr char kServicePackText[] = "windows.service_pack_text";  // empt
 
 // The user of the calling process.
 inline constexpr char kUserName[] = "user.name";                      // Ada
+inline constexpr char kUserSid[] = "user.sid";                        // S-1-5-21-…-1001
 inline constexpr char kUserIsAdministrator[] = "user.administrator";  // 1
 inline constexpr char kUserIsElevated[] = "user.elevated";            // 0
 

@@ -1,0 +1,110 @@
+#include "platform/registry/initial_keys.h"
+
+#include "platform/control/facts.h"
+#include "platform/security/rights.h"
+
+namespace platform {
+namespace {
+
+struct InitialText {
+  const WCHAR* key;
+  const WCHAR* name;
+  const WCHAR* text;
+  DWORD type = REG_SZ;
+};
+
+template <size_t kCount>
+void Write(const RegistryKey& root, const InitialText (&texts)[kCount]) {
+  for (const InitialText& entry : texts) {
+    root.Create(entry.key).SetText(entry.name, entry.text, entry.type);
+  }
+}
+
+constexpr const WCHAR* kWindows = TEXT("Microsoft\\Windows\\CurrentVersion");
+constexpr const WCHAR* kWindowsNt = TEXT("Microsoft\\Windows NT\\CurrentVersion");
+constexpr const WCHAR* kEnvironment =
+    TEXT("CurrentControlSet\\Control\\Session Manager\\Environment");
+constexpr const WCHAR* kShellFolders =
+    TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders");
+constexpr const WCHAR* kUserShellFolders =
+    TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders");
+
+constexpr InitialText kSystemTexts[] = {
+    {kEnvironment, TEXT("ComSpec"), TEXT("%SystemRoot%\\system32\\cmd.exe"), REG_EXPAND_SZ},
+    {kEnvironment, TEXT("OS"), TEXT("Windows_NT")},
+    {kEnvironment, TEXT("Path"), TEXT("%SystemRoot%\\system32;%SystemRoot%"), REG_EXPAND_SZ},
+    {kEnvironment, TEXT("PATHEXT"), TEXT(".COM;.EXE;.BAT;.CMD")},
+    {kEnvironment, TEXT("TEMP"), TEXT("%SystemRoot%\\TEMP"), REG_EXPAND_SZ},
+    {kEnvironment, TEXT("TMP"), TEXT("%SystemRoot%\\TEMP"), REG_EXPAND_SZ},
+    {kEnvironment, TEXT("windir"), TEXT("%SystemRoot%"), REG_EXPAND_SZ},
+};
+
+constexpr InitialText kSoftwareTexts[] = {
+    {kWindows, TEXT("ProgramFilesDir"), TEXT("C:\\Program Files")},
+    {kWindows, TEXT("CommonFilesDir"), TEXT("C:\\Program Files\\Common Files")},
+    {kWindows, TEXT("DevicePath"), TEXT("%SystemRoot%\\inf"), REG_EXPAND_SZ},
+};
+
+constexpr InitialText kUserFolders[] = {
+    {kUserShellFolders, TEXT("AppData"), TEXT("%USERPROFILE%\\AppData\\Roaming"), REG_EXPAND_SZ},
+    {kUserShellFolders, TEXT("Local AppData"), TEXT("%USERPROFILE%\\AppData\\Local"),
+     REG_EXPAND_SZ},
+    {kUserShellFolders, TEXT("Desktop"), TEXT("%USERPROFILE%\\Desktop"), REG_EXPAND_SZ},
+    {kUserShellFolders, TEXT("Personal"), TEXT("%USERPROFILE%\\Documents"), REG_EXPAND_SZ},
+    {TEXT("Environment"), TEXT("TEMP"), TEXT("%USERPROFILE%\\AppData\\Local\\Temp"), REG_EXPAND_SZ},
+    {TEXT("Environment"), TEXT("TMP"), TEXT("%USERPROFILE%\\AppData\\Local\\Temp"), REG_EXPAND_SZ},
+};
+
+WideString FactText(std::string_view name, std::string_view otherwise) {
+  return ToWide(Fact(name, otherwise));
+}
+
+// The NT version as the registry tells it: it stays at 6.3 from Windows 10 on.
+WideString VersionText() {
+  if (FactNumber(facts::kMajor, 10) >= 10) return TEXT("6.3");
+  return FactText(facts::kMajor, "10") + TEXT(".") + FactText(facts::kMinor, "0");
+}
+
+}  // namespace
+
+void FillSoftwareHive(const RegistryKey& root) {
+  root.Create(TEXT("Classes"));
+  Write(root, kSoftwareTexts);
+  const RegistryKey version = root.Create(kWindowsNt);
+  version.SetText(TEXT("CurrentVersion"), VersionText());
+  version.SetText(TEXT("CurrentBuild"), FactText(facts::kBuild, "19045"));
+  version.SetText(TEXT("CurrentBuildNumber"), FactText(facts::kBuild, "19045"));
+  version.SetText(TEXT("SystemRoot"), TEXT("C:\\Windows"));
+  if (const WideString pack = FactText(facts::kServicePackText, ""); !pack.empty()) {
+    version.SetText(TEXT("CSDVersion"), pack);
+  }
+  root.Create(WideString(kWindows) + TEXT("\\SharedDLLs"));
+  const RegistryKey profile = version.Create(WideString(TEXT("ProfileList\\")) + CallerSid());
+  profile.SetText(TEXT("ProfileImagePath"), TEXT("C:\\Users\\") + FactText(facts::kUserName, "Ada"),
+                  REG_EXPAND_SZ);
+}
+
+void FillSystemHive(const RegistryKey& root) {
+  Write(root, kSystemTexts);
+  const long product = FactNumber(facts::kProductType, VER_NT_WORKSTATION);
+  const WCHAR* product_text = product == VER_NT_WORKSTATION         ? TEXT("WinNT")
+                              : product == VER_NT_DOMAIN_CONTROLLER ? TEXT("LanmanNT")
+                                                                    : TEXT("ServerNT");
+  root.Create(TEXT("CurrentControlSet\\Control\\ProductOptions"))
+      .SetText(TEXT("ProductType"), product_text);
+  root.Create(kEnvironment)
+      .SetText(TEXT("PROCESSOR_ARCHITECTURE"),
+               Fact(facts::kArchitecture, "x64") == "x64" ? TEXT("AMD64") : TEXT("x86"));
+}
+
+void FillUserHive(const RegistryKey& root) {
+  Write(root, kUserFolders);
+  const WideString profile = TEXT("C:\\Users\\") + FactText(facts::kUserName, "Ada");
+  const RegistryKey folders = root.Create(kShellFolders);
+  folders.SetText(TEXT("AppData"), profile + TEXT("\\AppData\\Roaming"));
+  folders.SetText(TEXT("Local AppData"), profile + TEXT("\\AppData\\Local"));
+  folders.SetText(TEXT("Desktop"), profile + TEXT("\\Desktop"));
+  folders.SetText(TEXT("Personal"), profile + TEXT("\\Documents"));
+}
+
+}  // namespace platform

@@ -1,0 +1,13 @@
+// What the registry of a freshly installed machine holds.
+#pragma once
+
+#include "platform/registry/registry.h"
+
+namespace platform {
+
+// Each takes the root of the empty hive.
+void FillSoftwareHive(const RegistryKey& root);
+void FillSystemHive(const RegistryKey& root);
+void FillUserHive(const RegistryKey& root);
+
+}  // namespace platform
