@@ -20,7 +20,7 @@ function(kv_resource_image)
     OUTPUT ${IMAGE_OUTPUT}
     COMMAND ${CMAKE_CXX_COMPILER} -E -P -xc -DRC_INVOKED -I${folder} ${source} -o ${work}.i.rc
     COMMAND ${KV_LLVM_RC} -no-cpp /C 65001 /I ${folder} /FO ${work}.res ${work}.i.rc
-    COMMAND ${KV_LLD_LINK} /dll /noentry /Brepro /machine:${KV_PE_MACHINE} /out:${IMAGE_OUTPUT} ${work}.res
+    COMMAND ${KV_LLD_LINK} /dll /noentry /Brepro /machine:${KV_PE_MACHINE} /implib:${work}.lib /out:${IMAGE_OUTPUT} ${work}.res
     DEPENDS ${source} ${IMAGE_DEPENDS}
     VERBATIM)
 endfunction()

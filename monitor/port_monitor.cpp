@@ -13,30 +13,32 @@ namespace kv {
 namespace {
 
 constexpr MONITOR kOperations = {
-    EnumPorts,     // pfnEnumPorts
-    OpenPort,      // pfnOpenPort
-    nullptr,       // pfnOpenPortEx: this is a port monitor, not a language monitor
-    StartDocPort,  // pfnStartDocPort
-    WritePort,     // pfnWritePort
-    ReadPort,      // pfnReadPort
-    EndDocPort,    // pfnEndDocPort
-    ClosePort,     // pfnClosePort
-    AddPort,       // pfnAddPort
-    AddPortEx,     // pfnAddPortEx
-    ConfigurePort, // pfnConfigurePort
-    DeletePort,    // pfnDeletePort
-    nullptr,       // pfnGetPrinterDataFromPort
-    nullptr,       // pfnSetPortTimeOuts
-    nullptr,       // pfnXcvOpenPort
-    nullptr,       // pfnXcvDataPort
-    nullptr,       // pfnXcvClosePort
+    EnumPorts,      // pfnEnumPorts
+    OpenPort,       // pfnOpenPort
+    nullptr,        // pfnOpenPortEx: this is a port monitor, not a language monitor
+    StartDocPort,   // pfnStartDocPort
+    WritePort,      // pfnWritePort
+    ReadPort,       // pfnReadPort
+    EndDocPort,     // pfnEndDocPort
+    ClosePort,      // pfnClosePort
+    AddPort,        // pfnAddPort
+    AddPortEx,      // pfnAddPortEx
+    ConfigurePort,  // pfnConfigurePort
+    DeletePort,     // pfnDeletePort
+    nullptr,        // pfnGetPrinterDataFromPort
+    nullptr,        // pfnSetPortTimeOuts
+    nullptr,        // pfnXcvOpenPort
+    nullptr,        // pfnXcvDataPort
+    nullptr,        // pfnXcvClosePort
 };
 static_assert(sizeof(MONITOR) == 17 * sizeof(void*));
 static_assert(sizeof(MONITOREX) == 18 * sizeof(void*));
 
 MONITOREX monitorEx = {0, kOperations};
 
-DWORD SizeWithTerminator(LPCWSTR text) { return static_cast<DWORD>((View(text).size() + 1) * sizeof(WCHAR)); }
+DWORD SizeWithTerminator(LPCWSTR text) {
+  return static_cast<DWORD>((View(text).size() + 1) * sizeof(WCHAR));
+}
 
 // Copies `text` so that it ends where `end` points; returns where it begins.
 LPWSTR PackBefore(LPBYTE end, LPCWSTR text) {
@@ -46,7 +48,8 @@ LPWSTR PackBefore(LPBYTE end, LPCWSTR text) {
 
 }  // namespace
 
-BOOL WINAPI EnumPorts(LPWSTR, DWORD level, LPBYTE ports, DWORD size, LPDWORD needed, LPDWORD returned) {
+BOOL WINAPI EnumPorts(LPWSTR, DWORD level, LPBYTE ports, DWORD size, LPDWORD needed,
+                      LPDWORD returned) {
   const DWORD portNameSize = SizeWithTerminator(startupContext.portName);
   const DWORD productNameSize = SizeWithTerminator(startupContext.productName);
   DWORD bytes = 0;
@@ -74,8 +77,10 @@ BOOL WINAPI EnumPorts(LPWSTR, DWORD level, LPBYTE ports, DWORD size, LPDWORD nee
     const auto port = reinterpret_cast<PORT_INFO_2W*>(ports);
     *port = {};
     port->pPortName = PackBefore(end, startupContext.portName);
-    port->pMonitorName = PackBefore(reinterpret_cast<LPBYTE>(port->pPortName), startupContext.productName);
-    port->pDescription = PackBefore(reinterpret_cast<LPBYTE>(port->pMonitorName), startupContext.productName);
+    port->pMonitorName =
+        PackBefore(reinterpret_cast<LPBYTE>(port->pPortName), startupContext.productName);
+    port->pDescription =
+        PackBefore(reinterpret_cast<LPBYTE>(port->pMonitorName), startupContext.productName);
     port->fPortType = PORT_TYPE_WRITE;
   }
   *returned = 1;
@@ -128,10 +133,18 @@ BOOL WINAPI ClosePort(HANDLE port) {
   return TRUE;
 }
 
-BOOL WINAPI AddPort(LPWSTR, HWND, LPWSTR) { return TRUE; }
-BOOL WINAPI AddPortEx(LPWSTR, DWORD, LPBYTE, LPWSTR) { return TRUE; }
-BOOL WINAPI ConfigurePort(LPWSTR, HWND, LPWSTR) { return TRUE; }
-BOOL WINAPI DeletePort(LPWSTR, HWND, LPWSTR) { return TRUE; }
+BOOL WINAPI AddPort(LPWSTR, HWND, LPWSTR) {
+  return TRUE;
+}
+BOOL WINAPI AddPortEx(LPWSTR, DWORD, LPBYTE, LPWSTR) {
+  return TRUE;
+}
+BOOL WINAPI ConfigurePort(LPWSTR, HWND, LPWSTR) {
+  return TRUE;
+}
+BOOL WINAPI DeletePort(LPWSTR, HWND, LPWSTR) {
+  return TRUE;
+}
 
 }  // namespace kv
 

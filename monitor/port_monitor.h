@@ -1,5 +1,5 @@
-// The port KVR8: a sink that takes every job. The spooler calls these operations from its own threads; each port handle
-// has its own record, so nothing is locked.
+// The port KVR8: a sink that takes every job. The spooler calls these operations from its own
+// threads; each port handle has its own record, so nothing is locked.
 #pragma once
 
 #include "runtime/core/win.h"
@@ -8,17 +8,20 @@ namespace kv {
 
 // What a port handle points at. Owned by the spooler's handle from OpenPort to ClosePort.
 struct PortInfo {
-  HANDLE hPrinter;  // open from StartDocPort to EndDocPort; plain, because ClosePort leaves an open one alone
+  HANDLE hPrinter;  // open from StartDocPort to EndDocPort; plain, because ClosePort leaves an open
+                    // one alone
   DWORD jobId;      // of the last StartDocPort that succeeded
 };
 
 // The signatures are those of the platform's MONITOR table. Arguments without a name are ignored.
 
-// Describes the one port at level 1 or 2 in `ports` of `size` bytes; its strings lie at the end of the buffer. *needed
-// gets the bytes needed, *returned the number of records. FALSE with ERROR_INVALID_LEVEL (both numbers untouched) or
-// ERROR_INSUFFICIENT_BUFFER.
-BOOL WINAPI EnumPorts(LPWSTR, DWORD level, LPBYTE ports, DWORD size, LPDWORD needed, LPDWORD returned);
-// A new port handle, whatever the port's name. FALSE, after the internal-error box, when memory runs out.
+// Describes the one port at level 1 or 2 in `ports` of `size` bytes; its strings lie at the end of
+// the buffer. *needed gets the bytes needed, *returned the number of records. FALSE with
+// ERROR_INVALID_LEVEL (both numbers untouched) or ERROR_INSUFFICIENT_BUFFER.
+BOOL WINAPI EnumPorts(LPWSTR, DWORD level, LPBYTE ports, DWORD size, LPDWORD needed,
+                      LPDWORD returned);
+// A new port handle, whatever the port's name. FALSE, after the internal-error box, when memory
+// runs out.
 BOOL WINAPI OpenPort(LPWSTR, PHANDLE port);
 // Opens the printer for the job. FALSE with OpenPrinterW's last error.
 BOOL WINAPI StartDocPort(HANDLE port, LPWSTR printerName, DWORD jobId, DWORD, LPBYTE);

@@ -74,4 +74,37 @@
 // template: 1 the product's name. A question with Retry and Cancel. Capacity 1024.
 #define IDS_GDIPLUS_MISSING 12232
 
+// Texts of the command-line program. All are templates, or texts without inserts; capacity 2048.
+#define IDS_CTL_HELP 14000  // text; the head of the help text
+#define IDS_CTL_SEE_HELP 14001  // 1 the command
+#define IDS_CTL_UNKNOWN_COMMAND 14002  // 1 the word
+#define IDS_CTL_UNKNOWN_OPTION 14003  // 1 the option
+#define IDS_CTL_VALUE_MISSING 14004  // 1 the option
+#define IDS_CTL_UNEXPECTED_VALUE 14005  // 1 the option
+#define IDS_CTL_OPERAND_MISSING 14006  // text
+#define IDS_CTL_UNEXPECTED_OPERAND 14007  // 1 the word
+#define IDS_CTL_ERROR_NUMBER 14008  // 1 the number
+#define IDS_CTL_PORTS_SUMMARY 14010  // text
+#define IDS_CTL_PORTS_USAGE 14011  // text
+#define IDS_CTL_CANNOT_LIST_PORTS 14012  // text
+#define IDS_CTL_MONITORS_SUMMARY 14013  // text
+#define IDS_CTL_MONITORS_USAGE 14014  // text
+#define IDS_CTL_CANNOT_LIST_MONITORS 14015  // text
+#define IDS_CTL_INSTALL_SUMMARY 14020  // text
+#define IDS_CTL_INSTALL_USAGE 14021  // text
+#define IDS_CTL_CANNOT_COPY 14022  // 1 the source; 2 the destination
+#define IDS_CTL_CANNOT_ADD_MONITOR 14023  // 1 the monitor's name
+#define IDS_CTL_CANNOT_ADD_PRINTER 14024  // 1 the printer's name
+#define IDS_CTL_DRIVER_MISSING 14025  // 1 the driver's name
+#define IDS_CTL_INSTALLED 14026  // 1 the printer's name; 2 the port; 3 the driver
+#define IDS_CTL_PRINT_SUMMARY 14030  // text
+#define IDS_CTL_PRINT_USAGE 14031  // text
+#define IDS_CTL_NO_PRINTER 14032  // 1 the port
+#define IDS_CTL_CANNOT_OPEN 14033  // 1 the file
+#define IDS_CTL_CANNOT_READ 14034  // 1 the file
+#define IDS_CTL_CANNOT_START_JOB 14035  // 1 the printer
+#define IDS_CTL_CANNOT_WRITE_JOB 14036  // 1 the printer
+#define IDS_CTL_CANNOT_END_JOB 14037  // 1 the printer
+#define IDS_CTL_PRINTED 14038  // 1 the file; 2 the job number; 3 bytes sent; 4 bytes accepted; 5 the size; 6 the duration; 7 the speed as a size
+
 #endif

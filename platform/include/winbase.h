@@ -2,6 +2,7 @@
 #pragma once
 
 #include <crt_format.h>
+#include <consoleapi.h>
 #include <errhandlingapi.h>
 #include <fileapi.h>
 #include <handleapi.h>

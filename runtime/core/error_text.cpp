@@ -20,13 +20,15 @@ BOOL IsUsable(LPWSTR buffer, int capacity, DWORD code) {
 
 void GetSystemErrorText(DWORD code, LPWSTR buffer, int capacity) {
   if (!IsUsable(buffer, capacity, code)) return;
-  if (FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0, buffer, capacity,
-                     nullptr) == 0) {
+  if (FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0,
+                     buffer, capacity, nullptr) == 0) {
     buffer[0] = 0;
   }
 }
 
-void GetLastErrorText(LPWSTR buffer, int capacity) { GetSystemErrorText(GetLastError(), buffer, capacity); }
+void GetLastErrorText(LPWSTR buffer, int capacity) {
+  GetSystemErrorText(GetLastError(), buffer, capacity);
+}
 
 void GetErrorSuffix(DWORD code, LPWSTR buffer, int capacity) {
   if (!IsUsable(buffer, capacity, code)) return;
@@ -41,6 +43,8 @@ void GetErrorSuffix(DWORD code, LPWSTR buffer, int capacity) {
   text[length] = 0;
 }
 
-void GetLastErrorSuffix(LPWSTR buffer, int capacity) { GetErrorSuffix(GetLastError(), buffer, capacity); }
+void GetLastErrorSuffix(LPWSTR buffer, int capacity) {
+  GetErrorSuffix(GetLastError(), buffer, capacity);
+}
 
 }  // namespace kv

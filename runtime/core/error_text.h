@@ -9,14 +9,14 @@ constexpr int kErrorTextCapacity = 256;
 // Buffers of this many characters or fewer are only emptied.
 constexpr int kErrorTextMinimum = 80;
 
-// The functions below empty `buffer` of `capacity` characters first, and leave it empty when it is null, too small
-// (kErrorTextMinimum), the code is 0 or the system has no text for it.
+// The functions below empty `buffer` of `capacity` characters first, and leave it empty when it is
+// null, too small (kErrorTextMinimum), the code is 0 or the system has no text for it.
 
 // The system's text for `code` in the default language (FormatMessageW).
 void GetSystemErrorText(DWORD code, LPWSTR buffer, int capacity);
 void GetLastErrorText(LPWSTR buffer, int capacity);
-// What is put behind a sentence that ends with the insert and a full stop: ".", an empty line and the system's text
-// without its closing full stop and white space.
+// What is put behind a sentence that ends with the insert and a full stop: ".", an empty line and
+// the system's text without its closing full stop and white space.
 void GetErrorSuffix(DWORD code, LPWSTR buffer, int capacity);
 void GetLastErrorSuffix(LPWSTR buffer, int capacity);
 

@@ -5,8 +5,8 @@
 
 namespace kv {
 
-// The export `name` of `module` as a function pointer of type Function; null when the module is null or has no such
-// export (GetProcAddress's last error stays).
+// The export `name` of `module` as a function pointer of type Function; null when the module is
+// null or has no such export (GetProcAddress's last error stays).
 template <class Function>
 Function FindProc(HMODULE module, LPCSTR name) {
   if (module == nullptr) return nullptr;

@@ -89,7 +89,8 @@ using UniqueGlobal = UniqueResource<GlobalMemoryTraits>;
 // Keeps a block of global memory locked.
 class GlobalLockScope {
  public:
-  explicit GlobalLockScope(HGLOBAL block) : block_(block), data_(block == nullptr ? nullptr : GlobalLock(block)) {}
+  explicit GlobalLockScope(HGLOBAL block)
+      : block_(block), data_(block == nullptr ? nullptr : GlobalLock(block)) {}
   ~GlobalLockScope() {
     if (data_ != nullptr) GlobalUnlock(block_);
   }

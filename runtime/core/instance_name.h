@@ -1,4 +1,5 @@
-// The names that make window messages unique to the product version and window properties unique to the loaded copy.
+// The names that make window messages unique to the product version and window properties unique to
+// the loaded copy.
 #pragma once
 
 #include "runtime/core/win.h"
@@ -7,17 +8,17 @@ namespace kv {
 
 class InstanceName {
  public:
-  // Copies `source`; creates fresh names when it is null: a new UUID, or where the system cannot make a globally unique
-  // one, a text with the time in seconds and a zero `guid`.
+  // Copies `source`; creates fresh names when it is null: a new UUID, or where the system cannot
+  // make a globally unique one, a text with the time in seconds and a zero `guid`.
   explicit InstanceName(const InstanceName* source = nullptr);
 
-  // "%s-%s" of baseName and `suffix`: the name of a registered window message, the same in every process of this
-  // product version. `output` holds `capacity` characters; a longer name is cut.
+  // "%s-%s" of baseName and `suffix`: the name of a registered window message, the same in every
+  // process of this product version. `output` holds `capacity` characters; a longer name is cut.
   void MakeMessageName(LPWSTR output, int capacity, LPCWSTR suffix) const;
   // "%s-%s" of guidText and `suffix`: the name of a window property of this loaded copy.
   void MakeUniqueName(LPWSTR output, int capacity, LPCWSTR suffix) const;
-  // The number of the registered message MakeMessageName(`name`); 0 when RegisterWindowMessageW fails, whose last error
-  // stays.
+  // The number of the registered message MakeMessageName(`name`); 0 when RegisterWindowMessageW
+  // fails, whose last error stays.
   UINT RegisterMessage(LPCWSTR name) const;
 
   const UUID& guid() const { return guid_; }

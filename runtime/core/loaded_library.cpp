@@ -41,7 +41,9 @@ LoadedLibrary::LoadedLibrary(LPCWSTR fileName, Quiet quiet) {
   if (!View(fileName).empty()) Load(fileName, quiet);
 }
 
-LoadedLibrary::~LoadedLibrary() { Free(); }
+LoadedLibrary::~LoadedLibrary() {
+  Free();
+}
 
 void LoadedLibrary::Free() {
   fileTitle_.reset();
@@ -82,6 +84,8 @@ BOOL LoadedLibrary::GetDllVersion(DLLVERSIONINFO& version) const {
   return getVersion != nullptr && getVersion(&version) == S_OK;
 }
 
-HMODULE LoadedLibrary::Detach() { return std::exchange(hModule_, nullptr); }
+HMODULE LoadedLibrary::Detach() {
+  return std::exchange(hModule_, nullptr);
+}
 
 }  // namespace kv

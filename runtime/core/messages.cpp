@@ -42,11 +42,14 @@ int ShowMessage(LPCWSTR text, UINT style) {
   return MessageBoxW(FindOwnerWindow(0), text, title, style);
 }
 
-void SetMessageSink(MessageSink sink) { startupContext.messageSink = sink; }
+void SetMessageSink(MessageSink sink) {
+  startupContext.messageSink = sink;
+}
 
 HWND FindOwnerWindow(DWORD threadId) {
   HWND owner = nullptr;
-  EnumThreadWindows(threadId == 0 ? GetCurrentThreadId() : threadId, ConsiderOwner, reinterpret_cast<LPARAM>(&owner));
+  EnumThreadWindows(threadId == 0 ? GetCurrentThreadId() : threadId, ConsiderOwner,
+                    reinterpret_cast<LPARAM>(&owner));
   return owner;
 }
 
@@ -120,11 +123,17 @@ int AskYesNoCancelF(LPCWSTR format, ...) {
   return answer;
 }
 
-int ShowInternalError(LPCWSTR what) { return ShowError(IDS_INTERNAL_ERROR, what); }
+int ShowInternalError(LPCWSTR what) {
+  return ShowError(IDS_INTERNAL_ERROR, what);
+}
 
-int ShowResourceError() { return ShowError(IDS_RESOURCE_ERROR); }
+int ShowResourceError() {
+  return ShowError(IDS_RESOURCE_ERROR);
+}
 
-int ShowLastError(LPCWSTR call) { return ShowErrorCode(call, GetLastError()); }
+int ShowLastError(LPCWSTR call) {
+  return ShowErrorCode(call, GetLastError());
+}
 
 int ShowErrorCode(LPCWSTR call, DWORD code) {
   WCHAR reason[kErrorTextCapacity];

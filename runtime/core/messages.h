@@ -1,8 +1,10 @@
-// Reports to the user. Every report of the library goes through ShowMessage; the Silent setting turns all boxes off.
+// Reports to the user. Every report of the library goes through ShowMessage; the Silent setting
+// turns all boxes off.
 //
-// Each family of boxes has a form that takes the number of a string of the language resource library and its inserts,
-// and a form (…F) that takes a wvsprintfW format and its arguments; both texts are cut to 1023 characters. All return
-// the button that the user chose, or without a box the likely answer: IDYES for questions with Yes and No, else IDOK.
+// Each family of boxes has a form that takes the number of a string of the language resource
+// library and its inserts, and a form (…F) that takes a wvsprintfW format and its arguments; both
+// texts are cut to 1023 characters. All return the button that the user chose, or without a box the
+// likely answer: IDYES for questions with Yes and No, else IDOK.
 #pragma once
 
 #include "runtime/core/resource_text.h"
@@ -10,16 +12,18 @@
 
 namespace kv {
 
-// Shows `text` with the MessageBoxW style `style`, titled with the product's name and owned by the window that
-// FindOwnerWindow finds for the calling thread. Nothing is shown for an empty text or when the Silent setting is on.
+// Shows `text` with the MessageBoxW style `style`, titled with the product's name and owned by the
+// window that FindOwnerWindow finds for the calling thread. Nothing is shown for an empty text or
+// when the Silent setting is on.
 int ShowMessage(LPCWSTR text, UINT style);
 
-// Where reports go instead of a message box, for a program without windows; it returns the chosen button.
+// Where reports go instead of a message box, for a program without windows; it returns the chosen
+// button.
 using MessageSink = int (*)(LPCWSTR text, LPCWSTR title, UINT style);
 void SetMessageSink(MessageSink sink);
 
-// The window that should own a box of the thread (0: the calling thread): the last active popup of its first visible,
-// enabled popup window, else that of its last visible one, else null.
+// The window that should own a box of the thread (0: the calling thread): the last active popup of
+// its first visible, enabled popup window, else that of its last visible one, else null.
 HWND FindOwnerWindow(DWORD threadId);
 
 // Styles of the box families; each brings its box to the foreground.
@@ -79,7 +83,8 @@ int ShowWarningF(LPCWSTR format, ...);
 int AskYesNoF(LPCWSTR format, ...);
 int AskYesNoCancelF(LPCWSTR format, ...);
 
-// An allocation or another internal step failed; `what` names it in the developer's words ("new PortInfo failed").
+// An allocation or another internal step failed; `what` names it in the developer's words ("new
+// PortInfo failed").
 int ShowInternalError(LPCWSTR what);
 // A resource could not be read.
 int ShowResourceError();

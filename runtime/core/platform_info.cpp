@@ -13,7 +13,9 @@ namespace {
 constexpr DWORD kNotNtFamily = 0x80000000;
 constexpr DWORD kUnknownArchitecture = 0xFFFF;
 
-constexpr WORD Version(int major, int minor) { return static_cast<WORD>(major * 256 + minor); }
+constexpr WORD Version(int major, int minor) {
+  return static_cast<WORD>(major * 256 + minor);
+}
 
 // What the system says of its version; the product type is known from the extended record only.
 struct VersionRecord {
@@ -78,13 +80,13 @@ BOOL IsServerByRegistry() {
   constexpr DWORD kProductTypeBytes = 512;
   UniqueKey key;
   WCHAR text[kProductTypeBytes / sizeof(WCHAR) + 1] = {};
-  if (RegOpenKeyW(HKEY_LOCAL_MACHINE, TEXT("System\\CurrentControlSet\\Control\\ProductOptions"), key.Receive()) !=
-      ERROR_SUCCESS) {
+  if (RegOpenKeyW(HKEY_LOCAL_MACHINE, TEXT("System\\CurrentControlSet\\Control\\ProductOptions"),
+                  key.Receive()) != ERROR_SUCCESS) {
     return FALSE;
   }
   DWORD size = kProductTypeBytes;
-  if (RegQueryValueExW(key.Get(), TEXT("ProductType"), nullptr, nullptr, reinterpret_cast<BYTE*>(text), &size) !=
-      ERROR_SUCCESS) {
+  if (RegQueryValueExW(key.Get(), TEXT("ProductType"), nullptr, nullptr,
+                       reinterpret_cast<BYTE*>(text), &size) != ERROR_SUCCESS) {
     text[0] = 0;
   }
   return EqualAsciiNoCase(text, TEXT("ServerNt"));
@@ -106,7 +108,8 @@ PlatformFacts FindOutPlatformFacts(bool wantServer, bool wantComctl) {
   VersionRecord record;
   if (!ReadVersionRecord(record)) return facts;
   const WORD version = Version(record.info.dwMajorVersion, record.info.dwMinorVersion);
-  if (record.info.dwPlatformId == VER_PLATFORM_WIN32_WINDOWS) facts.win9xKind = Win9xKindOf(version);
+  if (record.info.dwPlatformId == VER_PLATFORM_WIN32_WINDOWS)
+    facts.win9xKind = Win9xKindOf(version);
   if (record.info.dwPlatformId == VER_PLATFORM_WIN32_NT) {
     facts.ntKind = NtKindOf(version, record.IsWorkstation());
     if (wantServer) {
@@ -130,8 +133,8 @@ void Store(Number* out, Number value) {
 
 }  // namespace
 
-void GetPlatformInfo(DWORD* win9xKind, DWORD* ntKind, DWORD* wow64Arch, DWORD* isServer, WORD* osMajor, WORD* osMinor,
-                     WORD* servicePackMajor, WORD* comctlMajor) {
+void GetPlatformInfo(DWORD* win9xKind, DWORD* ntKind, DWORD* wow64Arch, DWORD* isServer,
+                     WORD* osMajor, WORD* osMinor, WORD* servicePackMajor, WORD* comctlMajor) {
   const PlatformFacts facts = FindOutPlatformFacts(isServer != nullptr, comctlMajor != nullptr);
   Store(win9xKind, facts.win9xKind);
   Store(ntKind, facts.ntKind);
@@ -144,15 +147,17 @@ void GetPlatformInfo(DWORD* win9xKind, DWORD* ntKind, DWORD* wow64Arch, DWORD* i
 }
 
 void ReadPlatformFacts(PlatformFacts& facts) {
-  GetPlatformInfo(&facts.win9xKind, &facts.ntKind, &facts.wow64Arch, &facts.isServer, &facts.osMajor, &facts.osMinor,
-                  &facts.servicePackMajor, &facts.comctlMajor);
+  GetPlatformInfo(&facts.win9xKind, &facts.ntKind, &facts.wow64Arch, &facts.isServer,
+                  &facts.osMajor, &facts.osMinor, &facts.servicePackMajor, &facts.comctlMajor);
 }
 
 DWORD GetWow64Arch() {
-  const auto isWow64Process = FindProc<BOOL(WINAPI*)(HANDLE, BOOL*)>(TEXT("kernel32"), "IsWow64Process");
+  const auto isWow64Process =
+      FindProc<BOOL(WINAPI*)(HANDLE, BOOL*)>(TEXT("kernel32"), "IsWow64Process");
   BOOL wow64 = FALSE;
   if (isWow64Process == nullptr || !isWow64Process(GetCurrentProcess(), &wow64) || !wow64) return 0;
-  const auto getNativeSystemInfo = FindProc<void(WINAPI*)(SYSTEM_INFO*)>(TEXT("kernel32"), "GetNativeSystemInfo");
+  const auto getNativeSystemInfo =
+      FindProc<void(WINAPI*)(SYSTEM_INFO*)>(TEXT("kernel32"), "GetNativeSystemInfo");
   if (getNativeSystemInfo == nullptr) return kUnknownArchitecture;
   SYSTEM_INFO info = {};
   getNativeSystemInfo(&info);

@@ -22,20 +22,21 @@ enum NtKind : DWORD {
 };
 
 struct PlatformFacts {
-  DWORD win9xKind;         // 0 on the NT family; 1 Windows 95, 2 Windows 98, 3 Windows Me
-  DWORD ntKind;            // an NtKind; 0 on the 9x family
-  DWORD wow64Arch;         // 0, or under WOW64 the native architecture: 9 (AMD64), else 0xFFFF
-  DWORD isServer;          // 1 on server and domain-controller editions
-  WORD osMajor;            // the version that user32.dll carries, else the reported one
+  DWORD win9xKind;  // 0 on the NT family; 1 Windows 95, 2 Windows 98, 3 Windows Me
+  DWORD ntKind;     // an NtKind; 0 on the 9x family
+  DWORD wow64Arch;  // 0, or under WOW64 the native architecture: 9 (AMD64), else 0xFFFF
+  DWORD isServer;   // 1 on server and domain-controller editions
+  WORD osMajor;     // the version that user32.dll carries, else the reported one
   WORD osMinor;
   WORD servicePackMajor;
-  WORD comctlMajor;        // major version of comctl32.dll
+  WORD comctlMajor;  // major version of comctl32.dll
 };
 
-// Fills the facts whose pointers are not null; each is 0 where nothing can be found out. Versions follow the product
-// version of user32.dll, because GetVersionExW reports 6.2 to programs without a manifest on everything newer.
-void GetPlatformInfo(DWORD* win9xKind, DWORD* ntKind, DWORD* wow64Arch, DWORD* isServer, WORD* osMajor, WORD* osMinor,
-                     WORD* servicePackMajor, WORD* comctlMajor);
+// Fills the facts whose pointers are not null; each is 0 where nothing can be found out. Versions
+// follow the product version of user32.dll, because GetVersionExW reports 6.2 to programs without a
+// manifest on everything newer.
+void GetPlatformInfo(DWORD* win9xKind, DWORD* ntKind, DWORD* wow64Arch, DWORD* isServer,
+                     WORD* osMajor, WORD* osMinor, WORD* servicePackMajor, WORD* comctlMajor);
 // All eight.
 void ReadPlatformFacts(PlatformFacts& facts);
 

@@ -56,7 +56,8 @@ struct ShortName {
   LPCWSTR format;
   DWORD requiredFlags;
 };
-constexpr ShortName kFolvaneNames[] = {{TEXT("kv%d"), 0}, {TEXT("folvane%d"), 0}, {TEXT("folvn%d"), 0}};
+constexpr ShortName kFolvaneNames[] = {
+    {TEXT("kv%d"), 0}, {TEXT("folvane%d"), 0}, {TEXT("folvn%d"), 0}};
 constexpr int kFirstFolvaneVersion = 5, kLastFolvaneVersion = 9;
 constexpr ShortName kDocklaneNames[] = {
     {TEXT("dk%d"), 0},
@@ -70,9 +71,11 @@ constexpr ShortName kDocklaneNames[] = {
 };
 constexpr int kFirstDocklaneVersion = 2, kLastDocklaneVersion = 9;
 
-// The short name of `names` that `text` is for one of the versions; null when it is none. The version goes to `version`.
+// The short name of `names` that `text` is for one of the versions; null when it is none. The
+// version goes to `version`.
 template <size_t kCount>
-const ShortName* MatchShortName(WideView text, const ShortName (&names)[kCount], int first, int last, int& version) {
+const ShortName* MatchShortName(WideView text, const ShortName (&names)[kCount], int first,
+                                int last, int& version) {
   for (version = first; version <= last; ++version) {
     for (const ShortName& name : names) {
       WCHAR candidate[kNameCapacity];
@@ -91,19 +94,23 @@ BOOL IsDecimalNumber(WideView text) {
 }
 
 // The format of a name for each family, filled with the version; empty when it does not fit.
-WCHAR FormatByFamily(const ProductKind& kind, LPCWSTR folvane, LPCWSTR docklane, LPWSTR output, int capacity) {
+WCHAR FormatByFamily(const ProductKind& kind, LPCWSTR folvane, LPCWSTR docklane, LPWSTR output,
+                     int capacity) {
   if (capacity <= 0) return 0;
   output[0] = 0;
   const LPCWSTR format = kind.family == kFamilyFolvane    ? folvane
                          : kind.family == kFamilyDocklane ? docklane
                                                           : nullptr;
-  if (format != nullptr && !FormatText(output, capacity, format, static_cast<int>(kind.version))) output[0] = 0;
+  if (format != nullptr && !FormatText(output, capacity, format, static_cast<int>(kind.version)))
+    output[0] = 0;
   return output[0];
 }
 
 }  // namespace
 
-LPCWSTR GetPrintEnvironment() { return sizeof(void*) == 8 ? TEXT("Windows x64") : TEXT("Windows NT x86"); }
+LPCWSTR GetPrintEnvironment() {
+  return sizeof(void*) == 8 ? TEXT("Windows x64") : TEXT("Windows NT x86");
+}
 
 const ProductKind* FindProductKind(DWORD code) {
   for (const ProductKind* kind = kProductKinds; kind->code != 0; ++kind) {
@@ -114,14 +121,16 @@ const ProductKind* FindProductKind(DWORD code) {
 
 const ProductKind* FindProductKindByVersion(int family, int version, DWORD requiredFlags) {
   for (const ProductKind* kind = kProductKinds; kind->code != 0; ++kind) {
-    if (kind->family == family && kind->version == version && (kind->flags & requiredFlags) == requiredFlags) {
+    if (kind->family == family && kind->version == version &&
+        (kind->flags & requiredFlags) == requiredFlags) {
       return kind;
     }
   }
   return nullptr;
 }
 
-WCHAR GetProductDisplayName(const ProductKind& kind, LPWSTR output, int capacity, BOOL withVersion) {
+WCHAR GetProductDisplayName(const ProductKind& kind, LPWSTR output, int capacity,
+                            BOOL withVersion) {
   if (capacity <= 0) return 0;
   output[0] = 0;
   if (kind.fixedName != nullptr) {
@@ -159,12 +168,14 @@ const ProductKind* ParseProductName(LPCWSTR text) {
     if (EqualNoCase(wanted, name)) return kind;
   }
   int version = 0;
-  if (MatchShortName(wanted, kFolvaneNames, kFirstFolvaneVersion, kLastFolvaneVersion, version) != nullptr) {
+  if (MatchShortName(wanted, kFolvaneNames, kFirstFolvaneVersion, kLastFolvaneVersion, version) !=
+      nullptr) {
     return FindProductKindByVersion(kFamilyFolvane, version, 0);
   }
   const ShortName* name =
       MatchShortName(wanted, kDocklaneNames, kFirstDocklaneVersion, kLastDocklaneVersion, version);
-  if (name != nullptr) return FindProductKindByVersion(kFamilyDocklane, version, name->requiredFlags);
+  if (name != nullptr)
+    return FindProductKindByVersion(kFamilyDocklane, version, name->requiredFlags);
   return IsDecimalNumber(wanted) ? FindProductKind(ParseDecimal(text)) : nullptr;
 }
 

@@ -39,21 +39,21 @@ const ProductKind* FindProductKind(DWORD code);
 // The first row of this family and version whose flags contain all of `requiredFlags`, or null.
 const ProductKind* FindProductKindByVersion(int family, int version, DWORD requiredFlags);
 
-// The functions below write into `output` of `capacity` characters and return its first character, 0 when nothing was
-// written.
+// The functions below write into `output` of `capacity` characters and return its first character,
+// 0 when nothing was written.
 
-// The name shown to people: the fixed name, or "Folvane", "Docklane" or "Docklane Pro", then the version when it is
-// asked for. Cut to fit.
+// The name shown to people: the fixed name, or "Folvane", "Docklane" or "Docklane Pro", then the
+// version when it is asked for. Cut to fit.
 WCHAR GetProductDisplayName(const ProductKind& kind, LPWSTR output, int capacity, BOOL withVersion);
-// The settings key below HKEY_LOCAL_MACHINE and HKEY_CURRENT_USER. Empty for an unknown family or when it does not fit:
-// half a key name would name another key.
+// The settings key below HKEY_LOCAL_MACHINE and HKEY_CURRENT_USER. Empty for an unknown family or
+// when it does not fit: half a key name would name another key.
 WCHAR GetProductRegistryRoot(const ProductKind& kind, LPWSTR output, int capacity);
 // The base of the names of the dispatcher's kernel objects; bounded likewise.
 WCHAR GetDispatcherObjectName(const ProductKind& kind, LPWSTR output, int capacity);
 
-// The product kind that a person means: a display name with version, "kv8", "folvane8", "folvn8", "dk5", "dkl5",
-// "dockln5", "docklane5", the last four also with "pro", or a product-kind code; letter case does not matter. Null for
-// anything else.
+// The product kind that a person means: a display name with version, "kv8", "folvane8", "folvn8",
+// "dk5", "dkl5", "dockln5", "docklane5", the last four also with "pro", or a product-kind code;
+// letter case does not matter. Null for anything else.
 const ProductKind* ParseProductName(LPCWSTR text);
 
 }  // namespace kv

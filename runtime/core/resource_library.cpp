@@ -48,7 +48,8 @@ BOOL LoadResourceLibrary(HMODULE module) {
 
 LANGID GetResourceLanguage(HMODULE module) {
   LANGID language = 0;
-  EnumResourceNamesW(module, RT_STRING, TakeLanguageOfFirstBlock, reinterpret_cast<LONG_PTR>(&language));
+  EnumResourceNamesW(module, RT_STRING, TakeLanguageOfFirstBlock,
+                     reinterpret_cast<LONG_PTR>(&language));
   return language;
 }
 

@@ -17,7 +17,8 @@ StartupContext startupContext;
 
 namespace {
 
-constexpr WCHAR kLegalNotice[] = TEXT("Copyright \u00A9 Veltmoor Software, LLC. All rights reserved.");
+constexpr WCHAR kLegalNotice[] =
+    TEXT("Copyright \u00A9 Veltmoor Software, LLC. All rights reserved.");
 constexpr WCHAR kWebSite[] = TEXT("http://www.veltmoor.example");
 constexpr int kSchemeLength = 7;
 constexpr int kDefaultNumber12004 = 8;
@@ -46,7 +47,8 @@ void RegisterMessages() {
       {messages.selectNote, TEXT("WM_SelectNote")},
       {messages.waitRedraw, TEXT("WM_WaitRedraw")},
   };
-  for (const auto& message : kMessages) message.number = startupContext.instanceName.RegisterMessage(message.name);
+  for (const auto& message : kMessages)
+    message.number = startupContext.instanceName.RegisterMessage(message.name);
 }
 
 void RegisterClipboardFormats() {
@@ -74,11 +76,12 @@ UINT CodePageOfCharset(BYTE charset) {
     BYTE charset;
     UINT codePage;
   } kCodePages[] = {
-      {ANSI_CHARSET, 1252},       {DEFAULT_CHARSET, 0},      {SYMBOL_CHARSET, 0},   {SHIFTJIS_CHARSET, 932},
-      {HANGUL_CHARSET, 949},      {JOHAB_CHARSET, 949},      {GB2312_CHARSET, 936}, {CHINESEBIG5_CHARSET, 950},
-      {GREEK_CHARSET, 1253},      {TURKISH_CHARSET, 1254},   {VIETNAMESE_CHARSET, 1258}, {HEBREW_CHARSET, 1255},
-      {ARABIC_CHARSET, 1256},     {BALTIC_CHARSET, 1257},    {RUSSIAN_CHARSET, 1251},    {THAI_CHARSET, 874},
-      {EASTEUROPE_CHARSET, 1250},
+      {ANSI_CHARSET, 1252},    {DEFAULT_CHARSET, 0},       {SYMBOL_CHARSET, 0},
+      {SHIFTJIS_CHARSET, 932}, {HANGUL_CHARSET, 949},      {JOHAB_CHARSET, 949},
+      {GB2312_CHARSET, 936},   {CHINESEBIG5_CHARSET, 950}, {GREEK_CHARSET, 1253},
+      {TURKISH_CHARSET, 1254}, {VIETNAMESE_CHARSET, 1258}, {HEBREW_CHARSET, 1255},
+      {ARABIC_CHARSET, 1256},  {BALTIC_CHARSET, 1257},     {RUSSIAN_CHARSET, 1251},
+      {THAI_CHARSET, 874},     {EASTEUROPE_CHARSET, 1250},
   };
   for (const auto& row : kCodePages) {
     if (row.charset == charset) return row.codePage;
@@ -137,7 +140,8 @@ void ReadLocaleFacts() {
   }
 }
 
-// The language resource library from its own file, else this module when it carries the strings itself.
+// The language resource library from its own file, else this module when it carries the strings
+// itself.
 BOOL FindResources() {
   if (LoadResourceLibrary(startupContext.hInstance)) return TRUE;
   WCHAR probe[MAX_PATH];
@@ -178,10 +182,13 @@ DWORD ReadDefaultPaper() {
 void ReadResourceTexts() {
   LoadResourceString(startupContext.resourceText12003, 32, IDS_DECIMAL_SEPARATOR);
   startupContext.resourceNumber12004 = ReadResourceNumber(IDS_SMALL_TEXT_SIZE);
-  if (startupContext.resourceNumber12004 < 1) startupContext.resourceNumber12004 = kDefaultNumber12004;
+  if (startupContext.resourceNumber12004 < 1)
+    startupContext.resourceNumber12004 = kDefaultNumber12004;
   startupContext.defaultPaperSize = ReadDefaultPaper();
-  LoadResourceString(startupContext.resourceText10084, 80, IDS_PRINTER_TITLE, startupContext.productName);
-  if (startupContext.resourceText10084[0] == 0) CopyStringW(startupContext.resourceText10084, kProductName);
+  LoadResourceString(startupContext.resourceText10084, 80, IDS_PRINTER_TITLE,
+                     startupContext.productName);
+  if (startupContext.resourceText10084[0] == 0)
+    CopyStringW(startupContext.resourceText10084, kProductName);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-// The process-wide record that every module of the product fills when it is loaded and only reads afterwards.
+// The process-wide record that every module of the product fills when it is loaded and only reads
+// afterwards.
 #pragma once
 
 #include "runtime/core/instance_name.h"
@@ -36,11 +37,12 @@ struct RegisteredClipboardFormats {
   WORD metadata;
 };
 
-// All zero until ProcessAttach, but for the names that are made before. Text fields hold their capacity less one
-// characters.
+// All zero until ProcessAttach, but for the names that are made before. Text fields hold their
+// capacity less one characters.
 struct StartupContext {
   InstanceName instanceName;
-  LPCWSTR resourceDllName = kResourceDllName;  // null after the resource library could not be loaded
+  LPCWSTR resourceDllName =
+      kResourceDllName;  // null after the resource library could not be loaded
   HINSTANCE hInstance = nullptr;
   RegisteredMessages messages = {};
   RegisteredClipboardFormats clipboardFormats = {};
@@ -91,8 +93,9 @@ struct StartupContext {
 
 extern StartupContext startupContext;
 
-// Fills the record for the module `instance`; called once, on the loader's thread. FALSE only when there is no usable
-// language resource library, after its message box; what was filled until then stays.
+// Fills the record for the module `instance`; called once, on the loader's thread. FALSE only when
+// there is no usable language resource library, after its message box; what was filled until then
+// stays.
 BOOL ProcessAttach(HINSTANCE instance);
 // Frees the language resource library when it was loaded from a file of its own.
 void ProcessDetach();

@@ -16,11 +16,13 @@ class VersionBlock {
     valid_ = lock_.Data() != nullptr && GetFileVersionInfoW(path, 0, size_, lock_.Data());
   }
 
-  // The value `name`; null when it is missing or empty. `length` is in characters for texts, in bytes for numbers.
+  // The value `name`; null when it is missing or empty. `length` is in characters for texts, in
+  // bytes for numbers.
   const void* Query(LPCWSTR name, UINT& length) const {
     void* value = nullptr;
     length = 0;
-    if (!valid_ || !VerQueryValueW(lock_.Data(), name, &value, &length) || length == 0) return nullptr;
+    if (!valid_ || !VerQueryValueW(lock_.Data(), name, &value, &length) || length == 0)
+      return nullptr;
     return value;
   }
 
@@ -45,8 +47,10 @@ void ReadText(const VersionBlock& block, LPCWSTR prefix, LPCWSTR name, VersionTe
   FormatText(path, TEXT("%s%s"), prefix, name);
   UINT length = 0;
   if (const void* value = block.Query(path, length)) {
-    // The block ends behind its last value; a value without a terminator must not be read further than its length.
-    const int limit = length < kVersionTextCapacity ? static_cast<int>(length) + 1 : kVersionTextCapacity;
+    // The block ends behind its last value; a value without a terminator must not be read further
+    // than its length.
+    const int limit =
+        length < kVersionTextCapacity ? static_cast<int>(length) + 1 : kVersionTextCapacity;
     const auto source = static_cast<LPCWSTR>(value);
     int count = 0;
     while (count < limit - 1 && source[count] != 0) ++count;
@@ -67,8 +71,8 @@ void ReadFixedInformation(const VersionBlock& block, VersionDetails& details) {
 }
 
 void Clear(VersionDetails& details) {
-  for (VersionText* text :
-       {details.productName, details.productVersion, details.companyName, details.originalFileName}) {
+  for (VersionText* text : {details.productName, details.productVersion, details.companyName,
+                            details.originalFileName}) {
     if (text != nullptr) text->text[0] = 0;
   }
   details.productMajor = details.productMinor = details.packedProductVersion = 0;
@@ -82,10 +86,12 @@ BOOL GetFileVersionDetails(LPCWSTR path, VersionDetails& details) {
   if (!FileExists(path, Report::kNo)) return FALSE;
   const VersionBlock block(path);
   UINT length = 0;
-  const auto translation = static_cast<const DWORD*>(block.Query(TEXT("\\VarFileInfo\\Translation"), length));
+  const auto translation =
+      static_cast<const DWORD*>(block.Query(TEXT("\\VarFileInfo\\Translation"), length));
   if (translation == nullptr || length < sizeof(*translation)) return FALSE;
   WCHAR prefix[kPathCapacity];
-  FormatText(prefix, TEXT("\\StringFileInfo\\%04x%04x\\"), LOWORD(*translation), HIWORD(*translation));
+  FormatText(prefix, TEXT("\\StringFileInfo\\%04x%04x\\"), LOWORD(*translation),
+             HIWORD(*translation));
   ReadText(block, prefix, TEXT("ProductName"), details.productName);
   ReadText(block, prefix, TEXT("ProductVersion"), details.productVersion);
   ReadText(block, prefix, TEXT("CompanyName"), details.companyName);

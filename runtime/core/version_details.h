@@ -20,18 +20,20 @@ struct VersionDetails {
   // From the fixed information.
   WORD productMajor = 0;
   WORD productMinor = 0;
-  DWORD fileVersionHigh = 0;        // the file version's most significant double word
-  WORD packedProductVersion = 0;    // low bytes of major and minor: 0x081B for 8.27
+  DWORD fileVersionHigh = 0;      // the file version's most significant double word
+  WORD packedProductVersion = 0;  // low bytes of major and minor: 0x081B for 8.27
 };
 
-// Reads the version resource of the file `path`: the texts of the first translation, and the fixed numbers. TRUE when the
-// resource has a translation table; otherwise FALSE, and every text is empty and every number 0.
+// Reads the version resource of the file `path`: the texts of the first translation, and the fixed
+// numbers. TRUE when the resource has a translation table; otherwise FALSE, and every text is empty
+// and every number 0.
 BOOL GetFileVersionDetails(LPCWSTR path, VersionDetails& details);
 // The same for the file of a loaded module.
 BOOL GetModuleVersionDetails(HMODULE module, VersionDetails& details);
 
-// The product version of the dispatcher program, major * 65536 + minor; 0 when it has none. The program is looked for
-// in the startup context's `appDir` when that is set, else beside this module.
+// The product version of the dispatcher program, major * 65536 + minor; 0 when it has none. The
+// program is looked for in the startup context's `appDir` when that is set, else beside this
+// module.
 DWORD GetDispatcherVersion();
 
 }  // namespace kv

@@ -5,8 +5,8 @@
 #include <wchar.h>
 #include <windows.h>
 // winsplp.h builds on the types of winspool.h.
-#include <winspool.h>
 #include <winsplp.h>
+#include <winspool.h>
 
 #undef AddPort
 #undef ConfigurePort

@@ -5,8 +5,8 @@
 
 namespace kv {
 
-// Saves the process's current directory and restores it when it ends. The directory belongs to the whole process: not
-// for code that runs beside threads that depend on it.
+// Saves the process's current directory and restores it when it ends. The directory belongs to the
+// whole process: not for code that runs beside threads that depend on it.
 class CCurrentDirectory {
  public:
   // Changes to `directory` when it is not null; a directory that cannot be entered changes nothing.

@@ -26,8 +26,8 @@ CDllDirectory::~CDllDirectory() {
 
 BOOL CDllDirectory::CanSetDllDirectory() const {
   const PlatformFacts& platform = startupContext.platform;
-  const bool systemHasIt =
-      platform.ntKind > kWindowsXp || (platform.ntKind == kWindowsXp && platform.servicePackMajor != 0);
+  const bool systemHasIt = platform.ntKind > kWindowsXp ||
+                           (platform.ntKind == kWindowsXp && platform.servicePackMajor != 0);
   return systemHasIt && getDllDirectory_ != nullptr && setDllDirectory_ != nullptr;
 }
 

@@ -8,8 +8,8 @@
 
 namespace kv {
 
-// Lets LoadLibraryW search `directory` until the object ends: through SetDllDirectoryW from Windows XP SP 1 on, else as
-// the current directory. Both are settings of the whole process.
+// Lets LoadLibraryW search `directory` until the object ends: through SetDllDirectoryW from Windows
+// XP SP 1 on, else as the current directory. Both are settings of the whole process.
 class CDllDirectory {
  public:
   explicit CDllDirectory(LPCWSTR directory);

@@ -34,7 +34,8 @@ void PathBesideModule(HMODULE module, LPCWSTR name, WCHAR (&output)[MAX_PATH]) {
 
 BOOL FileExists(LPCWSTR path, Report report) {
   const DWORD attributes = GetFileAttributesW(path);
-  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) return TRUE;
+  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+    return TRUE;
   if (report == Report::kYes) ShowError(IDS_FILE_NOT_FOUND, path);
   return FALSE;
 }

@@ -99,7 +99,8 @@ const PaperEntry* CPaperTable::GetPaperAt(int index) const {
   return index >= 0 && index < count_ ? &entries_[index] : nullptr;
 }
 
-CStandardPapers::CStandardPapers() : CPaperTable(static_cast<WORD>(std::size(kStandardPapers)), kStandardPapers) {}
+CStandardPapers::CStandardPapers()
+    : CPaperTable(static_cast<WORD>(std::size(kStandardPapers)), kStandardPapers) {}
 
 const PaperEntry* CStandardPapers::GetDefaultPaper() const {
   const PaperEntry* paper = FindPaperById(static_cast<WORD>(startupContext.defaultPaperSize));

@@ -12,7 +12,7 @@ struct PaperEntry {
   WCHAR name[65];  // the device mode's dmFormName
   DWORD width;     // micrometres, portrait
   DWORD height;
-  WORD units;      // in which the size is shown, a PaperUnits
+  WORD units;  // in which the size is shown, a PaperUnits
 };
 
 class CPaperTable {

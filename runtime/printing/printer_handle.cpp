@@ -2,7 +2,8 @@
 
 namespace kv {
 
-BOOL OpenPrinterHandle(LPCWSTR name, HANDLE* printer, PRINTER_DEFAULTSW* defaults, BOOL, BOOL* outFlag) {
+BOOL OpenPrinterHandle(LPCWSTR name, HANDLE* printer, PRINTER_DEFAULTSW* defaults, BOOL,
+                       BOOL* outFlag) {
   if (outFlag != nullptr) *outFlag = FALSE;
   return OpenPrinterW(const_cast<LPWSTR>(name), printer, defaults);
 }

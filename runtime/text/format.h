@@ -1,13 +1,13 @@
-// printf-style formatting into buffers of fixed capacity, by the platform's rules: in a wide format %s is a wide string
-// and %hs a narrow one.
+// printf-style formatting into buffers of fixed capacity, by the platform's rules: in a wide format
+// %s is a wide string and %hs a narrow one.
 #pragma once
 
 #include "runtime/core/win.h"
 
 namespace kv {
 
-// Formats into `out` of `capacity` characters (bytes for the narrow form). The result is always terminated and cut to
-// fit; returns TRUE when it fitted whole. A capacity of 0 does nothing.
+// Formats into `out` of `capacity` characters (bytes for the narrow form). The result is always
+// terminated and cut to fit; returns TRUE when it fitted whole. A capacity of 0 does nothing.
 BOOL FormatTextV(LPWSTR out, size_t capacity, LPCWSTR format, va_list arguments);
 BOOL FormatText(LPWSTR out, size_t capacity, LPCWSTR format, ...);
 BOOL FormatTextA(LPSTR out, size_t capacity, LPCSTR format, ...);

@@ -48,13 +48,15 @@ void FormatSize(ULONGLONG bytes, WCHAR (&output)[kNumberTextCapacity]) {
     CopyStringW(output, TEXT("0 KB"));
     return;
   }
-  // Half a kilobyte more rounds to the nearest, written so that the largest count does not overflow.
+  // Half a kilobyte more rounds to the nearest, written so that the largest count does not
+  // overflow.
   ULONGLONG kilobytes = bytes / 1000 + (bytes % 1000 >= 500 ? 1 : 0);
   if (kilobytes == 0) kilobytes = 1;
   if (kilobytes < 1000) {
     FormatText(output, TEXT("%d KB"), static_cast<int>(kilobytes));
   } else {
-    FormatText(output, TEXT("%I64u.%d MB"), kilobytes / 1000, static_cast<int>(kilobytes % 1000 / 100));
+    FormatText(output, TEXT("%I64u.%d MB"), kilobytes / 1000,
+               static_cast<int>(kilobytes % 1000 / 100));
   }
 }
 

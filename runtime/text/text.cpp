@@ -16,13 +16,16 @@ namespace {
 
 constexpr int kCountedStringCapacity = 256;
 
-int LengthA(LPCSTR text) { return text == nullptr ? 0 : static_cast<int>(strlen(text)); }
+int LengthA(LPCSTR text) {
+  return text == nullptr ? 0 : static_cast<int>(strlen(text));
+}
 
 // The length of `text` without a last byte that begins a double-byte character.
 int WithoutHalfCharacter(LPCSTR text, int length) {
   int position = 0;
   while (position < length) {
-    const bool lead = IsDBCSLeadByteEx(startupContext.guiFontCodePage, static_cast<BYTE>(text[position]));
+    const bool lead =
+        IsDBCSLeadByteEx(startupContext.guiFontCodePage, static_cast<BYTE>(text[position]));
     if (lead && position + 1 == length) return position;
     position += lead ? 2 : 1;
   }
@@ -67,11 +70,13 @@ void AnsiToWide(LPWSTR output, int capacity, LPCSTR source, UINT codePage) {
   if (source == nullptr) return;
   const int needed = MultiByteToWideChar(codePage, 0, source, -1, nullptr, 0);
   if (needed <= capacity) {
-    if (needed == 0 || MultiByteToWideChar(codePage, 0, source, -1, output, capacity) == 0) output[0] = 0;
+    if (needed == 0 || MultiByteToWideChar(codePage, 0, source, -1, output, capacity) == 0)
+      output[0] = 0;
     return;
   }
   const std::unique_ptr<WCHAR[]> whole(new (std::nothrow) WCHAR[needed]);
-  if (whole == nullptr || MultiByteToWideChar(codePage, 0, source, -1, whole.get(), needed) == 0) return;
+  if (whole == nullptr || MultiByteToWideChar(codePage, 0, source, -1, whole.get(), needed) == 0)
+    return;
   CopyStringW(output, capacity, whole.get());
 }
 
@@ -88,14 +93,16 @@ void WideToAnsi(LPSTR output, int capacity, LPCWSTR source, UINT codePage, BOOL*
   if (source == nullptr) return;
   const int needed = WideCharToMultiByte(codePage, 0, source, -1, nullptr, 0, nullptr, nullptr);
   if (needed <= capacity) {
-    if (needed == 0 || WideCharToMultiByte(codePage, 0, source, -1, output, capacity, nullptr, usedDefault) == 0) {
+    if (needed == 0 ||
+        WideCharToMultiByte(codePage, 0, source, -1, output, capacity, nullptr, usedDefault) == 0) {
       output[0] = 0;
     }
     return;
   }
   const std::unique_ptr<CHAR[]> whole(new (std::nothrow) CHAR[needed]);
   if (whole == nullptr) return;
-  if (WideCharToMultiByte(codePage, 0, source, -1, whole.get(), needed, nullptr, nullptr) == 0) return;
+  if (WideCharToMultiByte(codePage, 0, source, -1, whole.get(), needed, nullptr, nullptr) == 0)
+    return;
   CopyStringA(output, capacity, whole.get());
 }
 

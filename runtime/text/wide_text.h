@@ -1,5 +1,5 @@
-// Comparing UTF-16 text. The C library's wide functions are not used anywhere: they read another character size on
-// machines that are not Windows.
+// Comparing UTF-16 text. The C library's wide functions are not used anywhere: they read another
+// character size on machines that are not Windows.
 #pragma once
 
 #include <string_view>
@@ -11,20 +11,24 @@ namespace kv {
 using WideView = std::basic_string_view<WCHAR>;
 
 // Null counts as empty.
-inline WideView View(LPCWSTR text) { return text == nullptr ? WideView() : WideView(text); }
+inline WideView View(LPCWSTR text) {
+  return text == nullptr ? WideView() : WideView(text);
+}
 
 // Upper case by the system's rules for single characters (CharUpperW).
 WCHAR ToUpper(WCHAR c);
 // Equal when letters of any alphabet differ in case only.
 bool EqualNoCase(WideView a, WideView b);
-// Equal when letters A to Z differ in case only: file names, registry names and values of the system.
+// Equal when letters A to Z differ in case only: file names, registry names and values of the
+// system.
 bool EqualAsciiNoCase(WideView a, WideView b);
 // Orders by the characters' values after A to Z became lower case; below, equal or above 0.
 int CompareAsciiNoCase(WideView a, WideView b);
 bool StartsWithAsciiNoCase(WideView text, WideView prefix);
 
-// A number at the start of a text, as people write it: leading white space and a sign are allowed, reading stops at
-// the first other character, a text without digits gives 0, and a number too large for the type gives its limit.
+// A number at the start of a text, as people write it: leading white space and a sign are allowed,
+// reading stops at the first other character, a text without digits gives 0, and a number too large
+// for the type gives its limit.
 int ParseDecimal(LPCWSTR text);
 // The same for hexadecimal digits, with or without "0x".
 DWORD ParseHex(LPCWSTR text);

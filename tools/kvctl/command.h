@@ -1,0 +1,40 @@
+// The commands of kvctl.
+#pragma once
+
+#include <span>
+
+#include "runtime/core/win.h"
+#include "tools/kvctl/arguments.h"
+
+namespace kvctl {
+
+// Exit statuses that scripts may rely on.
+enum ExitStatus : int {
+  kDone = 0,
+  kFailed = 1,
+  kUsage = 2,         // the command line cannot be understood
+  kNeedsRights = 3,   // refused for lack of rights
+  kNeedsRestart = 4,  // done, but the system must be restarted first
+};
+
+struct Command {
+  LPCWSTR name;
+  UINT summary;  // string number: one line for the list of commands
+  UINT usage;    // string number: the command's own help
+  std::span<const Option> options;
+  int minimumOperands;
+  int maximumOperands;
+  ExitStatus (*run)(const Arguments& arguments);
+};
+
+extern const Command kPortsCommand;
+extern const Command kMonitorsCommand;
+extern const Command kInstallCommand;
+extern const Command kPrintCommand;
+
+// All of them, in the order of the help text.
+std::span<const Command* const> AllCommands();
+// Null when there is no such command.
+const Command* FindCommand(WideView name);
+
+}  // namespace kvctl

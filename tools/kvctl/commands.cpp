@@ -1,0 +1,20 @@
+#include "tools/kvctl/command.h"
+
+namespace kvctl {
+namespace {
+constexpr const Command* kCommands[] = {&kPortsCommand, &kMonitorsCommand, &kInstallCommand,
+                                        &kPrintCommand};
+}
+
+std::span<const Command* const> AllCommands() {
+  return kCommands;
+}
+
+const Command* FindCommand(WideView name) {
+  for (const Command* command : kCommands) {
+    if (name == command->name) return command;
+  }
+  return nullptr;
+}
+
+}  // namespace kvctl

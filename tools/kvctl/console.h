@@ -1,0 +1,40 @@
+// Text to the person or script that called: UTF-16 on a console, UTF-8 into files and pipes.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "runtime/core/resource_text.h"
+#include "runtime/core/win.h"
+#include "runtime/text/wide_text.h"
+
+namespace kvctl {
+
+using kv::WideView;
+using WideString = std::basic_string<WCHAR>;
+
+void Print(WideView text);
+void PrintLine(WideView text);
+// One line "kvctl: text" on standard error.
+void PrintError(WideView text);
+// "kvctl: what: why", where why is the system's text for `error`.
+void PrintSystemError(WideView what, DWORD error);
+// Standard error without a prefix, for progress.
+void PrintStatus(WideView text);
+// Whether standard error is a terminal.
+bool StatusIsVisible();
+
+// String `number` of the language resource library with its inserts.
+template <class... Texts>
+WideString Text(UINT number, Texts... inserts) {
+  constexpr int kCapacity = 2048;
+  WCHAR text[kCapacity];
+  return kv::LoadResourceString(text, kCapacity, number, inserts...);
+}
+
+// A number in decimal.
+WideString Number(ULONGLONG value);
+// `text` and blanks up to `width` characters, at least two blanks.
+WideString Padded(WideView text, size_t width);
+
+}  // namespace kvctl

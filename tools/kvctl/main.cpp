@@ -1,0 +1,115 @@
+// kvctl: using and administering the port from the command line.
+#include <vector>
+
+#include "resources/string_ids.h"
+#include "runtime/core/startup_context.h"
+#include "runtime/files/paths.h"
+#include "runtime/text/format.h"
+#include "tools/kvctl/command.h"
+
+namespace kvctl {
+namespace {
+
+std::vector<WideString> ReadCommandLine() {
+  std::vector<WideString> words;
+  int count = 0;
+  if (LPWSTR* const list = CommandLineToArgvW(GetCommandLineW(), &count)) {
+    words.assign(list, list + count);
+    LocalFree(list);
+  }
+  if (!words.empty()) words.erase(words.begin());
+  return words;
+}
+
+// The library's message boxes, in a program that has no windows.
+int PrintReport(LPCWSTR text, LPCWSTR, UINT style) {
+  WideString line(text);
+  for (WCHAR& c : line) {
+    if (c == '\n' || c == '\r') c = ' ';
+  }
+  PrintError(line);
+  constexpr UINT kButtonMask = 0xF;
+  // Nobody is asked: what would go on or try again is answered with a no.
+  switch (style & kButtonMask) {
+    case MB_OKCANCEL:
+    case MB_RETRYCANCEL:
+    case MB_YESNOCANCEL:
+      return IDCANCEL;
+    case MB_ABORTRETRYIGNORE:
+      return IDABORT;
+    case MB_YESNO:
+      return IDNO;
+    default:
+      return IDOK;
+  }
+}
+
+void PrintVersion() {
+  WCHAR line[128];
+  kv::FormatText(line, TEXT("kvctl %d.%d (%s %d)"), kv::kMajorVersion, kv::kMinorVersion,
+                 kv::kProductName, kv::kMajorVersion);
+  PrintLine(line);
+}
+
+void PrintHelp() {
+  constexpr size_t kNameWidth = 12;
+  PrintLine(Text(IDS_CTL_HELP));
+  for (const Command* command : AllCommands()) {
+    PrintLine(WideString(TEXT("  ")) + Padded(command->name, kNameWidth) + Text(command->summary));
+  }
+}
+
+ExitStatus RunCommand(const Command& command, std::span<const WideString> words) {
+  for (const WideString& word : words) {
+    if (word == TEXT("--help")) {
+      PrintLine(Text(command.usage));
+      return kDone;
+    }
+    if (word == TEXT("--")) break;
+  }
+  Arguments arguments;
+  if (!arguments.Parse(words, command.options, command.minimumOperands, command.maximumOperands)) {
+    PrintError(Text(IDS_CTL_SEE_HELP, command.name));
+    return kUsage;
+  }
+  return command.run(arguments);
+}
+
+ExitStatus Run(const std::vector<WideString>& words) {
+  if (words.empty() || words[0] == TEXT("--help")) {
+    PrintHelp();
+    return words.empty() ? kUsage : kDone;
+  }
+  const Command* const command = FindCommand(words[0]);
+  if (command == nullptr) {
+    PrintError(Text(IDS_CTL_UNKNOWN_COMMAND, words[0].c_str()));
+    return kUsage;
+  }
+  return RunCommand(*command, std::span(words).subspan(1));
+}
+
+// Without the resource library there is no text to say so with.
+ExitStatus ReportMissingResources() {
+  WCHAR path[MAX_PATH];
+  kv::PathBesideModule(GetModuleHandleW(nullptr), kv::kResourceDllName, path);
+  PrintError(WideString(TEXT("cannot start: the language resource library is not usable: ")) +
+             path);
+  return kFailed;
+}
+
+}  // namespace
+}  // namespace kvctl
+
+int main() {
+  const std::vector<kvctl::WideString> words = kvctl::ReadCommandLine();
+  if (!words.empty() && words[0] == TEXT("--version")) {
+    kvctl::PrintVersion();
+    return kvctl::kDone;
+  }
+  kv::SetMessageSink(kvctl::PrintReport);
+  const kvctl::ExitStatus status = kv::ProcessAttach(GetModuleHandleW(nullptr))
+                                       ? kvctl::Run(words)
+                                       : kvctl::ReportMissingResources();
+  kv::ProcessDetach();
+  return status;
+}

@@ -1,0 +1,186 @@
+#include <limits.h>
+
+#include <memory>
+
+#include "resources/string_ids.h"
+#include "runtime/core/handles.h"
+#include "runtime/core/startup_context.h"
+#include "runtime/files/paths.h"
+#include "runtime/printing/printer_handle.h"
+#include "runtime/printing/spooler_list.h"
+#include "runtime/text/format.h"
+#include "runtime/text/number_text.h"
+#include "tools/kvctl/command.h"
+
+namespace kvctl {
+namespace {
+
+constexpr WCHAR kPrinterOption[] = TEXT("--printer");
+constexpr WCHAR kTitleOption[] = TEXT("--title");
+constexpr Option kOptions[] = {{kPrinterOption, true}, {kTitleOption, true}};
+constexpr DWORD kBlockSize = 64 * 1024;
+constexpr DWORD kProgressInterval = 200;  // ms
+
+// The first printer on the product's port; empty when there is none.
+WideString FindPrinterOnPort() {
+  kv::SpoolerList<PRINTER_INFO_2W> printers;
+  printers.Fetch([](BYTE* buffer, DWORD size, DWORD* needed, DWORD* count) {
+    return EnumPrintersW(PRINTER_ENUM_LOCAL, nullptr, 2, buffer, size, needed, count);
+  });
+  for (const PRINTER_INFO_2W& printer : printers) {
+    if (kv::EqualAsciiNoCase(kv::View(printer.pPortName), kv::startupContext.portName))
+      return printer.pPrinterName;
+  }
+  return {};
+}
+
+// A document on a printer; ended when the object goes, given up unless all of it was written.
+class Document {
+ public:
+  Document() = default;
+  Document(const Document&) = delete;
+  Document& operator=(const Document&) = delete;
+  ~Document() {
+    if (started_) AbortPrinter(printer_.Get());
+  }
+
+  BOOL Start(LPCWSTR printerName, WideString title) {
+    if (!kv::OpenPrinterHandle(printerName, printer_.Receive(), nullptr, FALSE)) return FALSE;
+    WCHAR dataType[] = TEXT("RAW");
+    DOC_INFO_1W info = {};
+    info.pDocName = title.data();
+    info.pDatatype = dataType;
+    jobId_ = StartDocPrinterW(printer_.Get(), 1, reinterpret_cast<BYTE*>(&info));
+    started_ = jobId_ != 0;
+    return started_;
+  }
+
+  BOOL Write(void* data, DWORD size) {
+    DWORD written = 0;
+    if (!WritePrinter(printer_.Get(), data, size, &written)) return FALSE;
+    accepted_ += written;
+    if (written == size) return TRUE;
+    SetLastError(ERROR_WRITE_FAULT);
+    return FALSE;
+  }
+
+  BOOL End() {
+    if (!EndDocPrinter(printer_.Get())) return FALSE;
+    started_ = false;
+    return TRUE;
+  }
+
+  DWORD jobId() const { return jobId_; }
+  ULONGLONG accepted() const { return accepted_; }
+
+ private:
+  kv::UniquePrinter printer_;
+  DWORD jobId_ = 0;
+  bool started_ = false;
+  ULONGLONG accepted_ = 0;
+};
+
+// "file: 42 %" on a terminal, not more often than people can read.
+class Progress {
+ public:
+  Progress(LPCWSTR file, ULONGLONG size) : file_(file), size_(size), visible_(StatusIsVisible()) {}
+  ~Progress() {
+    if (width_ != 0) PrintStatus(TEXT("\r") + WideString(width_, ' ') + TEXT("\r"));
+  }
+  void Show(ULONGLONG done) {
+    if (!visible_ || GetTickCount() - lastTime_ < kProgressInterval) return;
+    lastTime_ = GetTickCount();
+    WCHAR line[MAX_PATH + 32];
+    kv::FormatText(line, TEXT("\r%s: %d %%"), file_,
+                   static_cast<int>(size_ == 0 ? 100 : done * 100 / size_));
+    PrintStatus(line);
+    width_ = kv::View(line).size();
+  }
+
+ private:
+  LPCWSTR file_;
+  ULONGLONG size_;
+  bool visible_;
+  size_t width_ = 0;  // of what stands on the line
+  DWORD lastTime_ = GetTickCount();
+};
+
+void ReportJob(LPCWSTR file, const Document& document, ULONGLONG sent, DWORD milliseconds) {
+  WCHAR size[kv::kNumberTextCapacity], duration[kv::kNumberTextCapacity],
+      speed[kv::kNumberTextCapacity];
+  kv::FormatSize(sent, size);
+  kv::FormatDuration(milliseconds, duration);
+  kv::FormatSize(sent * 1000 / std::max<DWORD>(milliseconds, 1), speed);
+  PrintLine(Text(IDS_CTL_PRINTED, file, Number(document.jobId()).c_str(), Number(sent).c_str(),
+                 Number(document.accepted()).c_str(), size, duration, speed));
+}
+
+// Sends the file block by block; FALSE after a message.
+BOOL SendFile(LPCWSTR path, HANDLE file, LPCWSTR printerName, const WideString& title) {
+  const std::unique_ptr<BYTE[]> block(new BYTE[kBlockSize]);
+  LARGE_INTEGER size = {};
+  GetFileSizeEx(file, &size);
+  const DWORD start = GetTickCount();
+  Document document;
+  if (!document.Start(printerName, title)) {
+    PrintSystemError(Text(IDS_CTL_CANNOT_START_JOB, printerName), GetLastError());
+    return FALSE;
+  }
+  ULONGLONG sent = 0;
+  {
+    Progress progress(path, size.QuadPart);
+    for (;;) {
+      DWORD count = 0;
+      if (!ReadFile(file, block.get(), kBlockSize, &count, nullptr)) {
+        PrintSystemError(Text(IDS_CTL_CANNOT_READ, path), GetLastError());
+        return FALSE;
+      }
+      if (count == 0) break;
+      if (!document.Write(block.get(), count)) {
+        PrintSystemError(Text(IDS_CTL_CANNOT_WRITE_JOB, printerName), GetLastError());
+        return FALSE;
+      }
+      sent += count;
+      progress.Show(sent);
+    }
+  }
+  if (!document.End()) {
+    PrintSystemError(Text(IDS_CTL_CANNOT_END_JOB, printerName), GetLastError());
+    return FALSE;
+  }
+  ReportJob(path, document, sent, GetTickCount() - start);
+  return TRUE;
+}
+
+BOOL PrintOneFile(LPCWSTR path, LPCWSTR printerName, const WideString& title) {
+  const kv::UniqueFile file(CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                        FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+  if (!file) {
+    PrintSystemError(Text(IDS_CTL_CANNOT_OPEN, path), GetLastError());
+    return FALSE;
+  }
+  return SendFile(path, file.Get(), printerName,
+                  title.empty() ? WideString(kv::GetFileName(path)) : title);
+}
+
+ExitStatus PrintFiles(const Arguments& arguments) {
+  WideString printer = arguments.Value(kPrinterOption);
+  if (printer.empty()) printer = FindPrinterOnPort();
+  if (printer.empty()) {
+    PrintError(Text(IDS_CTL_NO_PRINTER, kv::startupContext.portName));
+    return kFailed;
+  }
+  ExitStatus status = kDone;
+  for (const WideString& path : arguments.operands()) {
+    if (!PrintOneFile(path.c_str(), printer.c_str(), arguments.Value(kTitleOption)))
+      status = kFailed;
+  }
+  return status;
+}
+
+}  // namespace
+
+const Command kPrintCommand = {
+    TEXT("print"), IDS_CTL_PRINT_SUMMARY, IDS_CTL_PRINT_USAGE, kOptions, 1, INT_MAX, PrintFiles};
+
+}  // namespace kvctl
