@@ -70,8 +70,12 @@ std::shared_ptr<Hive> Hive::Open(const std::filesystem::path& file, WideString p
 }
 
 bool Hive::OpenFile() {
+  return Adopt(open(file_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
+}
+
+bool Hive::Adopt(int descriptor) {
   if (descriptor_ >= 0) close(descriptor_);
-  descriptor_ = open(file_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+  descriptor_ = descriptor;
   struct stat now;
   if (descriptor_ < 0 || fstat(descriptor_, &now) != 0) return false;
   device_ = now.st_dev;
@@ -172,14 +176,13 @@ void Hive::CompactWhenWorthwhile() {
   fresh += ".new";
   const int descriptor = open(fresh.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
   if (descriptor < 0) return;
-  const bool written = WriteAll(descriptor, 0, snapshot);
-  close(descriptor);
-  if (!written || rename(fresh.c_str(), file_.c_str()) != 0) {
+  if (!WriteAll(descriptor, 0, snapshot) || rename(fresh.c_str(), file_.c_str()) != 0) {
     unlink(fresh.c_str());
+    close(descriptor);
     return;
   }
-  // Opening gives up the old file with its lock.
-  if (OpenFile()) replayed_ = snapshot.size();
+  // Closes the old file and so gives up its lock.
+  if (Adopt(descriptor)) replayed_ = snapshot.size();
 }
 
 LSTATUS Hive::Flush() {

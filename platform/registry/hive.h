@@ -57,6 +57,8 @@ class Hive {
  private:
   Hive(std::filesystem::path file, WideString place);
   bool OpenFile();
+  // Goes over to a newly opened file.
+  bool Adopt(int descriptor);
   // Back to nothing replayed.
   void Forget();
   void CatchUp();
