@@ -17,6 +17,17 @@ inline constexpr char kSuiteMask[] = "windows.suite_mask";               // 0x10
 inline constexpr char kServicePackMajor[] = "windows.service_pack";      // 0
 inline constexpr char kServicePackText[] = "windows.service_pack_text";  // empty
 
+inline constexpr char kServicePackMinor[] = "windows.service_pack_minor";  // 0
+// 0 on systems that know only the plain version record.
+inline constexpr char kExtendedVersion[] = "windows.extended_version";  // 1
+inline constexpr char kWindowsDirectory[] = "windows.directory";        // C:\Windows
+// The version of the common controls.
+inline constexpr char kComctlVersion[] = "files.comctl32.version";  // 5.82
+// "entry.kernel32.SetDllDirectoryW" = 0 hides a function of a system library from GetProcAddress, 1
+// shows it whatever the Windows version.
+inline constexpr char kEntryPrefix[] = "entry.";
+inline constexpr char kComputerName[] = "computer.name";  // WORKSTATION
+
 // The user of the calling process.
 inline constexpr char kUserName[] = "user.name";                      // Ada
 inline constexpr char kUserSid[] = "user.sid";                        // S-1-5-21-…-1001

@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "platform/control/faults.h"
+#include "platform/kernel/installation.h"
 
 namespace platform {
 namespace {
@@ -37,6 +38,7 @@ void Machine::Open(const std::filesystem::path& directory) {
   std::lock_guard lock(current_mutex);
   Close();
   current = new Machine(directory);
+  PrepareMachine(*current);
 }
 
 void Machine::Close() {
