@@ -7,6 +7,7 @@
 #define MAKEINTRESOURCEW(id) ((LPWSTR)((ULONG_PTR)((WORD)(id))))
 #define MAKEINTRESOURCE MAKEINTRESOURCEW
 #define IS_INTRESOURCE(name) ((((ULONG_PTR)(name)) >> 16) == 0)
+#define MAKEWPARAM(low, high) ((WPARAM)(DWORD)MAKELONG(low, high))
 #define MAKEINTATOM(atom) ((LPWSTR)((ULONG_PTR)((WORD)(atom))))
 
 #define SM_CXSCREEN 0
@@ -73,7 +74,11 @@
 #define DWLP_MSGRESULT 0
 #define DWLP_DLGPROC (DWLP_MSGRESULT + sizeof(LRESULT))
 #define DWLP_USER (DWLP_DLGPROC + sizeof(DLGPROC))
+#ifdef __LP64__
+#define DLGWINDOWEXTRA 48
+#else
 #define DLGWINDOWEXTRA 30
+#endif
 
 #define WH_CBT 5
 #define HCBT_CREATEWND 3

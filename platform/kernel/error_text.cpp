@@ -124,6 +124,7 @@ constexpr ErrorText kErrorTexts[] = {
     {1401, "Invalid menu handle."},
     {1402, "Invalid cursor handle."},
     {1404, "Invalid hook handle."},
+    {1406, "Cannot create a top-level child window."},
     {1407, "Cannot find window class."},
     {1408, "Invalid window; it belongs to other thread."},
     {1410, "Class already exists."},

@@ -2,6 +2,9 @@
 
 #include <stdlib.h>
 
+#include "platform/control/message_boxes.h"
+#include "platform/kernel/text.h"
+
 namespace kv::test {
 
 MachineTest::MachineTest() {
@@ -18,6 +21,7 @@ void MachineTest::SetUp() {
   platform::ResetFaults();
   platform::UseVirtualClock(true);
   platform::UseMachine(directory_);
+  platform::ScriptBoxes(true);
   live_at_start_ = platform::LiveResources();
 }
 
@@ -25,6 +29,11 @@ void MachineTest::TearDown() {
   platform::ResetFaults();
   platform::CloseMachine();
   ExpectNoLeaks();
+  for (const platform::ShownBox& box : platform::UnansweredBoxes()) {
+    ADD_FAILURE() << "unanswered message box: " << platform::ToUtf8(box.text);
+  }
+  EXPECT_EQ(platform::UnusedAnswers(), 0u) << "message boxes that were not shown";
+  platform::ScriptBoxes(false);
 }
 
 void MachineTest::ExpectNoLeaks() {
