@@ -137,6 +137,8 @@ static_assert(sizeof(DEVMODEW) == 220);
 #define DM_PANNINGHEIGHT 0x10000000
 #define DMORIENT_PORTRAIT 1
 #define DMORIENT_LANDSCAPE 2
+#define DMPAPER_LETTER 1
+#define DMPAPER_A4 9
 
 extern "C" {
 // The stock object; DEFAULT_GUI_FONT only, null for others (ERROR_CALL_NOT_IMPLEMENTED). It belongs

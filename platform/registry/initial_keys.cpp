@@ -1,6 +1,7 @@
 #include "platform/registry/initial_keys.h"
 
 #include "platform/control/facts.h"
+#include "platform/kernel/installation.h"
 #include "platform/security/rights.h"
 
 namespace platform {
@@ -22,6 +23,7 @@ void Write(const RegistryKey& root, const InitialText (&texts)[kCount]) {
 
 constexpr const WCHAR* kWindows = TEXT("Microsoft\\Windows\\CurrentVersion");
 constexpr const WCHAR* kWindowsNt = TEXT("Microsoft\\Windows NT\\CurrentVersion");
+constexpr const WCHAR* kPorts = TEXT("Microsoft\\Windows NT\\CurrentVersion\\Ports");
 constexpr const WCHAR* kEnvironment =
     TEXT("CurrentControlSet\\Control\\Session Manager\\Environment");
 constexpr const WCHAR* kShellFolders =
@@ -39,7 +41,19 @@ constexpr InitialText kSystemTexts[] = {
     {kEnvironment, TEXT("windir"), TEXT("%SystemRoot%"), REG_EXPAND_SZ},
 };
 
+constexpr const WCHAR* kPrint = TEXT("CurrentControlSet\\Control\\Print");
+struct InitialEnvironment {
+  const WCHAR* name;
+  const WCHAR* directory;
+};
+constexpr InitialEnvironment kPrintEnvironments[] = {{TEXT("Windows 4.0"), TEXT("WIN40")},
+                                                     {TEXT("Windows NT x86"), TEXT("W32X86")},
+                                                     {TEXT("Windows x64"), TEXT("x64")}};
+
 constexpr InitialText kSoftwareTexts[] = {
+    {kPorts, TEXT("LPT1:"), TEXT("")},
+    {kPorts, TEXT("FILE:"), TEXT("")},
+    {kPorts, TEXT("NUL:"), TEXT("")},
     {kWindows, TEXT("ProgramFilesDir"), TEXT("C:\\Program Files")},
     {kWindows, TEXT("CommonFilesDir"), TEXT("C:\\Program Files\\Common Files")},
     {kWindows, TEXT("DevicePath"), TEXT("%SystemRoot%\\inf"), REG_EXPAND_SZ},
@@ -65,6 +79,17 @@ WideString VersionText() {
   return FactText(facts::kMajor, "10") + TEXT(".") + FactText(facts::kMinor, "0");
 }
 
+void FillPrintKeys(const RegistryKey& print) {
+  print.Create(TEXT("Printers"));
+  print.Create(TEXT("Monitors"));
+  for (const InitialEnvironment& environment : kPrintEnvironments) {
+    const RegistryKey key = print.Create(TEXT("Environments")).Create(environment.name);
+    key.SetText(TEXT("Directory"), environment.directory);
+    key.Create(TEXT("Drivers"));
+    key.Create(TEXT("Print Processors\\winprint")).SetText(TEXT("Driver"), TEXT("winprint.dll"));
+  }
+}
+
 }  // namespace
 
 void FillSoftwareHive(const RegistryKey& root) {
@@ -74,18 +99,18 @@ void FillSoftwareHive(const RegistryKey& root) {
   version.SetText(TEXT("CurrentVersion"), VersionText());
   version.SetText(TEXT("CurrentBuild"), FactText(facts::kBuild, "19045"));
   version.SetText(TEXT("CurrentBuildNumber"), FactText(facts::kBuild, "19045"));
-  version.SetText(TEXT("SystemRoot"), TEXT("C:\\Windows"));
+  version.SetText(TEXT("SystemRoot"), WindowsDirectory());
   if (const WideString pack = FactText(facts::kServicePackText, ""); !pack.empty()) {
     version.SetText(TEXT("CSDVersion"), pack);
   }
   root.Create(WideString(kWindows) + TEXT("\\SharedDLLs"));
   const RegistryKey profile = version.Create(WideString(TEXT("ProfileList\\")) + CallerSid());
-  profile.SetText(TEXT("ProfileImagePath"), TEXT("C:\\Users\\") + FactText(facts::kUserName, "Ada"),
-                  REG_EXPAND_SZ);
+  profile.SetText(TEXT("ProfileImagePath"), UserProfileDirectory(), REG_EXPAND_SZ);
 }
 
 void FillSystemHive(const RegistryKey& root) {
   Write(root, kSystemTexts);
+  FillPrintKeys(root.Create(kPrint));
   const long product = FactNumber(facts::kProductType, VER_NT_WORKSTATION);
   const WCHAR* product_text = product == VER_NT_WORKSTATION         ? TEXT("WinNT")
                               : product == VER_NT_DOMAIN_CONTROLLER ? TEXT("LanmanNT")
@@ -99,7 +124,7 @@ void FillSystemHive(const RegistryKey& root) {
 
 void FillUserHive(const RegistryKey& root) {
   Write(root, kUserFolders);
-  const WideString profile = TEXT("C:\\Users\\") + FactText(facts::kUserName, "Ada");
+  const WideString profile = UserProfileDirectory();
   const RegistryKey folders = root.Create(kShellFolders);
   folders.SetText(TEXT("AppData"), profile + TEXT("\\AppData\\Roaming"));
   folders.SetText(TEXT("Local AppData"), profile + TEXT("\\AppData\\Local"));

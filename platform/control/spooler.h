@@ -1,0 +1,14 @@
+// The print spooler's service. It runs on a fresh machine; its state is the machine's, so that all
+// processes see it.
+#pragma once
+
+namespace platform {
+
+// Starts the service with the monitors that the registry lists now. Nothing when it runs.
+void StartSpooler();
+// Aborts this process's print jobs and unloads the monitors; other processes unload theirs when
+// they next turn to the spooler. While it is stopped, calls fail with RPC_S_SERVER_UNAVAILABLE.
+void StopSpooler();
+bool SpoolerRuns();
+
+}  // namespace platform

@@ -1,0 +1,97 @@
+#include "platform/spooler/print_job.h"
+
+#include <algorithm>
+
+#include "platform/spooler/spooler.h"
+
+namespace platform {
+namespace {
+
+constexpr DWORD kBlock = 0x10000;
+
+}  // namespace
+
+PrintJob::PrintJob(std::shared_ptr<PortMonitor> monitor, JobRecord record, bool keep)
+    : monitor_(std::move(monitor)), keep_(keep), record_(std::move(record)) {}
+
+PrintJob::~PrintJob() {
+  if (!ended_) Abort();
+}
+
+std::shared_ptr<PrintJob> PrintJob::Start(std::shared_ptr<PortMonitor> monitor,
+                                          const WideString& port, JobRecord record, bool keep) {
+  std::shared_ptr<PrintJob> job(new PrintJob(std::move(monitor), std::move(record), keep));
+  job->ended_ = true;
+  if (!job->monitor_->OpenPort(port, job->port_)) return nullptr;
+  job->record_.status = JOB_STATUS_PRINTING;
+  job->record_.id = Spooler::Current().state().AddJob(job->record_);
+  WideString document = job->record_.document, datatype = job->record_.datatype;
+  DOC_INFO_1W info = {document.data(), nullptr, datatype.data()};
+  if (!job->monitor_->StartDocPort(job->port_, job->record_.printer, job->record_.id, info)) {
+    const DWORD error = GetLastError();
+    job->monitor_->ClosePort(job->port_);
+    Spooler::Current().state().RemoveJob(job->record_.id);
+    SetLastError(error);
+    return nullptr;
+  }
+  job->ended_ = false;
+  Spooler::Current().Watch(job);
+  return job;
+}
+
+bool PrintJob::Write(const BYTE* data, DWORD size, DWORD& written) {
+  written = 0;
+  do {
+    DWORD taken = 0;
+    const DWORD block = std::min(size - written, kBlock);
+    if (!monitor_->WritePort(port_, data + written, block, taken)) return false;
+    taken = std::min(taken, block);
+    if (taken == 0 && block != 0) {
+      SetLastError(ERROR_WRITE_FAULT);
+      return false;
+    }
+    written += taken;
+    record_.bytes += taken;
+  } while (written < size);
+  if (record_.bytes - reported_bytes_ >= kBlock) Report();
+  return true;
+}
+
+void PrintJob::EndPage() {
+  ++record_.pages;
+  Report();
+}
+
+void PrintJob::Report() {
+  Spooler::Current().state().UpdateJob(record_);
+  reported_bytes_ = record_.bytes;
+}
+
+bool PrintJob::Finish() {
+  const bool ended = monitor_->EndDocPort(port_);
+  const DWORD error = GetLastError();
+  const bool closed = monitor_->ClosePort(port_);
+  if (!ended) SetLastError(error);
+  return ended && closed;
+}
+
+bool PrintJob::End() {
+  if (ended_.exchange(true)) return true;
+  const bool finished = Finish();
+  if (keep_) {
+    record_.status = JOB_STATUS_PRINTED;
+    Report();
+  } else {
+    Spooler::Current().state().RemoveJob(record_.id);
+  }
+  return finished;
+}
+
+bool PrintJob::Abort() {
+  if (ended_.exchange(true)) return true;
+  const bool finished = Finish();
+  Spooler::Current().state().RemoveJob(record_.id);
+  return finished;
+}
+
+}  // namespace platform

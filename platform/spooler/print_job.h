@@ -1,0 +1,45 @@
+// A document on its way through a port.
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+#include <memory>
+
+#include "platform/spooler/port_monitor.h"
+#include "platform/spooler/spooler_state.h"
+
+namespace platform {
+
+class PrintJob {
+ public:
+  // Opens the port and starts the document on it; null, with the last error, when the monitor
+  // refuses. `record` carries everything but the id.
+  static std::shared_ptr<PrintJob> Start(std::shared_ptr<PortMonitor> monitor,
+                                         const WideString& port, JobRecord record, bool keep);
+  ~PrintJob();
+  PrintJob(const PrintJob&) = delete;
+  PrintJob& operator=(const PrintJob&) = delete;
+
+  DWORD id() const { return record_.id; }
+  // Writes all the data, block by block; `written` counts what the monitor took.
+  bool Write(const BYTE* data, DWORD size, DWORD& written);
+  void EndPage();
+  // Each ends the document and closes the port, once; false when the monitor reports a failure.
+  bool End();
+  bool Abort();
+
+ private:
+  PrintJob(std::shared_ptr<PortMonitor> monitor, JobRecord record, bool keep);
+  bool Finish();
+  void Report();
+
+  const std::shared_ptr<PortMonitor> monitor_;
+  const bool keep_;
+  JobRecord record_;
+  HANDLE port_ = nullptr;
+  DWORD reported_bytes_ = 0;
+  std::atomic<bool> ended_ = false;
+};
+
+}  // namespace platform

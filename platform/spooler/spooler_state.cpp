@@ -1,0 +1,160 @@
+#include "platform/spooler/spooler_state.h"
+
+#include <signal.h>
+
+#include <cerrno>
+#include <string>
+
+#include "platform/spooler/print_records.h"
+
+namespace platform {
+namespace {
+
+constexpr const WCHAR* kRunning = TEXT("Running");
+constexpr const WCHAR* kGeneration = TEXT("Generation");
+constexpr const WCHAR* kLastJob = TEXT("LastJob");
+constexpr const WCHAR* kMonitors = TEXT("Monitors");
+constexpr const WCHAR* kJobs = TEXT("Jobs");
+constexpr const WCHAR* kFile = TEXT("File");
+
+struct TextMember {
+  const WCHAR* name;
+  WideString JobRecord::*member;
+};
+struct NumberMember {
+  const WCHAR* name;
+  DWORD JobRecord::*member;
+};
+constexpr TextMember kJobTexts[] = {{TEXT("Printer"), &JobRecord::printer},
+                                    {TEXT("Document"), &JobRecord::document},
+                                    {TEXT("Datatype"), &JobRecord::datatype},
+                                    {TEXT("User"), &JobRecord::user}};
+// Those behind the first change while the job prints.
+constexpr NumberMember kJobNumbers[] = {{TEXT("Process"), &JobRecord::process},
+                                        {TEXT("Status"), &JobRecord::status},
+                                        {TEXT("Bytes"), &JobRecord::bytes},
+                                        {TEXT("Pages"), &JobRecord::pages}};
+
+WideString JobName(DWORD id) {
+  return ToWide(std::to_string(id));
+}
+
+JobRecord JobFrom(const RegistryKey& key, DWORD id) {
+  JobRecord job;
+  job.id = id;
+  for (const TextMember& text : kJobTexts) job.*text.member = key.Text(text.name);
+  for (const NumberMember& number : kJobNumbers) job.*number.member = key.Number(number.name, 0);
+  return job;
+}
+
+bool IsAlive(DWORD process) {
+  return kill(static_cast<pid_t>(process), 0) == 0 || errno == EPERM;
+}
+
+}  // namespace
+
+SpoolerState::SpoolerState(Machine& machine)
+    : root_(Hive::Open(machine.directory() / "objects" / "spooler", TEXT("SPOOLER")),
+            KeyTree::kRoot) {
+  if (!root_) {
+    throw std::filesystem::filesystem_error("cannot open the spooler's state",
+                                            std::make_error_code(std::errc::io_error));
+  }
+  if (!root_.Value(kRunning)) SetRunning(true);
+}
+
+bool SpoolerState::Running() const {
+  return root_.Number(kRunning, 0) != 0;
+}
+
+void SpoolerState::SetRunning(bool running) {
+  root_.DeleteTree(kMonitors);
+  if (running) {
+    for (const auto& [name, file] : ReadRegisteredMonitors()) {
+      root_.Create(kMonitors).Create(name).SetText(kFile, file);
+    }
+  }
+  root_.SetNumber(kRunning, running ? 1 : 0);
+  NextGeneration();
+}
+
+DWORD SpoolerState::Generation() const {
+  return root_.Number(kGeneration, 0);
+}
+
+void SpoolerState::NextGeneration() {
+  root_.SetNumber(kGeneration, Generation() + 1);
+}
+
+std::vector<std::pair<WideString, WideString>> SpoolerState::Monitors() const {
+  std::vector<std::pair<WideString, WideString>> monitors;
+  const RegistryKey all = root_.Open(kMonitors);
+  for (const WideString& name : all.SubKeys()) {
+    monitors.emplace_back(name, all.Open(name).Text(kFile));
+  }
+  return monitors;
+}
+
+void SpoolerState::AddMonitor(WideView name, WideView file) {
+  root_.Create(kMonitors).Create(name).SetText(kFile, file);
+  NextGeneration();
+}
+
+void SpoolerState::RemoveMonitor(WideView name) {
+  root_.Open(kMonitors).DeleteTree(name);
+  NextGeneration();
+}
+
+DWORD SpoolerState::AddJob(JobRecord job) {
+  const LSTATUS status = root_.Modify([&](Hive::Change& hive) -> LSTATUS {
+    const RegistryNode* root = hive.tree().Find(KeyTree::kRoot);
+    const RegistryValue* last = root->Value(kLastJob);
+    job.id = last == nullptr ? 1 : *reinterpret_cast<const DWORD*>(last->data.data()) + 1;
+    const auto* bytes = reinterpret_cast<const uint8_t*>(&job.id);
+    hive.Apply({JournalRecord::Op::kSetValue, KeyTree::kRoot, REG_DWORD, kLastJob,
+                Bytes(bytes, bytes + sizeof job.id)});
+    return ERROR_SUCCESS;
+  });
+  if (status != ERROR_SUCCESS) return 0;
+  const RegistryKey key = root_.Create(kJobs).Create(JobName(job.id));
+  for (const TextMember& text : kJobTexts) key.SetText(text.name, job.*text.member);
+  for (const NumberMember& number : kJobNumbers) key.SetNumber(number.name, job.*number.member);
+  return job.id;
+}
+
+void SpoolerState::UpdateJob(const JobRecord& job) {
+  const RegistryKey key = root_.Open(kJobs).Open(JobName(job.id));
+  for (const NumberMember& number : kJobNumbers) {
+    if (key.Number(number.name, 0) != job.*number.member) {
+      key.SetNumber(number.name, job.*number.member);
+    }
+  }
+}
+
+void SpoolerState::RemoveJob(DWORD id) {
+  root_.Open(kJobs).DeleteTree(JobName(id));
+}
+
+std::optional<JobRecord> SpoolerState::Job(DWORD id) const {
+  const RegistryKey key = root_.Open(kJobs).Open(JobName(id));
+  return key ? std::optional(JobFrom(key, id)) : std::nullopt;
+}
+
+std::vector<JobRecord> SpoolerState::Jobs(WideView printer) {
+  std::vector<JobRecord> jobs;
+  const RegistryKey all = root_.Open(kJobs);
+  for (const WideString& name : all.SubKeys()) {
+    JobRecord job = JobFrom(all.Open(name), std::stoul(ToUtf8(name)));
+    const bool kept = (job.status & JOB_STATUS_PRINTED) != 0;
+    if (!kept && !IsAlive(job.process)) {
+      RemoveJob(job.id);
+    } else if (EqualNoCase(job.printer, printer)) {
+      jobs.push_back(std::move(job));
+    }
+  }
+  std::sort(jobs.begin(), jobs.end(),
+            [](const JobRecord& a, const JobRecord& b) { return a.id < b.id; });
+  return jobs;
+}
+
+}  // namespace platform

@@ -1,0 +1,52 @@
+// What the spoolers of several processes share beside the registry: whether the service runs, which
+// monitors it runs with, and the jobs.
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+
+#include "platform/registry/registry.h"
+
+namespace platform {
+
+struct JobRecord {
+  DWORD id = 0;
+  WideString printer;
+  WideString document;
+  WideString datatype;
+  WideString user;
+  DWORD status = 0;
+  DWORD bytes = 0;  // accepted so far
+  DWORD pages = 0;
+  DWORD process = 0;  // the host's id of the process that prints
+};
+
+class SpoolerState {
+ public:
+  explicit SpoolerState(Machine& machine);
+
+  // The service, with the monitors that were registered when it started. A fresh machine's service
+  // runs.
+  bool Running() const;
+  void SetRunning(bool running);
+  // Grows whenever the monitors or the service's state change.
+  DWORD Generation() const;
+  std::vector<std::pair<WideString, WideString>> Monitors() const;  // names and files
+  void AddMonitor(WideView name, WideView file);
+  void RemoveMonitor(WideView name);
+
+  // Keeps the job under a new id and returns it; 0 when that fails.
+  DWORD AddJob(JobRecord job);
+  void UpdateJob(const JobRecord& job);
+  void RemoveJob(DWORD id);
+  // The printer's jobs by id. Those of processes that died are removed.
+  std::vector<JobRecord> Jobs(WideView printer);
+  std::optional<JobRecord> Job(DWORD id) const;
+
+ private:
+  void NextGeneration();
+  RegistryKey root_;
+};
+
+}  // namespace platform
