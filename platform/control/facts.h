@@ -26,6 +26,9 @@ inline constexpr char kComctlVersion[] = "files.comctl32.version";  // 5.82
 // "entry.kernel32.SetDllDirectoryW" = 0 hides a function of a system library from GetProcAddress, 1
 // shows it whatever the Windows version.
 inline constexpr char kEntryPrefix[] = "entry.";
+// "environment.NAME", the name in capitals, is an environment variable of every process, beside the ones that the system
+// sets itself.
+inline constexpr char kEnvironmentPrefix[] = "environment.";
 inline constexpr char kComputerName[] = "computer.name";  // WORKSTATION
 
 // The user of the calling process.

@@ -219,6 +219,10 @@ LRESULT WINAPI CallWindowProcW(WNDPROC previous, HWND window, UINT message, WPAR
 // the result is the (previous) value, 0 on failure (ERROR_INVALID_WINDOW_HANDLE,
 // ERROR_INVALID_INDEX).
 LONG_PTR WINAPI GetWindowLongPtrW(HWND window, int index);
+#ifdef __LP64__
+// The fields of 32 bits, which have a negative index; others: ERROR_CALL_NOT_IMPLEMENTED.
+LONG WINAPI GetWindowLongW(HWND window, int index);
+#endif
 LONG_PTR WINAPI SetWindowLongPtrW(HWND window, int index, LONG_PTR value);
 
 // A top-level window of this process by class name and title (null: any), without regard to case.

@@ -106,6 +106,17 @@ LONG_PTR WINAPI GetWindowLongPtrW(HWND handle, int index) {
   return ReadField(*window, index, value) ? value : FailIndex();
 }
 
+#ifdef __LP64__
+LONG WINAPI GetWindowLongW(HWND handle, int index) {
+  KV_API(GetWindowLongW, ERROR_INVALID_WINDOW_HANDLE, 0, handle, index);
+  if (index >= 0) {
+    SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+    return 0;
+  }
+  return static_cast<LONG>(GetWindowLongPtrW(handle, index));
+}
+#endif
+
 LONG_PTR WINAPI SetWindowLongPtrW(HWND handle, int index, LONG_PTR value) {
   KV_API(SetWindowLongPtrW, ERROR_INVALID_WINDOW_HANDLE, 0, handle, index, value);
   const WindowPointer window = RequireWindow(handle);
