@@ -165,6 +165,61 @@ class SectionLayout {
   std::vector<size_t> data_places_;
 };
 
+// The optional header of an image with one section of `body_size` bytes, or with none.
+void PutOptionalHeader(std::vector<BYTE>& file, size_t header_at, WORD magic, size_t body_size) {
+  const auto put = [&](DWORD at, auto value) { Put(file, header_at + at, value); };
+  put(0, magic);
+  if (magic == pe::kMagic64) {
+    put(pe::kImageBaseAt64, uint64_t{0x180000000});
+    put(pe::kDirectoryCountAt64, pe::kDirectoryCount);
+  } else {
+    put(pe::kImageBaseAt32, DWORD{0x10000000});
+    put(pe::kDirectoryCountAt32, pe::kDirectoryCount);
+  }
+  put(pe::kSectionAlignmentAt, kSectionAlignment);
+  put(pe::kFileAlignmentAt, kFileAlignment);
+  put(pe::kSystemVersionAt, WORD{4});
+  put(pe::kSubsystemVersionAt, WORD{4});
+  put(pe::kImageSizeAt, kSectionAddress + Aligned(body_size, kSectionAlignment));
+  put(pe::kHeadersSizeAt, kFileAlignment);
+  put(pe::kSubsystemAt, WORD{2});
+  if (body_size == 0) return;
+  put(pe::DirectoriesAt(magic) + pe::kResourceDirectory * sizeof(pe::DataDirectory),
+      pe::DataDirectory{kSectionAddress, static_cast<DWORD>(body_size)});
+}
+
+pe::Section ResourceSection(size_t body_size) {
+  pe::Section section = {};
+  std::memcpy(section.name, ".rsrc", 5);
+  section.virtual_size = static_cast<DWORD>(body_size);
+  section.virtual_address = kSectionAddress;
+  section.raw_size = Aligned(body_size, kFileAlignment);
+  section.raw_offset = kFileAlignment;
+  section.characteristics = 0x40000040;  // initialised data, readable
+  return section;
+}
+
+void PutHeaders(std::vector<BYTE>& file, WORD machine, size_t body_size) {
+  const bool wide = machine == IMAGE_FILE_MACHINE_AMD64;
+  const WORD magic = wide ? pe::kMagic64 : pe::kMagic32;
+  Put(file, 0, pe::kDosSignature);
+  Put(file, pe::kHeaderOffsetAt, kPeHeaderAt);
+  Put(file, kPeHeaderAt, pe::kPeSignature);
+  pe::FileHeader header = {};
+  header.machine = machine;
+  header.section_count = body_size == 0 ? 0 : 1;
+  header.optional_header_size = static_cast<WORD>(pe::OptionalHeaderSize(magic));
+  // An executable image, a DLL; of 32 bits, or aware of large addresses.
+  header.characteristics = wide ? 0x2022 : 0x2102;
+  const size_t header_at = kPeHeaderAt + sizeof(DWORD);
+  Put(file, header_at, header);
+  const size_t optional_at = header_at + sizeof header;
+  PutOptionalHeader(file, optional_at, magic, body_size);
+  if (body_size != 0) {
+    Put(file, optional_at + pe::OptionalHeaderSize(magic), ResourceSection(body_size));
+  }
+}
+
 template <class Map>
 DWORD AddDirectoryFor(SectionLayout& layout, const Map& entries) {
   WORD named = 0;
@@ -270,54 +325,12 @@ std::vector<BYTE> PeWriter::BuildSection(const Types& types) {
 }
 
 std::vector<BYTE> PeWriter::Build() const {
-  const bool wide = machine_ == IMAGE_FILE_MACHINE_AMD64;
-  const WORD magic = wide ? pe::kMagic64 : pe::kMagic32;
   const Types types = WithStrings();
   const std::vector<BYTE> body = types.empty() ? std::vector<BYTE>() : BuildSection(types);
-  const DWORD raw_size = Aligned(body.size(), kFileAlignment);
-  const size_t optional_at = kPeHeaderAt + sizeof(DWORD) + sizeof(pe::FileHeader);
-
   std::vector<BYTE> file(kFileAlignment);
-  Put(file, 0, pe::kDosSignature);
-  Put(file, pe::kHeaderOffsetAt, kPeHeaderAt);
-  Put(file, kPeHeaderAt, pe::kPeSignature);
-  pe::FileHeader header = {};
-  header.machine = machine_;
-  header.section_count = body.empty() ? 0 : 1;
-  header.optional_header_size = static_cast<WORD>(pe::OptionalHeaderSize(magic));
-  // An executable image, a DLL; of 32 bits, or aware of large addresses.
-  header.characteristics = wide ? 0x2022 : 0x2102;
-  Put(file, kPeHeaderAt + sizeof(DWORD), header);
-
-  const auto put = [&](DWORD at, auto value) { Put(file, optional_at + at, value); };
-  put(0, magic);
-  if (wide) {
-    put(24, uint64_t{0x180000000});
-  } else {
-    put(28, DWORD{0x10000000});
-  }
-  put(pe::kSectionAlignmentAt, kSectionAlignment);
-  put(pe::kFileAlignmentAt, kFileAlignment);
-  put(pe::kSystemVersionAt, WORD{4});
-  put(pe::kSubsystemVersionAt, WORD{4});
-  put(pe::kImageSizeAt, kSectionAddress + Aligned(body.size(), kSectionAlignment));
-  put(pe::kHeadersSizeAt, kFileAlignment);
-  put(pe::kSubsystemAt, WORD{2});
-  put(wide ? pe::kDirectoryCountAt64 : pe::kDirectoryCountAt32, pe::kDirectoryCount);
-  if (!body.empty()) {
-    put(pe::DirectoriesAt(magic) + pe::kResourceDirectory * sizeof(pe::DataDirectory),
-        pe::DataDirectory{kSectionAddress, static_cast<DWORD>(body.size())});
-    pe::Section section = {};
-    std::memcpy(section.name, ".rsrc", 5);
-    section.virtual_size = static_cast<DWORD>(body.size());
-    section.virtual_address = kSectionAddress;
-    section.raw_size = raw_size;
-    section.raw_offset = kFileAlignment;
-    section.characteristics = 0x40000040;  // initialised data, readable
-    put(pe::OptionalHeaderSize(magic), section);
-  }
+  PutHeaders(file, machine_, body.size());
   file.insert(file.end(), body.begin(), body.end());
-  file.resize(kFileAlignment + raw_size);
+  Pad(file, kFileAlignment);
   return file;
 }
 

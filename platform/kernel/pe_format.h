@@ -84,6 +84,9 @@ constexpr DWORD kSubsystemVersionAt = 48;
 constexpr DWORD kImageSizeAt = 56;
 constexpr DWORD kHeadersSizeAt = 60;
 constexpr DWORD kSubsystemAt = 68;
+// Those that differ.
+constexpr DWORD kImageBaseAt32 = 28;
+constexpr DWORD kImageBaseAt64 = 24;
 constexpr DWORD kDirectoryCountAt32 = 92;
 constexpr DWORD kDirectoryCountAt64 = 108;
 
