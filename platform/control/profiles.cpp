@@ -6,6 +6,7 @@
 
 #include "platform/control/facts.h"
 #include "platform/control/machine.h"
+#include "platform/registry/initial_keys.h"
 
 namespace platform {
 namespace {
@@ -145,6 +146,7 @@ bool UseProfile(std::string_view name, std::string_view architecture) {
   if (!Exists(*profile, architecture)) return false;
   SetFacts(*profile, architecture);
   InstallSystemFiles();
+  UpdateVersionKeys();
   return true;
 }
 

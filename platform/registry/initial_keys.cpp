@@ -2,6 +2,7 @@
 
 #include "platform/control/facts.h"
 #include "platform/kernel/installation.h"
+#include "platform/kernel/wow64.h"
 #include "platform/security/rights.h"
 
 namespace platform {
@@ -59,6 +60,11 @@ constexpr InitialText kSoftwareTexts[] = {
     {kWindows, TEXT("DevicePath"), TEXT("%SystemRoot%\\inf"), REG_EXPAND_SZ},
 };
 
+constexpr InitialText kSoftwareTexts32[] = {
+    {kWindows, TEXT("ProgramFilesDir"), TEXT("C:\\Program Files (x86)")},
+    {kWindows, TEXT("CommonFilesDir"), TEXT("C:\\Program Files (x86)\\Common Files")},
+};
+
 constexpr InitialText kUserFolders[] = {
     {kUserShellFolders, TEXT("AppData"), TEXT("%USERPROFILE%\\AppData\\Roaming"), REG_EXPAND_SZ},
     {kUserShellFolders, TEXT("Local AppData"), TEXT("%USERPROFILE%\\AppData\\Local"),
@@ -90,27 +96,30 @@ void FillPrintKeys(const RegistryKey& print) {
   }
 }
 
-}  // namespace
-
-void FillSoftwareHive(const RegistryKey& root) {
-  root.Create(TEXT("Classes"));
-  Write(root, kSoftwareTexts);
-  const RegistryKey version = root.Create(kWindowsNt);
+void WriteVersionValues(const RegistryKey& software) {
+  const RegistryKey version = software.Create(kWindowsNt);
   version.SetText(TEXT("CurrentVersion"), VersionText());
   version.SetText(TEXT("CurrentBuild"), FactText(facts::kBuild, "19045"));
   version.SetText(TEXT("CurrentBuildNumber"), FactText(facts::kBuild, "19045"));
   version.SetText(TEXT("SystemRoot"), WindowsDirectory());
-  if (const WideString pack = FactText(facts::kServicePackText, ""); !pack.empty()) {
+  const WideString pack = FactText(facts::kServicePackText, "");
+  if (pack.empty()) {
+    version.DeleteValue(TEXT("CSDVersion"));
+  } else {
     version.SetText(TEXT("CSDVersion"), pack);
   }
-  root.Create(WideString(kWindows) + TEXT("\\SharedDLLs"));
-  const RegistryKey profile = version.Create(WideString(TEXT("ProfileList\\")) + CallerSid());
-  profile.SetText(TEXT("ProfileImagePath"), UserProfileDirectory(), REG_EXPAND_SZ);
 }
 
-void FillSystemHive(const RegistryKey& root) {
-  Write(root, kSystemTexts);
-  FillPrintKeys(root.Create(kPrint));
+// On an x64 system the 32-bit view tells the version as well.
+void WriteSoftwareVersion(const RegistryKey& root) {
+  WriteVersionValues(root);
+  if (!SystemIs64Bit()) return;
+  const RegistryKey view32 = root.Create(TEXT("WOW6432Node"));
+  WriteVersionValues(view32);
+  Write(view32, kSoftwareTexts32);
+}
+
+void WriteSystemVersion(const RegistryKey& root) {
   const long product = FactNumber(facts::kProductType, VER_NT_WORKSTATION);
   const WCHAR* product_text = product == VER_NT_WORKSTATION         ? TEXT("WinNT")
                               : product == VER_NT_DOMAIN_CONTROLLER ? TEXT("LanmanNT")
@@ -118,8 +127,29 @@ void FillSystemHive(const RegistryKey& root) {
   root.Create(TEXT("CurrentControlSet\\Control\\ProductOptions"))
       .SetText(TEXT("ProductType"), product_text);
   root.Create(kEnvironment)
-      .SetText(TEXT("PROCESSOR_ARCHITECTURE"),
-               Fact(facts::kArchitecture, "x64") == "x64" ? TEXT("AMD64") : TEXT("x86"));
+      .SetText(TEXT("PROCESSOR_ARCHITECTURE"), SystemIs64Bit() ? TEXT("AMD64") : TEXT("x86"));
+}
+
+}  // namespace
+
+void FillSoftwareHive(const RegistryKey& root) {
+  root.Create(TEXT("Classes"));
+  Write(root, kSoftwareTexts);
+  root.Create(WideString(kWindows) + TEXT("\\SharedDLLs"));
+  WriteSoftwareVersion(root);
+  root.Create(WideString(kWindowsNt) + TEXT("\\ProfileList\\") + CallerSid())
+      .SetText(TEXT("ProfileImagePath"), UserProfileDirectory(), REG_EXPAND_SZ);
+}
+
+void FillSystemHive(const RegistryKey& root) {
+  Write(root, kSystemTexts);
+  FillPrintKeys(root.Create(kPrint));
+  WriteSystemVersion(root);
+}
+
+void UpdateVersionKeys() {
+  WriteSoftwareVersion(FindKey(TEXT("MACHINE\\SOFTWARE")));
+  WriteSystemVersion(FindKey(TEXT("MACHINE\\SYSTEM")));
 }
 
 void FillUserHive(const RegistryKey& root) {

@@ -10,4 +10,7 @@ void FillSoftwareHive(const RegistryKey& root);
 void FillSystemHive(const RegistryKey& root);
 void FillUserHive(const RegistryKey& root);
 
+// Writes what tells the Windows version again, after the facts have changed.
+void UpdateVersionKeys();
+
 }  // namespace platform

@@ -2,8 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/control/facts.h"
-#include "platform/control/machine.h"
+#include "platform/kernel/wow64.h"
 
 namespace platform {
 namespace {
@@ -100,7 +99,7 @@ bool IsRedirectedClass(const RegistryPath& path) {
 }  // namespace
 
 bool UsesView32(REGSAM access) {
-  if (Fact(facts::kArchitecture, "x64") != "x64") return false;
+  if (!SystemIs64Bit()) return false;
   if ((access & KEY_WOW64_32KEY) != 0) return true;
   return sizeof(void*) == 4 && (access & KEY_WOW64_64KEY) == 0;
 }

@@ -23,11 +23,7 @@ std::shared_ptr<PrintJob> PrintJob::Start(std::shared_ptr<PortMonitor> monitor,
   std::shared_ptr<PrintJob> job(new PrintJob(std::move(monitor), std::move(record), keep));
   job->ended_ = true;
   if (!job->monitor_->OpenPort(port, job->port_)) return nullptr;
-  job->record_.status = JOB_STATUS_PRINTING;
-  job->record_.id = Spooler::Current().state().AddJob(job->record_);
-  WideString document = job->record_.document, datatype = job->record_.datatype;
-  DOC_INFO_1W info = {document.data(), nullptr, datatype.data()};
-  if (!job->monitor_->StartDocPort(job->port_, job->record_.printer, job->record_.id, info)) {
+  if (!job->StartOnPort()) {
     const DWORD error = GetLastError();
     job->monitor_->ClosePort(job->port_);
     Spooler::Current().state().RemoveJob(job->record_.id);
@@ -37,6 +33,18 @@ std::shared_ptr<PrintJob> PrintJob::Start(std::shared_ptr<PortMonitor> monitor,
   job->ended_ = false;
   Spooler::Current().Watch(job);
   return job;
+}
+
+bool PrintJob::StartOnPort() {
+  record_.status = JOB_STATUS_PRINTING;
+  record_.id = Spooler::Current().state().AddJob(record_);
+  if (record_.id == 0) {
+    SetLastError(ERROR_CANTWRITE);
+    return false;
+  }
+  WideString document = record_.document, datatype = record_.datatype;
+  DOC_INFO_1W info = {document.data(), nullptr, datatype.data()};
+  return monitor_->StartDocPort(port_, record_.printer, record_.id, info);
 }
 
 bool PrintJob::Write(const BYTE* data, DWORD size, DWORD& written) {

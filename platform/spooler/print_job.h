@@ -31,6 +31,7 @@ class PrintJob {
 
  private:
   PrintJob(std::shared_ptr<PortMonitor> monitor, JobRecord record, bool keep);
+  bool StartOnPort();
   bool Finish();
   void Report();
 

@@ -7,6 +7,7 @@
 #include "platform/control/machine.h"
 #include "platform/kernel/installation.h"
 #include "platform/kernel/path.h"
+#include "platform/kernel/wow64.h"
 
 namespace platform {
 namespace {
@@ -172,7 +173,7 @@ DWORD DriverVersion() {
 }
 
 WideString NativeEnvironment() {
-  return Fact(facts::kArchitecture, "x64") == "x64" ? TEXT("Windows x64") : TEXT("Windows NT x86");
+  return SystemIs64Bit() ? TEXT("Windows x64") : TEXT("Windows NT x86");
 }
 
 WideString FindEnvironment(LPCWSTR name) {

@@ -2,7 +2,9 @@
 
 #include <signal.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <string>
 
 #include "platform/spooler/print_records.h"
@@ -83,7 +85,23 @@ DWORD SpoolerState::Generation() const {
 }
 
 void SpoolerState::NextGeneration() {
-  root_.SetNumber(kGeneration, Generation() + 1);
+  Increment(kGeneration);
+}
+
+DWORD SpoolerState::Increment(const WCHAR* counter) {
+  DWORD next = 1;
+  const LSTATUS status = root_.Modify([&](Hive::Change& hive) -> LSTATUS {
+    const RegistryValue* last = hive.tree().Find(KeyTree::kRoot)->Value(counter);
+    if (last != nullptr && last->data.size() == sizeof next) {
+      std::memcpy(&next, last->data.data(), sizeof next);
+      ++next;
+    }
+    const auto* bytes = reinterpret_cast<const uint8_t*>(&next);
+    hive.Apply({JournalRecord::Op::kSetValue, KeyTree::kRoot, REG_DWORD, counter,
+                Bytes(bytes, bytes + sizeof next)});
+    return ERROR_SUCCESS;
+  });
+  return status == ERROR_SUCCESS ? next : 0;
 }
 
 std::vector<std::pair<WideString, WideString>> SpoolerState::Monitors() const {
@@ -106,16 +124,8 @@ void SpoolerState::RemoveMonitor(WideView name) {
 }
 
 DWORD SpoolerState::AddJob(JobRecord job) {
-  const LSTATUS status = root_.Modify([&](Hive::Change& hive) -> LSTATUS {
-    const RegistryNode* root = hive.tree().Find(KeyTree::kRoot);
-    const RegistryValue* last = root->Value(kLastJob);
-    job.id = last == nullptr ? 1 : *reinterpret_cast<const DWORD*>(last->data.data()) + 1;
-    const auto* bytes = reinterpret_cast<const uint8_t*>(&job.id);
-    hive.Apply({JournalRecord::Op::kSetValue, KeyTree::kRoot, REG_DWORD, kLastJob,
-                Bytes(bytes, bytes + sizeof job.id)});
-    return ERROR_SUCCESS;
-  });
-  if (status != ERROR_SUCCESS) return 0;
+  job.id = Increment(kLastJob);
+  if (job.id == 0) return 0;
   const RegistryKey key = root_.Create(kJobs).Create(JobName(job.id));
   for (const TextMember& text : kJobTexts) key.SetText(text.name, job.*text.member);
   for (const NumberMember& number : kJobNumbers) key.SetNumber(number.name, job.*number.member);

@@ -46,6 +46,8 @@ class SpoolerState {
 
  private:
   void NextGeneration();
+  // Counts on and returns the new number; 0 when it cannot be kept.
+  DWORD Increment(const WCHAR* counter);
   RegistryKey root_;
 };
 
