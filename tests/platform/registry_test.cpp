@@ -30,8 +30,30 @@ class RegistryTest : public kv::test::MachineTest {
   void Reopen() { platform::UseMachine(directory()); }
 };
 
-TEST_F(RegistryTest, KeysAreNoDeeperThanTheLimit) {
+TEST_F(RegistryTest, ValuesKeepTheOrderOfTheirCreation) {
   const Key key = Key::Create(HKEY_CURRENT_USER, kTestKey);
+  for (const WCHAR* name : {TEXT("b"), TEXT("c"), TEXT("a"), TEXT("")}) {
+    SetText(key, name, TEXT("x"));
+  }
+  SetText(key, TEXT("B"), TEXT("again"));
+  RegDeleteValueW(key, TEXT("c"));
+  Reopen();
+  const Key reopened = Key::Open(HKEY_CURRENT_USER, kTestKey);
+  WideString values;
+  WCHAR name[20];
+  DWORD size;
+  for (DWORD i = 0; size = 20, RegEnumValueW(reopened, i, name, &size, nullptr, nullptr, nullptr,
+                                             nullptr) == ERROR_SUCCESS;
+       ++i) {
+    values += WideString(name, size) + TEXT(' ');
+  }
+  EXPECT_EQ(values, TEXT("b a  "));
+}
+
+TEST_F(RegistryTest, KeyNamesAndDepthHaveLimits) {
+  const Key key = Key::Create(HKEY_CURRENT_USER, kTestKey);
+  EXPECT_EQ(Key::Create(key, WideString(255, TEXT('k'))).status, ERROR_SUCCESS);
+  EXPECT_EQ(Key::Create(key, WideString(256, TEXT('k'))).status, ERROR_INVALID_PARAMETER);
   // Below "USER", the SID and the two names of the test key.
   WideString path;
   for (int i = 0; i < 508; ++i) path += TEXT("\\d");
