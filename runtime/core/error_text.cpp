@@ -16,14 +16,17 @@ BOOL IsUsable(LPWSTR buffer, int capacity, DWORD code) {
   return capacity > kErrorTextMinimum && code != 0;
 }
 
-}  // namespace
-
-void GetSystemErrorText(DWORD code, LPWSTR buffer, int capacity) {
-  if (!IsUsable(buffer, capacity, code)) return;
+void ReadSystemText(DWORD code, LPWSTR buffer, int capacity) {
   if (FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0,
                      buffer, capacity, nullptr) == 0) {
     buffer[0] = 0;
   }
+}
+
+}  // namespace
+
+void GetSystemErrorText(DWORD code, LPWSTR buffer, int capacity) {
+  if (IsUsable(buffer, capacity, code)) ReadSystemText(code, buffer, capacity);
 }
 
 void GetLastErrorText(LPWSTR buffer, int capacity) {
@@ -32,11 +35,11 @@ void GetLastErrorText(LPWSTR buffer, int capacity) {
 
 void GetErrorSuffix(DWORD code, LPWSTR buffer, int capacity) {
   if (!IsUsable(buffer, capacity, code)) return;
-  GetSystemErrorText(code, buffer, capacity);
+  ReadSystemText(code, buffer, capacity);
   if (buffer[0] == 0) return;
   CopyStringW(buffer, capacity, kSeparator);
   LPWSTR text = buffer + kSeparatorLength;
-  GetSystemErrorText(code, text, capacity - kSeparatorLength);
+  ReadSystemText(code, text, capacity - kSeparatorLength);
   size_t length = View(text).size();
   while (length > 0 && IsSpaceW(text[length - 1])) --length;
   if (length > 0 && (text[length - 1] == '.' || text[length - 1] == kIdeographicFullStop)) --length;

@@ -21,7 +21,9 @@ class KvmachineTest : public kv::test::MachineTest {
       arguments.replace(at, 3, place);
     }
     Result result;
-    std::FILE* pipe = popen((KV_TEST_BIN "/kvmachine " + arguments + " 2>&1").c_str(), "r");
+    std::FILE* pipe = popen(
+        ((kv::test::TestDirectory() / "kvmachine").string() + " " + arguments + " 2>&1").c_str(),
+        "r");
     for (int c; (c = std::fgetc(pipe)) != EOF;) result.output += static_cast<char>(c);
     result.status = WEXITSTATUS(pclose(pipe));
     return result;

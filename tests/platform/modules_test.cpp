@@ -36,7 +36,7 @@ class ModulesTest : public kv::test::MachineTest {
 
   static void CopyModule(WideView target) {
     fs::create_directories(HostPath(target).parent_path());
-    fs::copy_file(KV_TEST_BIN "/loadable_module.dll", HostPath(target));
+    fs::copy_file(kv::test::TestDirectory() / "loadable_module.dll", HostPath(target));
   }
 
   // The events since the last call, with blanks between them.

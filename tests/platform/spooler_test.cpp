@@ -95,7 +95,7 @@ class SpoolerTest : public kv::test::MachineTest {
   }
   static void PutIntoSystem(const char* built, const WCHAR* name) {
     std::filesystem::copy_file(
-        std::filesystem::path(KV_TEST_BIN) / built,
+        kv::test::TestDirectory() / built,
         platform::HostPath(TEXT("C:\\Windows\\System32\\") + WideString(name)));
   }
   static void AddRecordingPrinter() {

@@ -7,6 +7,10 @@
 
 namespace kv::test {
 
+std::filesystem::path TestDirectory() {
+  return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+}
+
 MachineTest::MachineTest() {
   std::string pattern = (std::filesystem::temp_directory_path() / "kvtest.XXXXXX").string();
   directory_ = mkdtemp(pattern.data());

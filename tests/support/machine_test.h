@@ -19,6 +19,9 @@ namespace kv::test {
 
 using WideView = std::basic_string_view<WCHAR>;
 
+// Where the test program lies, and with it everything else that was built.
+std::filesystem::path TestDirectory();
+
 class MachineTest : public testing::Test {
  protected:
   MachineTest();

@@ -1,0 +1,81 @@
+#!/usr/bin/env bash
+# Installs what is missing for the given purposes and nothing else. Purposes: host (default), windows, wine, checks,
+# fuzz. Exit status 0 when everything is there; 1 when something that cannot be done without is missing. A missing
+# 32-bit compiler is not fatal: the callers fall back to the 64-bit host build (see preset.sh).
+set -euo pipefail
+
+have() { command -v "$1" > /dev/null 2>&1; }
+can_build_32() { echo 'int main() {}' | g++ -m32 -xc++ - -o /dev/null > /dev/null 2>&1; }
+
+purposes=("$@")
+[ ${#purposes[@]} -gt 0 ] || purposes=(host)
+
+missing=()
+need() {  # need PACKAGE TEST...
+  local package=$1
+  shift
+  "$@" || missing+=("$package")
+}
+
+look() {
+  missing=()
+  for purpose in "${purposes[@]}"; do
+    case $purpose in
+      host)
+        need g++ have g++
+        need g++-multilib can_build_32
+        need cmake have cmake
+        need ninja-build have ninja
+        need llvm have llvm-rc
+        need lld have lld-link
+        need googletest test -f /usr/src/googletest/CMakeLists.txt
+        need libbenchmark-dev test -f /usr/include/benchmark/benchmark.h
+        ;;
+      windows)
+        need g++-mingw-w64-i686 have i686-w64-mingw32-g++-win32
+        need g++-mingw-w64-x86-64 have x86_64-w64-mingw32-g++-posix
+        ;;
+      wine)
+        need wine have wine
+        need wine64 test -e /usr/lib/wine/wine64
+        ;;
+      checks)
+        need clang-format have clang-format
+        ;;
+      fuzz)
+        need clang have clang
+        ;;
+      *)
+        echo "setup.sh: unknown purpose '$purpose'" >&2
+        exit 2
+        ;;
+    esac
+  done
+}
+
+as_root() { if [ "$(id -u)" = 0 ]; then "$@"; else sudo -n "$@"; fi; }
+install() {
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "$@" > "$log" 2>&1
+}
+
+look
+[ ${#missing[@]} -gt 0 ] || exit 0
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+echo "setup.sh: installing ${missing[*]}"
+if ! install "${missing[@]}"; then
+  # The package index may be old, or a part of it unreachable: update what can be, then try once more, one by one.
+  as_root apt-get update -q > "$log" 2>&1 || true
+  look
+  for package in "${missing[@]}"; do install "$package" || true; done
+fi
+look
+fatal=()
+for package in "${missing[@]}"; do
+  case $package in g++-multilib | libbenchmark-dev) ;; *) fatal+=("$package") ;; esac
+done
+if [ ${#fatal[@]} -gt 0 ]; then
+  echo "setup.sh: cannot install ${fatal[*]}:" >&2
+  tail -n 5 "$log" >&2
+  exit 1
+fi

@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# All tests: with the address and undefined-behaviour sanitizers, then once more in the 64-bit release build.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/setup.sh host
+source scripts/preset.sh
+
+for preset in $(host_preset host-asan) host-x64; do
+  [ "$preset" != "${done_before:-}" ] || continue
+  done_before=$preset
+  echo "== $preset"
+  build_preset "$preset"
+  UBSAN_OPTIONS=print_stacktrace=1 ctest --preset "$preset" --parallel "$(nproc)" --timeout 600
+done

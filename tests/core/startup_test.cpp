@@ -1,0 +1,153 @@
+// What process attach makes of the machine and of the resource library.
+#include <map>
+
+#include "resources/string_ids.h"
+#include "tests/support/runtime_test.h"
+
+namespace kv::test {
+namespace {
+
+class StartupTest : public RuntimeTest {
+ protected:
+  using Strings = std::map<UINT, LPCWSTR>;
+
+  // Begins a new life in which the resource library holds these strings only.
+  void RestartWith(Strings strings) {
+    strings_ = std::move(strings);
+    platform::Replace("LoadStringW", &LoadFromStrings);
+    Restart();
+    platform::ResetFaults();
+  }
+
+ private:
+  static int WINAPI LoadFromStrings(HINSTANCE, UINT number, LPWSTR buffer, int capacity) {
+    const auto found = strings_.find(number);
+    const WideView text = found == strings_.end() ? WideView() : WideView(found->second);
+    const size_t length = text.copy(buffer, capacity - 1);
+    buffer[length] = 0;
+    return static_cast<int>(length);
+  }
+  static Strings strings_;
+};
+StartupTest::Strings StartupTest::strings_;
+
+TEST_F(StartupTest, FillsTheRecordOnAPlainMachine) {
+  const StartupContext& context = startupContext;
+  EXPECT_EQ(WideView(context.productName), TEXT("Folvane"));
+  EXPECT_EQ(WideView(context.productNameVersion), TEXT("Folvane 8"));
+  EXPECT_EQ(WideView(context.displayName), TEXT("Folvane"));
+  EXPECT_EQ(WideView(context.portName), TEXT("KVR8:"));
+  EXPECT_EQ(WideView(context.companyName), TEXT("Veltmoor Software, LLC"));
+  EXPECT_EQ(WideView(context.printEnvironment),
+            sizeof(void*) == 4 ? TEXT("Windows NT x86") : TEXT("Windows x64"));
+  EXPECT_EQ(WideView(context.dispatcherTitle), TEXT("Folvane Dispatcher"));
+  EXPECT_EQ(WideView(context.webSite).substr(7), WideView(context.webHost));
+  EXPECT_TRUE(WideView(context.helpUrl).ends_with(TEXT("/help/folvane8")));
+  EXPECT_EQ(WideView(context.systemLanguageName), TEXT("English"));
+  EXPECT_EQ(context.systemLangId, 0x0409);
+  EXPECT_EQ(context.systemAnsiCodePage, 1252);
+  EXPECT_EQ(context.defaultUnits, 1u);
+  EXPECT_EQ(context.guiFontCodePage, 1252u);
+  EXPECT_FALSE(context.guiFontDbcs);
+  EXPECT_EQ(context.resourceLangId, 0x0409);
+  EXPECT_EQ(context.productKindCode, 109u);
+  EXPECT_EQ(context.defaultPaperSize, 1u);
+  EXPECT_EQ(context.resourceNumber12004, 8);
+  // Another process of the product registers the same messages; each of the fourteen has a number
+  // of its own.
+  const auto first = &context.messages.addSpoolFile;
+  for (int i = 0; i < 14; ++i) {
+    EXPECT_GE(first[i], 0xC000u);
+    for (int j = 0; j < i; ++j) EXPECT_NE(first[i], first[j]);
+  }
+  EXPECT_EQ(context.messages.addSpoolFile,
+            RegisterWindowMessageW(TEXT("Folvane-081B-WM_AddSpoolFile")));
+  EXPECT_EQ(context.messages.waitRedraw,
+            RegisterWindowMessageW(TEXT("Folvane-081B-WM_WaitRedraw")));
+  EXPECT_EQ(context.clipboardFormats.kvNote,
+            LOWORD(RegisterClipboardFormatW(TEXT("VeltmoorSoftware_CF_KvNote"))));
+}
+
+TEST_F(StartupTest, FollowsTheSystemLocaleAndTheDialogFont) {
+  platform::SetFact(platform::facts::kSystemLocale, "0x0411");
+  Restart();
+  EXPECT_EQ(WideView(startupContext.systemLanguageName), TEXT("Japanese"));
+  EXPECT_EQ(startupContext.systemLangId, 0x0411);
+  EXPECT_EQ(startupContext.systemAnsiCodePage, 932);
+  EXPECT_EQ(startupContext.defaultUnits, 2u);
+  EXPECT_EQ(startupContext.dbcsEnabled, 1);
+  EXPECT_TRUE(startupContext.guiFontDbcs);
+  EXPECT_EQ(startupContext.guiFontCodePage, 932u);
+}
+
+TEST_F(StartupTest, MapsCharacterSetsToCodePages) {
+  const struct {
+    int charset;
+    UINT codePage;
+    BOOL doubleByte;
+  } kCases[] = {{0, 1252, FALSE},   {1, 0, FALSE},      {2, 0, FALSE},      {128, 932, TRUE},
+                {129, 949, TRUE},   {130, 949, TRUE},   {134, 936, TRUE},   {136, 950, TRUE},
+                {161, 1253, FALSE}, {162, 1254, FALSE}, {163, 1258, FALSE}, {177, 1255, FALSE},
+                {178, 1256, FALSE}, {186, 1257, FALSE}, {204, 1251, FALSE}, {222, 874, FALSE},
+                {238, 1250, FALSE}, {200, 0, FALSE}};
+  for (const auto& c : kCases) {
+    platform::SetFactNumber(platform::facts::kGuiFontCharset, c.charset);
+    Restart();
+    EXPECT_EQ(startupContext.guiFontCodePage, c.codePage) << "character set " << c.charset;
+    EXPECT_EQ(startupContext.guiFontDbcs, c.doubleByte) << "character set " << c.charset;
+  }
+}
+
+TEST_F(StartupTest, TakesTheProductFromTheResourceLibrary) {
+  RestartWith({{IDS_PRODUCT_KIND, TEXT("108")}, {IDS_PRINTER_TITLE, TEXT("Printer of ^1")}});
+  EXPECT_EQ(WideView(startupContext.productName), TEXT("Docklane Pro"));
+  EXPECT_EQ(WideView(startupContext.displayName), TEXT("Docklane Pro"));
+  EXPECT_EQ(WideView(startupContext.productNameVersion), TEXT("Folvane 8"));
+  EXPECT_EQ(WideView(startupContext.dispatcherTitle), TEXT("Docklane Pro Dispatcher"));
+  EXPECT_EQ(WideView(startupContext.resourceText10084), TEXT("Printer of Docklane Pro"));
+  RestartWith({{IDS_PRODUCT_KIND, TEXT("95")}});
+  EXPECT_EQ(startupContext.productKindCode, 95u);
+  EXPECT_EQ(WideView(startupContext.productName), TEXT("Folvane"));
+  EXPECT_EQ(WideView(startupContext.resourceText10084), TEXT("Folvane"));
+}
+
+TEST_F(StartupTest, NumbersOfTheResourceLibraryHaveTheirDefaults) {
+  const struct {
+    LPCWSTR number12004;
+    int expected12004;
+    LPCWSTR paper;
+    DWORD expectedPaper;
+  } kCases[] = {{TEXT("3"), 3, TEXT("9"), 9},
+                {TEXT("0"), 8, TEXT("a4"), 9},
+                {TEXT("-5"), 8, TEXT("ENVELOPE DL"), 27},
+                {TEXT("x"), 8, TEXT("no such paper"), 1},
+                {TEXT(""), 8, TEXT("0"), 1},
+                {TEXT("12pt"), 12, TEXT(""), 1}};
+  for (const auto& c : kCases) {
+    RestartWith({{IDS_SMALL_TEXT_SIZE, c.number12004}, {IDS_DEFAULT_PAPER, c.paper}});
+    EXPECT_EQ(startupContext.resourceNumber12004, c.expected12004);
+    EXPECT_EQ(startupContext.defaultPaperSize, c.expectedPaper);
+  }
+}
+
+TEST_F(StartupTest, ALocalOnlyUuidGivesATimeBasedName) {
+  platform::FailCall("UuidCreate", 1, RPC_S_UUID_LOCAL_ONLY);
+  const InstanceName fallback;
+  const UUID zero = {};
+  EXPECT_EQ(memcmp(&fallback.guid(), &zero, sizeof(zero)), 0);
+  const WideView text = fallback.guidText();
+  EXPECT_EQ(text.substr(0, 13), TEXT("Folvane-081B-"));
+  EXPECT_EQ(text.size(), 21u);
+  EXPECT_EQ(text.find_first_not_of(TEXT("0123456789ABCDEF"), 13), WideView::npos);
+  const InstanceName one, two;
+  EXPECT_EQ(WideView(one.guidText()).size(), 36u);
+  EXPECT_NE(WideView(one.guidText()), WideView(two.guidText()));
+  EXPECT_EQ(WideView(one.guidText()).find_first_of(TEXT("abcdef")), WideView::npos) << "upper case";
+  const InstanceName copy(&one);
+  WCHAR name[64];
+  copy.MakeUniqueName(name, 64, TEXT("X"));
+  EXPECT_EQ(WideView(name), std::basic_string<WCHAR>(one.guidText()) + TEXT("-X"));
+}
+
+}  // namespace
+}  // namespace kv::test

@@ -1,0 +1,165 @@
+// Loading and unloading the module, and what stops it from loading.
+#include "tests/support/module_test.h"
+
+#include <fstream>
+
+#include "platform/control/message_boxes.h"
+
+namespace kv::test {
+namespace {
+
+TEST_F(ModuleTest, TwoCopiesHaveContextsOfTheirOwn) {
+  InstallModule(TEXT("C:\\Other"));
+  WriteResources(TEXT("C:\\Other"), ResourceLibrary().AddString(0x0409, 10060, TEXT("108")));
+  const LoadedModule first(kModule);
+  const LoadedModule second(TEXT("C:\\Other\\kvmon8.dll"));
+  ASSERT_TRUE(first && second);
+  EXPECT_EQ(WideView(first.ProductName()), TEXT("Folvane"));
+  EXPECT_EQ(WideView(second.ProductName()), TEXT("Docklane Pro"));
+  EXPECT_NE(first.Operations().pfnEnumPorts, second.Operations().pfnEnumPorts);
+}
+
+TEST_F(ModuleTest, EachLoadBeginsWithAZeroContext) {
+  WriteResources(kFolder, ResourceLibrary().AddString(0x0409, 10060, TEXT("105")));
+  {
+    const LoadedModule module(kModule);
+    ASSERT_TRUE(module);
+    EXPECT_EQ(WideView(module.ProductName()), TEXT("Docklane Pro"));
+  }
+  // A product name left over from the life before would stay: it is only set when it is empty.
+  WriteResources(kFolder, ResourceLibrary());
+  const LoadedModule module(kModule);
+  ASSERT_TRUE(module);
+  EXPECT_EQ(WideView(module.ProductName()), TEXT("Folvane"));
+  EXPECT_EQ(WideView(module.PortName()), TEXT("KVR8:"));
+}
+
+TEST_F(ModuleTest, OtherNotificationsChangeNothing) {
+  const LoadedModule module(kModule);
+  ASSERT_TRUE(module);
+  for (const DWORD reason : {DLL_THREAD_ATTACH, DLL_THREAD_DETACH, 77}) {
+    const platform::ResourceCounts before = platform::LiveResources();
+    const uint64_t calls = platform::TotalCallCount();
+    EXPECT_TRUE(module.Main(reason));
+    EXPECT_EQ(platform::TotalCallCount(), calls);
+    EXPECT_EQ(platform::DescribeDifference(before, platform::LiveResources()), "");
+  }
+}
+
+struct BadLibrary {
+  const char* name;
+  void (*write)(const std::filesystem::path& path);
+  LPCWSTR box;
+};
+
+void WriteBytes(const std::filesystem::path& path, std::string_view bytes) {
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+constexpr WCHAR kNotFound[] = TEXT("Could not find resource DLL kvres832.dll.");
+constexpr WCHAR kNotLoaded[] =
+    TEXT("Could not load resource DLL C:\\Windows\\System32\\kvres832.dll.");
+
+constexpr BadLibrary kBadLibraries[] = {
+    {"missing", [](const std::filesystem::path& path) { std::filesystem::remove(path); },
+     kNotFound},
+    {"a directory",
+     [](const std::filesystem::path& path) {
+       std::filesystem::remove(path);
+       std::filesystem::create_directory(path);
+     },
+     kNotFound},
+    {"empty", [](const std::filesystem::path& path) { WriteBytes(path, ""); }, kNotLoaded},
+    {"not a PE file",
+     [](const std::filesystem::path& path) { WriteBytes(path, std::string(4096, 'x')); },
+     kNotLoaded},
+    {"truncated",
+     [](const std::filesystem::path& path) { std::filesystem::resize_file(path, 600); },
+     kNotLoaded},
+    {"of another machine type",
+     [](const std::filesystem::path& path) {
+       const bool wide = sizeof(void*) == 8;
+       platform::PeWriter(wide ? IMAGE_FILE_MACHINE_I386 : IMAGE_FILE_MACHINE_AMD64)
+           .AddString(0x0409, 12118, TEXT("x"))
+           .WriteTo(path);
+     },
+     kNotLoaded},
+};
+
+TEST_F(ModuleTest, AnUnusableResourceLibraryFailsTheLoadWithItsBox) {
+  for (const BadLibrary& bad : kBadLibraries) {
+    SCOPED_TRACE(bad.name);
+    InstallModule(kFolder);
+    const std::filesystem::path path = platform::HostPath(kFolder) / "kvres832.dll";
+    bad.write(path);
+    platform::ScriptBoxes(true);
+    platform::AnswerNextBox(IDOK);
+    const LoadedModule module(kModule);
+    EXPECT_FALSE(module);
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_DLL_INIT_FAILED));
+    const auto boxes = platform::ShownBoxes();
+    ASSERT_EQ(boxes.size(), 1u);
+    EXPECT_EQ(WideView(boxes[0].text), bad.box);
+    EXPECT_EQ(WideView(boxes[0].title), TEXT("Folvane"));
+    EXPECT_EQ(boxes[0].style, 0x10010u);
+    std::filesystem::remove_all(path);
+  }
+}
+
+TEST_F(ModuleTest, ALibraryWithoutStringsLoads) {
+  WriteResources(kFolder, ResourceLibrary());
+  const LoadedModule module(kModule);
+  ASSERT_TRUE(module);
+  // The report has no text, so there is no box.
+  platform::FailCall("OpenPrinterW", 1, ERROR_INVALID_PRINTER_NAME);
+  HANDLE port = nullptr;
+  ASSERT_TRUE(module.Operations().pfnOpenPort(nullptr, &port));
+  WCHAR printer[] = TEXT("Folvane");
+  EXPECT_FALSE(module.Operations().pfnStartDocPort(port, printer, 1, 1, nullptr));
+  EXPECT_TRUE(module.Operations().pfnClosePort(port));
+}
+
+// Whatever call fails while the module is loaded, it either loads and works or fails with the
+// promised error.
+TEST_F(ModuleTest, LoadAndUnloadUnderEveryFailure) {
+  uint64_t fallible = 0;
+  uint64_t injected = 0;
+  for (uint64_t n = 1;; ++n) {
+    platform::ResetFaults();
+    platform::ScriptBoxes(true);
+    platform::AnswerNextBox(IDOK);
+    const platform::ResourceCounts before = platform::LiveResources();
+    platform::FailAnyCall(n);
+    const HMODULE module = LoadLibraryW(kModule);
+    const DWORD error = GetLastError();
+    const bool hit = platform::InjectedFailures() != 0;
+    const std::string function = platform::LastInjectedFunction();
+    SCOPED_TRACE(function + ", call " + std::to_string(n));
+    if (module != nullptr) {
+      platform::FailAnyCall(0);
+      DWORD needed = 0, returned = 0;
+      alignas(void*) BYTE buffer[1024];
+      const auto initialize = reinterpret_cast<LPMONITOREX(WINAPI*)(LPWSTR)>(
+          reinterpret_cast<void (*)()>(GetProcAddress(module, "InitializePrintMonitor")));
+      EXPECT_TRUE(initialize(nullptr)->Monitor.pfnEnumPorts(nullptr, 2, buffer, sizeof(buffer),
+                                                            &needed, &returned));
+      EXPECT_EQ(WideView(reinterpret_cast<PORT_INFO_2W*>(buffer)->pPortName), TEXT("KVR8:"));
+      FreeLibrary(module);
+    } else if (function != "LoadLibraryW" || platform::CallCount("LoadLibraryW") > 1) {
+      // Not the test's own call: then it was the resource library that could not be had.
+      EXPECT_EQ(error, static_cast<DWORD>(ERROR_DLL_INIT_FAILED));
+    }
+    EXPECT_EQ(platform::DescribeDifference(before, platform::LiveResources()), "");
+    if (!hit) {
+      fallible = platform::FallibleCallCount();
+      break;
+    }
+    ++injected;
+  }
+  EXPECT_GE(fallible, injected);
+  EXPECT_GT(injected, 25u) << "attach calls more than that";
+  platform::ScriptBoxes(true);
+}
+
+}  // namespace
+}  // namespace kv::test

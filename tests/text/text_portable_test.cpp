@@ -1,0 +1,199 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "runtime/core/startup_context.h"
+#include "runtime/text/number_text.h"
+#include "runtime/text/text.h"
+#include "runtime/text/wide_text.h"
+
+namespace kv {
+namespace {
+
+using WideString = std::basic_string<WCHAR>;
+
+TEST(CopyStringTest, CutsAndTerminatesAtEveryCapacity) {
+  for (int capacity = -1; capacity <= 6; ++capacity) {
+    WCHAR wide[8];
+    CHAR narrow[8];
+    for (WCHAR& c : wide) c = '#';
+    for (CHAR& c : narrow) c = '#';
+    CopyStringW(wide, capacity, TEXT("abcd"));
+    CopyStringA(narrow, capacity, "abcd");
+    if (capacity <= 0) {
+      EXPECT_EQ(wide[0], '#');
+      EXPECT_EQ(narrow[0], '#');
+      continue;
+    }
+    EXPECT_EQ(WideView(wide), WideView(TEXT("abcd")).substr(0, capacity - 1));
+    EXPECT_EQ(std::string(narrow), std::string("abcd").substr(0, capacity - 1));
+    EXPECT_EQ(wide[capacity], '#') << "wrote behind the buffer";
+    EXPECT_EQ(narrow[capacity], '#');
+  }
+}
+
+TEST(CopyStringTest, NeverSplitsADoubleByteCharacter) {
+  startupContext.dbcsEnabled = 1;
+  startupContext.guiFontCodePage = 932;
+  // Two characters of two bytes; the second byte of the first one would itself be a lead byte.
+  const CHAR text[] = "\x83\x83\x82\xA0";
+  CHAR out[8];
+  const struct {
+    int capacity;
+    size_t kept;
+  } kCases[] = {{2, 0}, {3, 2}, {4, 2}, {5, 4}};
+  for (const auto& c : kCases) {
+    CopyStringA(out, c.capacity, text);
+    EXPECT_EQ(strlen(out), c.kept) << "capacity " << c.capacity;
+  }
+  const BYTE counted[] = {3, 'x', 0x82, 0xA0, 'z'};
+  CopyCountedStringA(out, 3, counted);
+  EXPECT_STREQ(out, "x");
+  CopyCountedStringA(out, 8, counted);
+  EXPECT_STREQ(out, "x\x82\xA0");
+  startupContext.dbcsEnabled = 0;
+  startupContext.guiFontCodePage = 0;
+}
+
+TEST(ConversionTest, CutsWhatDoesNotFitAndReportsTheDefaultCharacter) {
+  WCHAR wide[16];
+  for (int capacity = 1; capacity <= 6; ++capacity) {
+    AnsiToWide(wide, capacity,
+               "\x80"
+               "bcd",
+               1252);
+    EXPECT_EQ(WideView(wide), WideView(TEXT("\u20ACbcd")).substr(0, capacity - 1));
+  }
+  CHAR narrow[16];
+  BOOL usedDefault = TRUE;
+  WideToAnsi(narrow, 16, TEXT("a\u20ACb"), 1252, &usedDefault);
+  EXPECT_STREQ(narrow,
+               "a\x80"
+               "b");
+  EXPECT_FALSE(usedDefault);
+  WideToAnsi(narrow, 16, TEXT("a\u4E00b"), 1252, &usedDefault);
+  EXPECT_STREQ(narrow, "a?b");
+  EXPECT_TRUE(usedDefault);
+  WideToAnsi(narrow, 3, TEXT("a\u4E00b"), 1252, &usedDefault);
+  EXPECT_STREQ(narrow, "a?");
+  EXPECT_FALSE(usedDefault) << "not known for a result that was cut";
+  WideToAnsi(narrow, 16, TEXT("x"), 54321);
+  EXPECT_STREQ(narrow, "") << "a code page that does not exist";
+}
+
+TEST(ConversionTest, NewCopiesHoldTheWholeText) {
+  const std::unique_ptr<WCHAR[]> wide(
+      AnsiToUnicodeNew("\x82\xA0"
+                       "b",
+                       932));
+  EXPECT_EQ(WideView(wide.get()), TEXT("\u3042b"));
+  const std::unique_ptr<CHAR[]> narrow(UnicodeToAnsiNew(TEXT("\u3042\u3042"), 932));
+  EXPECT_STREQ(narrow.get(), "\x82\xA0\x82\xA0");
+}
+
+TEST(WhiteSpaceTest, KnowsExactlyFourCharacters) {
+  for (UINT c = 0; c < 0x300; ++c) {
+    const bool space = c == ' ' || c == '\t' || c == '\r' || c == '\n';
+    EXPECT_EQ(IsSpaceA(c) != 0, space) << c;
+    EXPECT_EQ(IsSpaceW(static_cast<WCHAR>(c)) != 0, space) << c;
+  }
+  WCHAR text[] = TEXT(" \ta b\r\n\u00A0c ");
+  EXPECT_EQ(RemoveSpaceW(text), text + 4);
+  EXPECT_EQ(WideView(text), TEXT("ab\u00A0c"));
+  EXPECT_EQ(WideView(SkipSpaceW(TEXT("\r\n x "))), TEXT("x "));
+  EXPECT_STREQ(SkipSpaceA("\t\t"), "");
+}
+
+TEST(ReplaceNoCaseTest, OverwritesInPlace) {
+  const struct {
+    LPCWSTR text, search, expected;
+  } kCases[] = {
+      {TEXT("abcABC"), TEXT("Bc"), TEXT("aBcABc")},
+      {TEXT("aaa"), TEXT("AA"), TEXT("AAa")},
+      {TEXT("\u00E4\u00C4"), TEXT("\u00E4"), TEXT("\u00E4\u00E4")},
+      {TEXT("ab"), TEXT("abc"), TEXT("ab")},
+      {TEXT("ab"), TEXT(""), TEXT("ab")},
+  };
+  for (const auto& c : kCases) {
+    WideString text(c.text);
+    ReplaceNoCase(text.data(), c.search);
+    EXPECT_EQ(text, c.expected);
+  }
+}
+
+TEST(NumberTextTest, Doubles) {
+  const struct {
+    double value;
+    int precision;
+    const char* expected;
+  } kCases[] = {{1.5, 6, "1.5"},
+                {2, 6, "2"},
+                {-0.0000001, 6, "0"},
+                {0, 6, "0"},
+                {100, 6, "100"},
+                {100, 0, "100"},
+                {0.1234567, 6, "0.123457"},
+                {-1.25, 1, "-1.2"},
+                {1000000.5, 6, "1000000.5"}};
+  for (const auto& c : kCases) {
+    CHAR narrow[64];
+    WCHAR wide[64];
+    EXPECT_STREQ(FormatDoubleA(c.value, c.precision, narrow, 64), c.expected);
+    EXPECT_EQ(WideView(FormatDoubleW(c.value, c.precision, wide, 64)),
+              WideView(WideString(c.expected, c.expected + strlen(c.expected))));
+  }
+}
+
+TEST(NumberTextTest, SizesDurationsAndResolutions) {
+  WCHAR text[kNumberTextCapacity];
+  const struct {
+    ULONGLONG bytes;
+    LPCWSTR expected;
+  } kSizes[] = {{0, TEXT("0 KB")},         {1, TEXT("1 KB")},
+                {1499, TEXT("1 KB")},      {1500, TEXT("2 KB")},
+                {999499, TEXT("999 KB")},  {999500, TEXT("1.0 MB")},
+                {2750000, TEXT("2.7 MB")}, {~0ull, TEXT("18446744073709.5 MB")}};
+  for (const auto& c : kSizes) {
+    FormatSize(c.bytes, text);
+    EXPECT_EQ(WideView(text), c.expected);
+  }
+  const struct {
+    DWORD milliseconds;
+    LPCWSTR expected;
+  } kDurations[] = {{0, TEXT("0.000 sec")},
+                    {999, TEXT("0.999 sec")},
+                    {60000, TEXT("1 min 0.000 sec")},
+                    {61500, TEXT("1 min 1.500 sec")},
+                    {0xFFFFFFFF, TEXT("71582 min 47.295 sec")}};
+  for (const auto& c : kDurations) {
+    FormatDuration(c.milliseconds, text);
+    EXPECT_EQ(WideView(text), c.expected);
+  }
+  FormatResolution(text, 600, 300);
+  EXPECT_EQ(WideView(text), TEXT("600 x 300 dpi"));
+  FormatResolution(text, 600, 0);
+  EXPECT_EQ(WideView(text), TEXT("600 dpi"));
+}
+
+TEST(ParseTest, NumbersAsPeopleWriteThem) {
+  const struct {
+    LPCWSTR text;
+    int decimal;
+    DWORD hex;
+  } kCases[] = {{TEXT("12"), 12, 0x12},
+                {TEXT(" -7x"), -7, 0},
+                {TEXT("0407"), 407, 0x407},
+                {TEXT("0x1F"), 0, 0x1F},
+                {TEXT("A4"), 0, 0xA4},
+                {TEXT(""), 0, 0},
+                {nullptr, 0, 0},
+                {TEXT("99999999999"), 0x7FFFFFFF, 0xFFFFFFFF},
+                {TEXT("-99999999999"), -0x7FFFFFFF - 1, 0}};
+  for (const auto& c : kCases) {
+    EXPECT_EQ(ParseDecimal(c.text), c.decimal);
+    EXPECT_EQ(ParseHex(c.text), c.hex);
+  }
+}
+
+}  // namespace
+}  // namespace kv
