@@ -26,5 +26,7 @@ echo "== ports of the spooler"
 
 echo "== printing"
 job=build/generated-job-256MiB.bin
-[ "$(stat -c %s "$job" 2> /dev/null)" = $((256 << 20)) ] || yes 'A line of the generated job.' | head -c $((256 << 20)) > "$job"
+if [ "$(stat -c %s "$job" 2> /dev/null)" != $((256 << 20)) ]; then
+  head -c $((256 << 20)) < <(yes 'A line of the generated job.') > "$job"
+fi
 "$bin/kvctl" print README.md "$@" "$job"

@@ -265,7 +265,12 @@ std::filesystem::path HostPath(std::basic_string_view<WCHAR> path) {
   return ResolvePath(path).host;
 }
 
-CurrentDirectory::CurrentDirectory(Machine&) : path_(TEXT("C:\\")) {}
+// A program starts where its user stands on the host, so that relative names of real files work.
+CurrentDirectory::CurrentDirectory(Machine&) {
+  std::error_code error;
+  const std::filesystem::path host = std::filesystem::current_path(error);
+  path_ = error ? WideString(TEXT("C:\\")) : WindowsPath(host);
+}
 
 WideString CurrentDirectory::Get() const {
   std::lock_guard lock(mutex_);
