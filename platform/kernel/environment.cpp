@@ -25,23 +25,20 @@ const SystemVariable kSystemVariables[] = {
     {TEXT("windir"), WindowsDirectory},
 };
 
-// A percent sign that opens no reference to a known variable stands for itself.
+// A reference to an unknown variable stays as it stands, and so does a percent sign without another
+// one behind it.
 WideString Expand(WideView source) {
   WideString out;
-  while (!source.empty()) {
-    const size_t close = source[0] == '%' ? source.find('%', 1) : WideView::npos;
-    if (close != WideView::npos) {
-      if (const auto value = EnvironmentVariable(source.substr(1, close - 1))) {
-        out += *value;
-        source.remove_prefix(close + 1);
-        continue;
-      }
-    }
-    const size_t next = std::min(source.find('%', 1), source.size());
-    out += source.substr(0, next);
-    source.remove_prefix(next);
+  for (;;) {
+    const size_t open = source.find('%');
+    const size_t close = open == WideView::npos ? open : source.find('%', open + 1);
+    if (close == WideView::npos) return out.append(source);
+    out += source.substr(0, open);
+    const WideView reference = source.substr(open, close - open + 1);
+    const auto value = EnvironmentVariable(reference.substr(1, reference.size() - 2));
+    out += value ? WideView(*value) : reference;
+    source.remove_prefix(close + 1);
   }
-  return out;
 }
 
 }  // namespace

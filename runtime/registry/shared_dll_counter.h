@@ -1,0 +1,19 @@
+// How many products use a shared file, counted under the system's SharedDLLs key.
+#pragma once
+
+#include "runtime/registry/reg_key.h"
+
+namespace kv {
+
+// In a process below High integrity the key stays closed, and every count reads 0.
+class SharedDllCounter : public RegKey {
+ public:
+  SharedDllCounter();
+
+  // Count one user more or less of the file `path`, a full path; both return the count that then
+  // stands in the registry. The last Release removes the count.
+  DWORD AddRef(LPCWSTR path);
+  DWORD Release(LPCWSTR path);
+};
+
+}  // namespace kv
