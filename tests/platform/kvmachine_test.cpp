@@ -1,38 +1,26 @@
 // The tool that makes machines.
-#include <sys/wait.h>
-
-#include <cstdio>
 #include <fstream>
 
 #include "tests/support/machine_test.h"
+#include "tests/support/program.h"
 
 namespace {
 
 class KvmachineTest : public kv::test::MachineTest {
  protected:
-  struct Result {
-    int status;
-    std::string output;  // standard output and standard error
-  };
   // Runs the tool; "DIR" in the arguments is a directory of this test.
-  Result Run(std::string arguments) {
+  kv::test::ProgramResult Run(std::string arguments) {
     const std::string place = (directory() / "made").string();
     for (size_t at; (at = arguments.find("DIR")) != std::string::npos;) {
       arguments.replace(at, 3, place);
     }
-    Result result;
-    std::FILE* pipe = popen(
-        ((kv::test::TestDirectory() / "kvmachine").string() + " " + arguments + " 2>&1").c_str(),
-        "r");
-    for (int c; (c = std::fgetc(pipe)) != EOF;) result.output += static_cast<char>(c);
-    result.status = WEXITSTATUS(pclose(pipe));
-    return result;
+    return kv::test::RunProgram("kvmachine", arguments);
   }
 };
 
 TEST_F(KvmachineTest, AMadeMachineIsWhatWasAskedFor) {
   EXPECT_EQ(Run("create DIR --profile=windows-7 --arch x86 user.name=Bob").status, 0);
-  const Result facts = Run("facts DIR");
+  const kv::test::ProgramResult facts = Run("facts DIR");
   EXPECT_EQ(facts.status, 0);
   for (const char* fact : {"windows.minor=1\n", "windows.architecture=x86\n", "user.name=Bob\n"}) {
     EXPECT_NE(facts.output.find(fact), std::string::npos) << fact;
@@ -58,7 +46,7 @@ TEST_F(KvmachineTest, ErrorsNameWhatAndWhy) {
       {"facts /dev", 1, "kvmachine: /dev: not a machine\n"},
   };
   for (const auto& c : cases) {
-    const Result result = Run(c.arguments);
+    const kv::test::ProgramResult result = Run(c.arguments);
     EXPECT_EQ(result.status, c.status) << c.arguments;
     EXPECT_EQ(result.output, c.output);
   }
