@@ -1,7 +1,7 @@
 # The one place for compiler flags. Everything that we compile links kv_options.
 add_library(kv_options INTERFACE)
 target_compile_features(kv_options INTERFACE cxx_std_20)
-# -Wno-restrict: GCC 12 reports string concatenations that are fine.
+# GCC 12 reports overlaps in string concatenations that are fine.
 target_compile_options(kv_options INTERFACE -Wall -Wextra -Werror)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(kv_options INTERFACE -Wno-restrict)

@@ -24,7 +24,6 @@ done
 
 echo "== the module in Wine's spooler"
 timeout 120 wine "$bin/wine_spooler_client.exe"
-timeout 60 wine "$bin/kvctl.exe" ports | tr -d '\r' | grep -E '^KVR8: +KVR8: +Folvane' ||
-  timeout 60 wine "$bin/kvctl.exe" ports
+timeout 60 wine "$bin/kvctl.exe" ports | tr -d '\r' | grep -E '^KVR8: +Folvane +Folvane$'
 wineserver --wait
 echo "$tests tests ran on Wine"
