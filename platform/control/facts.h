@@ -29,13 +29,52 @@ inline constexpr char kEntryPrefix[] = "entry.";
 // "environment.NAME", the name in capitals, is an environment variable of every process, beside the ones that the system
 // sets itself.
 inline constexpr char kEnvironmentPrefix[] = "environment.";
+// How many bytes each process may still add to the machine's files; no limit when it is not set.
+inline constexpr char kDiskFreeBytes[] = "disk.free_bytes";
 inline constexpr char kComputerName[] = "computer.name";  // WORKSTATION
+// The SID of the computer's account database.
+inline constexpr char kComputerSid[] = "computer.sid";  // S-1-5-21-1004336348-1177238915-682003330
+// "module.wtsapi32" = 0 takes a system library away, 1 adds it whatever the Windows version.
+inline constexpr char kModulePrefix[] = "module.";
 
-// The user of the calling process.
+// The user of the calling process. A SID of S-1-5-18 makes it the system itself.
 inline constexpr char kUserName[] = "user.name";                      // Ada
 inline constexpr char kUserSid[] = "user.sid";                        // S-1-5-21-…-1001
 inline constexpr char kUserIsAdministrator[] = "user.administrator";  // 1
 inline constexpr char kUserIsElevated[] = "user.elevated";            // 0
+// Relative id of the integrity label; otherwise by elevation.
+inline constexpr char kUserIntegrity[] = "user.integrity";
+// SIDs of further groups, and privileges given ("SeTcbPrivilege") or taken ("-SeShutdownPrivilege"),
+// separated by commas.
+inline constexpr char kUserGroups[] = "user.groups";
+inline constexpr char kUserPrivileges[] = "user.privileges";
+
+// Further accounts of the computer, separated by commas: "Bob:1002" with a relative id or a whole
+// SID, "Staff:1100:group". What the facts "user.administrator", "user.elevated" and so on say of
+// the process's user, "account.Bob.administrator" says of Bob, who is no administrator otherwise.
+inline constexpr char kAccounts[] = "accounts";
+inline constexpr char kAccountPrefix[] = "account.";
+
+// The terminal sessions in the order in which the system lists them: "0,1". Otherwise the system's
+// own session 0 and the process's session 1 at the console, before 6.0 one session 0 at the console.
+inline constexpr char kSessions[] = "sessions";
+// "session.1.station" Console, "session.1.state" a WTS_CONNECTSTATE_CLASS, "session.1.user",
+// "session.1.client", "session.1.protocol" (0 console, 2 RDP), "session.1.program", and
+// "session.1.answer", the button with which its user ends a message.
+inline constexpr char kSessionPrefix[] = "session.";
+// The session of the calling process, and the one at the console.
+inline constexpr char kProcessSession[] = "process.session";  // 1; 0 before 6.0
+inline constexpr char kConsoleSession[] = "console.session";  // 1; 0 before 6.0
+// Further processes by id: "400,812", each with "process.400.name", "process.400.user" and
+// "process.400.session".
+inline constexpr char kProcesses[] = "processes";
+inline constexpr char kProcessPrefix[] = "process.";
+// Whether a terminal server is in install mode.
+inline constexpr char kInstallMode[] = "terminal.install_mode";  // 0
+
+// "service.Spooler.start_time" and "…stop_time": how long the service is pending, in milliseconds;
+// "never": it stays so. "…start_error" and "…stop_error": the error with which it refuses.
+inline constexpr char kServicePrefix[] = "service.";
 
 // Locale identifiers in decimal or with 0x.
 inline constexpr char kSystemLocale[] = "locale.system";  // 0x0409

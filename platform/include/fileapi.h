@@ -5,6 +5,10 @@
 
 #define INVALID_FILE_ATTRIBUTES ((DWORD)-1)
 #define INVALID_FILE_SIZE ((DWORD)0xFFFFFFFF)
+#define INVALID_SET_FILE_POINTER ((DWORD)-1)
+#define FILE_BEGIN 0
+#define FILE_CURRENT 1
+#define FILE_END 2
 
 #define FILE_READ_DATA 0x0001
 #define FILE_WRITE_DATA 0x0002
@@ -35,16 +39,50 @@
 #define OPEN_ALWAYS 4
 #define TRUNCATE_EXISTING 5
 
+typedef enum _GET_FILEEX_INFO_LEVELS {
+  GetFileExInfoStandard,
+  GetFileExMaxInfoLevel
+} GET_FILEEX_INFO_LEVELS;
+
+typedef struct _WIN32_FILE_ATTRIBUTE_DATA {
+  DWORD dwFileAttributes;
+  FILETIME ftCreationTime;
+  FILETIME ftLastAccessTime;
+  FILETIME ftLastWriteTime;
+  DWORD nFileSizeHigh;
+  DWORD nFileSizeLow;
+} WIN32_FILE_ATTRIBUTE_DATA, *LPWIN32_FILE_ATTRIBUTE_DATA;
+static_assert(sizeof(WIN32_FILE_ATTRIBUTE_DATA) == 36);
+
 extern "C" {
+// Attributes: read-only, hidden, system and archive are kept for files; directories have none of
+// them, and SetFileAttributesW takes only "normal" for a directory.
 DWORD WINAPI GetFileAttributesW(LPCWSTR path);
+BOOL WINAPI GetFileAttributesExW(LPCWSTR path, GET_FILEEX_INFO_LEVELS level, LPVOID information);
+BOOL WINAPI SetFileAttributesW(LPCWSTR path, DWORD attributes);
 HANDLE WINAPI CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES attributes,
                           DWORD disposition, DWORD flags, HANDLE model);
 BOOL WINAPI ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read, LPOVERLAPPED overlapped);
 BOOL WINAPI WriteFile(HANDLE file, LPCVOID data, DWORD size, LPDWORD written,
                       LPOVERLAPPED overlapped);
 BOOL WINAPI GetFileSizeEx(HANDLE file, PLARGE_INTEGER size);
+DWORD WINAPI GetFileSize(HANDLE file, LPDWORD size_high);
+DWORD WINAPI SetFilePointer(HANDLE file, LONG distance, PLONG distance_high, DWORD method);
+BOOL WINAPI SetEndOfFile(HANDLE file);
 BOOL WINAPI CopyFileW(LPCWSTR from, LPCWSTR to, BOOL fail_if_exists);
 BOOL WINAPI DeleteFileW(LPCWSTR path);
 BOOL WINAPI CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES attributes);
+BOOL WINAPI RemoveDirectoryW(LPCWSTR path);
 DWORD WINAPI GetTempPathW(DWORD capacity, LPWSTR buffer);
+// Makes the empty file "DIRECTORY\PREnnnn.tmp" and writes its path into `path` (MAX_PATH
+// characters); ERROR_CALL_NOT_IMPLEMENTED for a number of the caller's own.
+UINT WINAPI GetTempFileNameW(LPCWSTR directory, LPCWSTR prefix, UINT unique, LPWSTR path);
+// Both return the length without the terminator, or the capacity needed for a buffer that is too
+// small (which stays as it is), or 0.
+DWORD WINAPI GetFullPathNameW(LPCWSTR path, DWORD capacity, LPWSTR buffer, LPWSTR* file_part);
+DWORD WINAPI GetShortPathNameW(LPCWSTR path, LPWSTR buffer, DWORD capacity);
+// What the pattern's last component matches, by long or short name, in the order of the names.
+HANDLE WINAPI FindFirstFileW(LPCWSTR pattern, LPWIN32_FIND_DATAW data);
+BOOL WINAPI FindNextFileW(HANDLE search, LPWIN32_FIND_DATAW data);
+BOOL WINAPI FindClose(HANDLE search);
 }

@@ -1,9 +1,21 @@
-// Pages.
+// Pages and mapped files.
 #pragma once
 
 #include <minwinbase.h>
 
+#define FILE_MAP_WRITE 0x0002
+#define FILE_MAP_READ 0x0004
+#define FILE_MAP_ALL_ACCESS 0x000F001F
+
 extern "C" {
+// Maps a whole file, PAGE_READONLY or PAGE_READWRITE, made `size` long when it is shorter (0: its
+// own size).
+HANDLE WINAPI CreateFileMappingW(HANDLE file, LPSECURITY_ATTRIBUTES attributes, DWORD protection,
+                                 DWORD size_high, DWORD size_low, LPCWSTR name);
+// A view of the whole mapping, which outlives the mapping's handle.
+LPVOID WINAPI MapViewOfFile(HANDLE mapping, DWORD access, DWORD offset_high, DWORD offset_low,
+                            SIZE_T size);
+BOOL WINAPI UnmapViewOfFile(LPCVOID view);
 LPVOID WINAPI VirtualAlloc(LPVOID address, SIZE_T size, DWORD type, DWORD protection);
 BOOL WINAPI VirtualFree(LPVOID address, SIZE_T size, DWORD type);
 BOOL WINAPI VirtualProtect(LPVOID address, SIZE_T size, DWORD protection, PDWORD old_protection);

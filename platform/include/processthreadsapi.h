@@ -3,12 +3,59 @@
 
 #include <minwinbase.h>
 
+#define CREATE_SUSPENDED 0x00000004
+#define IDLE_PRIORITY_CLASS 0x00000040
+#define THREAD_PRIORITY_IDLE (-15)
+#define STARTF_USESHOWWINDOW 0x00000001
+
+typedef struct _STARTUPINFOW {
+  DWORD cb;
+  LPWSTR lpReserved;
+  LPWSTR lpDesktop;
+  LPWSTR lpTitle;
+  DWORD dwX;
+  DWORD dwY;
+  DWORD dwXSize;
+  DWORD dwYSize;
+  DWORD dwXCountChars;
+  DWORD dwYCountChars;
+  DWORD dwFillAttribute;
+  DWORD dwFlags;
+  WORD wShowWindow;
+  WORD cbReserved2;
+  LPBYTE lpReserved2;
+  HANDLE hStdInput;
+  HANDLE hStdOutput;
+  HANDLE hStdError;
+} STARTUPINFOW, *LPSTARTUPINFOW;
+static_assert(sizeof(STARTUPINFOW) == (sizeof(void*) == 4 ? 68 : 104));
+
+typedef struct _PROCESS_INFORMATION {
+  HANDLE hProcess;
+  HANDLE hThread;
+  DWORD dwProcessId;
+  DWORD dwThreadId;
+} PROCESS_INFORMATION, *PPROCESS_INFORMATION, *LPPROCESS_INFORMATION;
+static_assert(sizeof(PROCESS_INFORMATION) == (sizeof(void*) == 4 ? 16 : 24));
+
 extern "C" {
+// Starts a batch script (a path that ends in ".bat", on Windows 9x behind "command.com /c"), which
+// runs in a process of its own once it is resumed; a script that is not created suspended fails
+// with ERROR_CALL_NOT_IMPLEMENTED, anything but a script with ERROR_BAD_EXE_FORMAT.
+BOOL WINAPI CreateProcessW(LPCWSTR application, LPWSTR command_line,
+                           LPSECURITY_ATTRIBUTES process_attributes,
+                           LPSECURITY_ATTRIBUTES thread_attributes, BOOL inherit_handles,
+                           DWORD flags, LPVOID environment, LPCWSTR directory,
+                           LPSTARTUPINFOW startup, LPPROCESS_INFORMATION information);
+BOOL WINAPI SetThreadPriority(HANDLE thread, int priority);
+DWORD WINAPI ResumeThread(HANDLE thread);
 HANDLE WINAPI GetCurrentProcess();
 DWORD WINAPI GetCurrentProcessId();
 HANDLE WINAPI GetCurrentThread();
 DWORD WINAPI GetCurrentThreadId();
 BOOL WINAPI FlushInstructionCache(HANDLE process, LPCVOID address, SIZE_T size);
+BOOL WINAPI OpenProcessToken(HANDLE process, DWORD access, PHANDLE token);
+BOOL WINAPI OpenThreadToken(HANDLE thread, DWORD access, BOOL open_as_self, PHANDLE token);
 BOOL WINAPI IsWow64Process(HANDLE process, PBOOL wow64);
 BOOL WINAPI Wow64DisableWow64FsRedirection(PVOID* old_value);
 BOOL WINAPI Wow64RevertWow64FsRedirection(PVOID old_value);

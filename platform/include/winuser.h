@@ -64,6 +64,10 @@
 #define WA_INACTIVE 0
 #define WA_ACTIVE 1
 
+#define SW_HIDE 0
+#define CF_TEXT 1
+#define CF_UNICODETEXT 13
+
 #define GWL_STYLE (-16)
 #define GWL_EXSTYLE (-20)
 #define GWLP_WNDPROC (-4)
@@ -92,6 +96,8 @@
 #define IDIGNORE 5
 #define IDYES 6
 #define IDNO 7
+#define IDTIMEOUT 32000
+#define IDASYNC 32001
 
 #define MB_OK 0x00000000
 #define MB_OKCANCEL 0x00000001
@@ -263,4 +269,11 @@ LRESULT WINAPI CallNextHookEx(HHOOK hook, int code, WPARAM wparam, LPARAM lparam
 // Shows a box and returns the identifier of the button that ended it; 0 on failure. `owner` is
 // disabled meanwhile.
 int WINAPI MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR title, UINT style);
+
+// The clipboard, which one window or thread has open at a time. A block handed to SetClipboardData
+// belongs to the clipboard from then on.
+BOOL WINAPI OpenClipboard(HWND owner);
+BOOL WINAPI EmptyClipboard();
+HANDLE WINAPI SetClipboardData(UINT format, HANDLE data);
+BOOL WINAPI CloseClipboard();
 }

@@ -1,13 +1,14 @@
-// Open files. What each opening does with its file and lets others do is agreed on between all
-// processes of the machine.
+// Open files.
 #pragma once
 
 #include <filesystem>
 #include <memory>
 #include <vector>
 
+#include "platform/kernel/file_attributes.h"
 #include "platform/kernel/handle_table.h"
 #include "platform/kernel/path.h"
+#include "platform/kernel/shared_descriptor.h"
 
 namespace platform {
 
@@ -18,30 +19,6 @@ class ByteStream : public KernelObject {
   // in `done`. At the end of the file reading succeeds with 0 bytes.
   virtual DWORD Read(void* buffer, DWORD size, DWORD& done) = 0;
   virtual DWORD Write(const void* data, DWORD size, DWORD& done) = 0;
-};
-
-// A host descriptor with the uses it is open for. While it lives, others can open the file only as
-// it allows.
-class SharedDescriptor {
- public:
-  // An image that is mapped for execution: nobody may write or delete it.
-  static constexpr DWORD kImage = 0x80000000;
-
-  SharedDescriptor() = default;
-  ~SharedDescriptor();
-  SharedDescriptor(SharedDescriptor&& other) noexcept;
-  SharedDescriptor& operator=(SharedDescriptor&& other) noexcept;
-
-  // Opens `host` for `access` (FILE_READ_DATA, FILE_WRITE_DATA, DELETE, kImage), letting others
-  // have what `share` (FILE_SHARE_*) allows. `host_flags` are added to those of open(2). Gives
-  // ERROR_SHARING_VIOLATION where the openings do not go together.
-  DWORD Open(const std::filesystem::path& host, DWORD access, DWORD share, int host_flags = 0);
-  int get() const { return descriptor_; }
-
- private:
-  DWORD Claim(DWORD access, DWORD share) const;
-
-  int descriptor_ = -1;
 };
 
 class File : public ByteStream {
@@ -58,24 +35,33 @@ class File : public ByteStream {
                     bool& existed);
 
   DWORD Read(void* buffer, DWORD size, DWORD& done) override;
+  // Writes nothing when the disk has no room for all of it.
   DWORD Write(const void* data, DWORD size, DWORD& done) override;
   // The whole block, or the error that stopped it.
   DWORD WriteAll(const void* data, size_t size);
   DWORD Size(uint64_t& size) const;
+  // Moves the position, which comes back in `position`, by `distance` from the begin, the current
+  // position or the end (FILE_BEGIN, …).
+  DWORD Seek(int64_t distance, DWORD method, int64_t& position);
+  // Cuts or extends the file at the current position.
+  DWORD SetEnd();
 
   // For mappings and the like; -1 never.
   int descriptor() const { return shared_.get(); }
+  const SharedDescriptor& shared() const { return shared_; }
   DWORD access() const { return access_; }
   const std::filesystem::path& host_path() const { return host_path_; }
 
  private:
+  DWORD OpenOnce(const ResolvedPath& path, const Opening& opening, bool existed);
+  DWORD TakeSpace(DWORD size) const;
+
   SharedDescriptor shared_;
   DWORD access_ = 0;
+  bool marked_for_archive_ = false;
   std::filesystem::path host_path_;
 };
 
-// The attributes of a file or directory of the host; INVALID_FILE_ATTRIBUTES when it is not there.
-DWORD HostAttributes(const std::filesystem::path& host);
 // Deletes a file under the rules of DeleteFileW; the error code.
 DWORD DeleteHostFile(const std::filesystem::path& host);
 // The whole content of a file, at most `limit` bytes; the error code.

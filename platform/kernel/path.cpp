@@ -8,6 +8,7 @@
 #include "platform/kernel/api_call.h"
 #include "platform/kernel/buffer.h"
 #include "platform/kernel/directory_cache.h"
+#include "platform/kernel/directory_listing.h"
 #include "platform/kernel/wow64.h"
 
 namespace platform {
@@ -88,13 +89,6 @@ bool IsReservedName(WideView name) {
   return EqualNoCase(kind, TEXT("COM")) || EqualNoCase(kind, TEXT("LPT"));
 }
 
-bool IsValidComponent(WideView component) {
-  if (component.size() > kLongestComponent) return false;
-  return std::none_of(component.begin(), component.end(), [](WCHAR c) {
-    return c < 0x20 || WideView(TEXT("<>:\"/\\|?*")).find(c) != WideView::npos;
-  });
-}
-
 bool Exists(const std::string& path, bool* is_directory) {
   struct stat status;
   if (stat(path.c_str(), &status) != 0) return false;
@@ -124,7 +118,8 @@ HostSearch FindOnHost(std::string& host, std::vector<WideString>& components) {
     const std::string name = ToUtf8(components[i]);
     std::string next = Joined(host, name);
     if (search.error == ERROR_SUCCESS && !Exists(next, &search.is_directory)) {
-      const std::string other = FindNameIgnoringCase(host, name);
+      std::string other = FindNameIgnoringCase(host, name);
+      if (other.empty()) other = ToUtf8(FindByShortName(host, components[i]));
       if (!other.empty() && Exists(Joined(host, other), &search.is_directory)) {
         components[i] = ToWide(other);
         next = Joined(host, other);
@@ -201,6 +196,13 @@ ResolvedPath ResolveFull(WideView full, bool verbatim) {
 }
 
 }  // namespace
+
+bool IsValidComponent(WideView component) {
+  if (component.size() > kLongestComponent) return false;
+  return std::none_of(component.begin(), component.end(), [](WCHAR c) {
+    return c < 0x20 || WideView(TEXT("<>:\"/\\|?*")).find(c) != WideView::npos;
+  });
+}
 
 WideString FullPath(WideView path) {
   if (IsVerbatim(path) || IsNetworkOrDevice(path)) return WideString(path);

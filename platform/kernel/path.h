@@ -1,7 +1,8 @@
 // From paths of the machine to paths of the host and back.
 //
 // C: is the machine's drive_c directory, Z: the host's root; there are no other drives and no
-// network. Names are found without regard to case: the exact name first, then the one on disk.
+// network. Names are found without regard to case: the exact name first, then the one on disk, last
+// the one with that short name.
 #pragma once
 
 #include <filesystem>
@@ -38,6 +39,9 @@ WideString FullPath(WideView path);
 
 // The machine's name of a host path: below C: where it lies on the machine's drive, else below Z:.
 WideString WindowsPath(const std::filesystem::path& host);
+
+// Whether a file can have this name.
+bool IsValidComponent(WideView component);
 
 // "name.ext" of a path.
 WideView BaseName(WideView path);

@@ -1,0 +1,48 @@
+// Initialisation files.
+//
+// Lines stay as they are until something is written to their section: comments, order and blank
+// lines survive.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "platform/kernel/text.h"
+
+namespace platform {
+
+class ProfileFile {
+ public:
+  // Reads the file; one that is not there is empty. A name without a directory is one of the
+  // Windows directory. ANSI, or UTF-16 behind a byte order mark.
+  explicit ProfileFile(WideView name);
+
+  std::vector<WideString> Sections() const;
+  // The names in a section, in their order.
+  std::vector<WideString> Keys(WideView section) const;
+  // The lines of a section that are not comments, "key=value" without blanks around the parts.
+  std::vector<WideString> Lines(WideView section) const;
+  // The value without a pair of quotes around it.
+  std::optional<WideString> Value(WideView section, WideView key) const;
+
+  void SetValue(WideView section, WideView key, WideView value);
+  void DeleteKey(WideView section, WideView key);
+  void DeleteSection(WideView section);
+  // Puts `lines` in place of everything in the section.
+  void SetSection(WideView section, const std::vector<WideString>& lines);
+  // Writes the file as it was encoded; the error code.
+  DWORD Save() const;
+
+ private:
+  // The first line behind the section's head, or the number of lines when there is no section.
+  size_t FindSection(WideView section) const;
+  size_t EndOfSection(size_t first) const;
+  size_t FindKey(WideView section, WideView key) const;
+  size_t AddSection(WideView section);
+
+  WideString path_;
+  bool is_utf16_ = false;
+  std::vector<WideString> lines_;
+};
+
+}  // namespace platform
