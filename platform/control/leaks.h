@@ -26,6 +26,9 @@ enum class Resource {
   kHook,
   kTimer,
   kComObject,
+  kSid,            // AllocateAndInitializeSid
+  kSessionMemory,  // blocks for WTSFreeMemory
+  kNetworkBuffer,  // blocks for NetApiBufferFree
   kCount
 };
 

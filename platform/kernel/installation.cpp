@@ -67,7 +67,7 @@ void WriteSystemFile(const std::filesystem::path& directory, const SystemModule&
 void WriteSystemFiles(const std::filesystem::path& directory, WORD machine) {
   for (const SystemModule* module = SystemModulesBegin(); module != SystemModulesEnd(); ++module) {
     std::error_code ignored;
-    if (IsAvailable(module->since)) {
+    if (IsInstalled(*module)) {
       WriteSystemFile(directory, *module, machine);
     } else {
       std::filesystem::remove(directory / module->file_name, ignored);

@@ -51,12 +51,11 @@ constexpr SystemFunction kWtsapi32[] = {
     {"WTSEnumerateProcessesW", {}},
     {"WTSEnumerateSessionsW", {}},
     {"WTSFreeMemory", {}},
+    // No release has had it here; a machine may say otherwise.
+    {"WTSGetActiveConsoleSessionId", {0xFFFFFFFF, kNever9x}},
     {"WTSQuerySessionInformationW", {}},
     {"WTSQueryUserToken", {Nt(5, 1), kNever9x}},
     {"WTSSendMessageW", {}},
-    {"WTSTerminateProcess", {}},
-    {"WTSDisconnectSession", {}},
-    {"WTSLogoffSession", {}},
 };
 
 constexpr SystemFunction kMsimg32[] = {
@@ -119,12 +118,17 @@ const SystemModule* SystemModulesEnd() {
   return std::end(kModules);
 }
 
+bool IsInstalled(const SystemModule& module) {
+  const long said = FactNumber(facts::kModulePrefix + Stem(module), -1);
+  return said < 0 ? IsAvailable(module.since) : said != 0;
+}
+
 const SystemModule* FindSystemModule(WideView base_name) {
   WideString wanted(base_name);
   if (base_name.find('.') == WideView::npos) wanted += TEXT(".dll");
   for (const SystemModule& module : kModules) {
     if (EqualNoCase(wanted, ToWide(module.file_name))) {
-      return IsAvailable(module.since) ? &module : nullptr;
+      return IsInstalled(module) ? &module : nullptr;
     }
   }
   return nullptr;

@@ -22,6 +22,8 @@ struct SystemModule {
   size_t function_count;
 };
 
+// Whether the installed system has the library: by its version, or as the machine's facts say.
+bool IsInstalled(const SystemModule& module);
 // The library of this file name, with or without ".dll" and without regard to case; null when the
 // name is not one of the system's.
 const SystemModule* FindSystemModule(WideView base_name);
@@ -38,7 +40,7 @@ const SystemModule* SystemModulesEnd();
 template <class Visitor>
 void ForEachSystemModule(Visitor visit) {
   for (const SystemModule* module = SystemModulesBegin(); module != SystemModulesEnd(); ++module) {
-    if (IsAvailable(module->since)) visit(*module);
+    if (IsInstalled(*module)) visit(*module);
   }
 }
 

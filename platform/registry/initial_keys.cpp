@@ -137,7 +137,7 @@ void FillSoftwareHive(const RegistryKey& root) {
   Write(root, kSoftwareTexts);
   root.Create(WideString(kWindows) + TEXT("\\SharedDLLs"));
   WriteSoftwareVersion(root);
-  root.Create(WideString(kWindowsNt) + TEXT("\\ProfileList\\") + CallerSid())
+  root.Create(WideString(kWindowsNt) + TEXT("\\ProfileList\\") + ProcessUserSid())
       .SetText(TEXT("ProfileImagePath"), UserProfileDirectory(), REG_EXPAND_SZ);
 }
 

@@ -14,7 +14,7 @@ namespace {
 SecurityDescriptor DescriptorOf(const RegistryNode* node) {
   for (; node != nullptr; node = node->parent) {
     if (node->security.empty()) continue;
-    if (auto stored = SecurityDescriptor::Parse(node->security.data())) return *stored;
+    if (auto stored = SecurityDescriptor::ParseStored(node->security)) return *stored;
   }
   return SecurityDescriptor::Default(KEY_ALL_ACCESS, KEY_READ);
 }

@@ -109,7 +109,7 @@ RegistryPath Registry::RootPath(HKEY predefined) {
     return {TEXT("MACHINE"), TEXT("SOFTWARE"), TEXT("Classes")};
   }
   if (predefined != HKEY_CURRENT_USER) return {};
-  const WideString sid = CallerSid();
+  const WideString sid = ProcessUserSid();
   if (sid != kSystemSid) EnsureUserHive(sid);
   return {TEXT("USER"), sid};
 }

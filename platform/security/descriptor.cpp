@@ -1,7 +1,6 @@
 #include "platform/security/descriptor.h"
 
 #include <cstring>
-#include <initializer_list>
 
 namespace platform {
 namespace {
@@ -43,26 +42,51 @@ Bytes CopyAcl(const BYTE* acl) {
   return Bytes(acl, acl + size);
 }
 
-Bytes NtSid(std::initializer_list<DWORD> authorities) {
-  Bytes sid = {kRevision, static_cast<uint8_t>(authorities.size()), 0, 0, 0, 0, 0, 5};
-  for (DWORD authority : authorities) {
-    for (int shift = 0; shift < 32; shift += 8)
-      sid.push_back(static_cast<uint8_t>(authority >> shift));
-  }
-  return sid;
+void MakeList(Bytes& acl) {
+  if (acl.empty()) acl = {ACL_REVISION, 0, sizeof(ACL), 0, 0, 0, 0, 0};
 }
 
-void AllowInherited(Bytes& acl, ACCESS_MASK mask, const Bytes& sid) {
-  constexpr uint8_t kContainersInherit = 2;
-  const auto size = static_cast<WORD>(8 + sid.size());
-  const uint8_t head[] = {0, kContainersInherit, LOBYTE(size), HIBYTE(size)};
+bool AddEntry(Bytes& acl, BYTE type, BYTE flags, ACCESS_MASK mask, const Sid& sid) {
+  MakeList(acl);
+  const size_t size = 8 + sid.bytes().size();
+  const size_t total = acl.size() + size;
+  if (total > 0xFFFF) return false;
+  const uint8_t head[] = {type, flags, LOBYTE(size), HIBYTE(size)};
   acl.insert(acl.end(), head, head + 4);
   for (int shift = 0; shift < 32; shift += 8) acl.push_back(static_cast<uint8_t>(mask >> shift));
-  acl.insert(acl.end(), sid.begin(), sid.end());
-  const auto total = static_cast<WORD>(acl.size());
+  acl.insert(acl.end(), sid.bytes().begin(), sid.bytes().end());
+  const WORD count = static_cast<WORD>(acl[4] | acl[5] << 8) + 1;
   acl[2] = LOBYTE(total);
   acl[3] = HIBYTE(total);
-  ++acl[4];
+  acl[4] = LOBYTE(count);
+  acl[5] = HIBYTE(count);
+  return true;
+}
+
+// Whether a SID lies whole within the bytes.
+bool HoldsSid(std::span<const uint8_t> bytes) {
+  return bytes.size() >= 8 && Sid::IsValid(bytes.data()) && bytes.size() >= 8u + 4 * bytes[1];
+}
+
+// Whether a list with all its entries, each with the SID that its type calls for, lies within the
+// bytes.
+bool HoldsAcl(std::span<const uint8_t> bytes) {
+  if (bytes.size() < sizeof(ACL)) return false;
+  ACL acl;
+  std::memcpy(&acl, bytes.data(), sizeof acl);
+  if (acl.AclSize < sizeof acl || acl.AclSize > bytes.size()) return false;
+  bytes = bytes.subspan(sizeof acl, acl.AclSize - sizeof acl);
+  for (WORD i = 0; i < acl.AceCount; ++i) {
+    ACE_HEADER head;
+    if (bytes.size() < sizeof head) return false;
+    std::memcpy(&head, bytes.data(), sizeof head);
+    if (head.AceSize < 8 || head.AceSize > bytes.size()) return false;
+    const bool has_sid =
+        head.AceType <= ACCESS_DENIED_ACE_TYPE || head.AceType == SYSTEM_MANDATORY_LABEL_ACE_TYPE;
+    if (has_sid && !HoldsSid(bytes.subspan(8, head.AceSize - 8))) return false;
+    bytes = bytes.subspan(head.AceSize);
+  }
+  return true;
 }
 
 }  // namespace
@@ -91,16 +115,50 @@ std::optional<SecurityDescriptor> SecurityDescriptor::Parse(const void* descript
   return result;
 }
 
+std::optional<SecurityDescriptor> SecurityDescriptor::ParseStored(std::span<const uint8_t> bytes) {
+  Relative head;
+  if (bytes.size() < sizeof head) return std::nullopt;
+  std::memcpy(&head, bytes.data(), sizeof head);
+  if (head.revision != kRevision || (head.control & kSelfRelative) == 0) return std::nullopt;
+  for (int i = 0; i < 4; ++i) {
+    if (head.parts[i] == 0) continue;
+    if (head.parts[i] > bytes.size()) return std::nullopt;
+    const std::span<const uint8_t> part = bytes.subspan(head.parts[i]);
+    if (!(i < 2 ? HoldsSid(part) : HoldsAcl(part))) return std::nullopt;
+  }
+  return Parse(bytes.data());
+}
+
+void SecurityDescriptor::MakeDacl() {
+  control_ |= kDaclPresent;
+  MakeList(dacl_);
+}
+
+void SecurityDescriptor::MakeSacl() {
+  control_ |= kSaclPresent;
+  MakeList(sacl_);
+}
+
+bool SecurityDescriptor::AddToDacl(BYTE type, BYTE flags, ACCESS_MASK mask, const Sid& sid) {
+  control_ |= kDaclPresent;
+  return AddEntry(dacl_, type, flags, mask, sid);
+}
+
+bool SecurityDescriptor::AddToSacl(BYTE type, BYTE flags, ACCESS_MASK mask, const Sid& sid) {
+  control_ |= kSaclPresent;
+  return AddEntry(sacl_, type, flags, mask, sid);
+}
+
 SecurityDescriptor SecurityDescriptor::Default(ACCESS_MASK all, ACCESS_MASK users_may) {
-  const Bytes administrators = NtSid({32, 544}), users = NtSid({32, 545}), system = NtSid({18});
   SecurityDescriptor result;
-  result.owner_ = administrators;
-  result.group_ = system;
-  result.control_ = kDaclPresent;
-  result.dacl_ = {2, 0, 8, 0, 0, 0, 0, 0};
-  AllowInherited(result.dacl_, users_may, users);
-  AllowInherited(result.dacl_, all, administrators);
-  AllowInherited(result.dacl_, all, system);
+  result.SetOwner(Sid::Administrators());
+  result.SetGroup(Sid::LocalSystem());
+  const auto allow = [&](ACCESS_MASK mask, const Sid& sid) {
+    result.AddToDacl(ACCESS_ALLOWED_ACE_TYPE, CONTAINER_INHERIT_ACE, mask, sid);
+  };
+  allow(users_may, Sid::Users());
+  allow(all, Sid::Administrators());
+  allow(all, Sid::LocalSystem());
   return result;
 }
 
