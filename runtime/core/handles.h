@@ -58,6 +58,14 @@ struct FileHandleTraits {
 // What CreateFileW returns.
 using UniqueFile = UniqueResource<FileHandleTraits>;
 
+struct FindHandleTraits {
+  using Handle = HANDLE;
+  static Handle Empty() { return INVALID_HANDLE_VALUE; }
+  static void Close(Handle handle) { FindClose(handle); }
+};
+// What FindFirstFileW returns.
+using UniqueFindHandle = UniqueResource<FindHandleTraits>;
+
 struct ModuleTraits {
   using Handle = HMODULE;
   static Handle Empty() { return nullptr; }

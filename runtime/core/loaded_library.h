@@ -5,12 +5,11 @@
 
 #include <memory>
 
+#include "runtime/core/flags.h"
+#include "runtime/core/flags.h"
 #include "runtime/core/win.h"
 
 namespace kv {
-
-// Whether failures are reported with a message box.
-enum class Quiet : bool { kNo, kYes };
 
 class LoadedLibrary {
  public:

@@ -2,6 +2,7 @@
 
 #include "runtime/core/messages.h"
 #include "runtime/core/startup_context.h"
+#include "runtime/files/file_actions.h"
 #include "runtime/files/paths.h"
 #include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"

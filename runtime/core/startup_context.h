@@ -31,6 +31,13 @@ struct RegisteredMessages {
   UINT waitRedraw;
 };
 
+// netapi32's functions, bound on first use; null where the system lacks them.
+struct NetworkFunctions {
+  BOOL tried;
+  DWORD(WINAPI* bufferFree)(void* buffer);
+  DWORD(WINAPI* userModalsGet)(LPCWSTR server, DWORD level, BYTE** buffer);
+};
+
 struct RegisteredClipboardFormats {
   WORD kvFile;
   WORD kvNote;
@@ -89,6 +96,7 @@ struct StartupContext {
   // Loaded on first use by the graphics and the network functions.
   LoadedLibrary msimg32;
   LoadedLibrary netapi32;
+  NetworkFunctions network = {};
 };
 
 extern StartupContext startupContext;

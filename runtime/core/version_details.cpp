@@ -2,6 +2,7 @@
 
 #include "runtime/core/handles.h"
 #include "runtime/core/startup_context.h"
+#include "runtime/files/file_actions.h"
 #include "runtime/files/paths.h"
 #include "runtime/text/format.h"
 #include "runtime/text/text.h"

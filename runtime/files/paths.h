@@ -1,26 +1,46 @@
-// Taking paths apart, putting them together, and asking what lies there.
+// Taking paths apart and putting them together.
 //
 // Paths are UTF-16 and hold at most MAX_PATH (260) characters with the terminator unless a capacity
-// is given.
+// is given. Nothing here shows a message box or, unless it says so, looks at the disk.
 #pragma once
 
 #include "runtime/core/win.h"
 
 namespace kv {
 
-// Whether a function shows a message box when what it looks for is missing.
-enum class Report : bool { kNo, kYes };
-
 // The part behind the last backslash, or the whole path.
 LPCWSTR GetFileName(LPCWSTR path);
+// The last "." of the file name, or its end when there is none; null for a null or empty path.
+LPCWSTR FindExtension(LPCWSTR path);
+// The file name without its extension; returns its length in characters.
+int GetBaseName(LPCWSTR path, WCHAR (&output)[MAX_PATH]);
+// The directory of a path: the path itself when it names a directory on the disk, else the full
+// path up to its last backslash ("X:\" keeps it). Empty when the full path has no backslash.
+void GetDirectory(LPCWSTR path, WCHAR (&output)[MAX_PATH]);
+
+// What ChangeExtension does with an extension that is there already.
+enum class OldExtension { kLeave, kReplace, kKeep };
+// Appends `extension` to `path` of `capacity` characters, with a "." in front unless it begins with
+// one. A path that has an extension is left as it is, loses the old one first, or keeps both.
+// FALSE, and nothing is changed, when the result does not fit.
+BOOL ChangeExtension(LPWSTR path, int capacity, LPCWSTR extension, OldExtension old);
+
 // `directory` and `name` joined with one backslash, cut to capacity - 1 characters. A name with a
-// drive ("Y:\y") or a server ("\\server") is taken alone.
-void PathJoin(LPCWSTR directory, LPCWSTR name, LPWSTR output, int capacity);
+// drive ("Y:\y") or a server ("\\server") is taken alone. FALSE when the result was cut.
+BOOL PathJoin(LPCWSTR directory, LPCWSTR name, LPWSTR output, int capacity);
 // The path of `name` in the directory of the file that `module` was loaded from.
 void PathBesideModule(HMODULE module, LPCWSTR name, WCHAR (&output)[MAX_PATH]);
+// The full path of `path` against the current directory; FALSE when it cannot be formed or has more
+// than 259 characters.
+BOOL MakeFullPath(LPCWSTR path, WCHAR (&output)[MAX_PATH]);
 
-// TRUE when the path names something that is not a directory; else FALSE, with the box 12106 when
-// `report` asks for it.
-BOOL FileExists(LPCWSTR path, Report report);
+// TRUE for a path that ends with a backslash or names a directory on the disk; FALSE for an empty
+// one.
+BOOL IsDirectory(LPCWSTR path);
+// Behind a leading "\\?\UNC\", "!\??\", "\\?\" or "\??\" (tested in that order, A to Z without
+// regard to case), else the path itself.
+LPCWSTR StripLongPathPrefix(LPCWSTR path);
+// TRUE when the path has at least 5 characters and ends with ".tmp" in any case.
+BOOL IsTmpFile(LPCWSTR path);
 
 }  // namespace kv

@@ -1,0 +1,18 @@
+// Flags that are easily swapped, as types of their own.
+#pragma once
+
+namespace kv {
+
+// Whether failures are reported with a message box.
+enum class Quiet : bool { kNo, kYes };
+
+// Whether a function shows a message box when what it looks for is missing.
+enum class Report : bool { kNo, kYes };
+
+// Whether what already exists is replaced.
+enum class Overwrite : bool { kNo, kYes };
+
+// Whether directories below a directory are taken as well.
+enum class Recurse : bool { kNo, kYes };
+
+}  // namespace kv
