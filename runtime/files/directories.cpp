@@ -1,30 +1,119 @@
 #include "runtime/files/directories.h"
 
+#include <aclapi.h>
+
 #include <memory>
+#include <new>
 
 #include "resources/string_ids.h"
+#include "runtime/core/error_text.h"
+#include "runtime/core/find_proc.h"
+#include "runtime/core/handles.h"
 #include "runtime/core/messages.h"
+#include "runtime/core/startup_context.h"
+#include "runtime/files/file_actions.h"
+#include "runtime/files/file_list.h"
 #include "runtime/files/paths.h"
 #include "runtime/registry/expand_environment.h"
+#include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
 
 namespace kv {
 namespace {
 
-// The position of the backslash that ends the path's root; npos when there is none.
-size_t EndOfRoot(WideView path) {
-  if (!path.starts_with(TEXT("\\\\"))) return path.find('\\');
-  const size_t server = path.find('\\', 2);
-  if (server == WideView::npos || server == 2) return WideView::npos;
-  const size_t share = path.find('\\', server + 1);
-  return share == server + 1 ? WideView::npos : share;
+constexpr WCHAR kEverything[] = TEXT("*.*");
+
+bool IsDirectoryEntry(const WIN32_FIND_DATAW& entry) {
+  return (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+bool IsDotName(const WIN32_FIND_DATAW& entry) {
+  const WideView name = entry.cFileName;
+  return name == TEXT(".") || name == TEXT("..");
+}
+
+enum class WalkEnd {
+  kNothingFound,  // the listing could not begin
+  kStopped,       // by the visitor
+  kFailed,        // by an error of the listing, which is the last error
+  kComplete,
+};
+
+// Calls `visit` for each entry of `pattern` that is not "." or "..", until it answers false.
+template <class Visit>
+WalkEnd Walk(LPCWSTR pattern, WIN32_FIND_DATAW& entry, Visit visit) {
+  const UniqueFindHandle search(FindFirstFileW(pattern, &entry));
+  if (!search) return WalkEnd::kNothingFound;
+  do {
+    if (!IsDotName(entry) && !visit()) return WalkEnd::kStopped;
+  } while (FindNextFileW(search.Get(), &entry));
+  return GetLastError() == ERROR_NO_MORE_FILES ? WalkEnd::kComplete : WalkEnd::kFailed;
+}
+
+// TRUE when the walk went through; a listing that failed is reported unless quiet.
+BOOL IsComplete(WalkEnd end, Quiet quiet) {
+  if (end == WalkEnd::kFailed && quiet == Quiet::kNo) ShowLastError(TEXT("FindNextFile"));
+  return end == WalkEnd::kComplete;
+}
+
+// The first backslash that ends the root of a full path; null when there is none, or a server has
+// no share.
+LPWSTR EndOfRoot(LPWSTR path) {
+  const WideView whole = path;
+  size_t start = 0;
+  if (whole.starts_with(TEXT("\\\\"))) {
+    const size_t server = whole.find('\\', 2);
+    if (server == WideView::npos || server == 2 || whole.substr(server + 1, 1) == TEXT("\\"))
+      return nullptr;
+    start = server + 1;
+  }
+  const size_t slash = whole.find('\\', start);
+  return slash == WideView::npos ? nullptr : path + slash;
+}
+
+// The buffers of one DeleteTree, on the heap because the recursion is as deep as the tree.
+struct TreeBuffers {
+  std::unique_ptr<WCHAR[]> path;
+  std::unique_ptr<WIN32_FIND_DATAW> entry;
+
+  BOOL Allocate(Quiet quiet) {
+    path.reset(new (std::nothrow) WCHAR[MAX_PATH]);
+    if (path == nullptr) return Fail(TEXT("could not allocate MAX_PATH buffer"), quiet);
+    entry.reset(new (std::nothrow) WIN32_FIND_DATAW);
+    if (entry == nullptr) return Fail(TEXT("could not allocate WIN32_FIND_DATA"), quiet);
+    return TRUE;
+  }
+
+ private:
+  static BOOL Fail(LPCWSTR what, Quiet quiet) {
+    if (quiet == Quiet::kNo) ShowInternalError(what);
+    return FALSE;
+  }
+};
+
+// Deletes the listed file by its long name, which is left in `path`, else by its short one.
+BOOL RemoveEntry(LPCWSTR directory, const WIN32_FIND_DATAW& entry, LPWSTR path) {
+  if (PathJoin(directory, entry.cFileName, path, MAX_PATH) && RemoveFile(path, Quiet::kYes))
+    return TRUE;
+  const DWORD error = GetLastError();
+  WCHAR shortPath[MAX_PATH];
+  if (entry.cAlternateFileName[0] != 0 &&
+      PathJoin(directory, entry.cAlternateFileName, shortPath, MAX_PATH) &&
+      RemoveFile(shortPath, Quiet::kYes)) {
+    return TRUE;
+  }
+  SetLastError(error);
+  return FALSE;
 }
 
 }  // namespace
 
 BOOL CreateOneDirectory(LPCWSTR path, Quiet quiet) {
-  if (CreateDirectoryW(path, nullptr) || GetLastError() == ERROR_ALREADY_EXISTS) return TRUE;
+  if (CreateDirectoryW(path, nullptr)) return TRUE;
+  const DWORD error = GetLastError();
+  if (error == ERROR_ALREADY_EXISTS) return TRUE;
   if (quiet == Quiet::kNo) ShowError(IDS_DIRECTORY_NOT_CREATED, path);
+  SetLastError(error);
   return FALSE;
 }
 
@@ -36,20 +125,113 @@ BOOL CreateDirectoryTree(LPCWSTR path, Expand expand, Quiet quiet) {
     if (expanded == nullptr) return FALSE;
     path = expanded.get();
   }
-  WCHAR full[MAX_PATH] = {};
-  const DWORD length = GetFullPathNameW(path, MAX_PATH, full, nullptr);
-  if (length == 0 || length >= MAX_PATH) return FALSE;
+  WCHAR full[MAX_PATH];
+  if (!MakeFullPath(path, full)) return FALSE;
   if (DirectoryExists(full)) return TRUE;
-  const size_t root = EndOfRoot(full);
-  if (root == WideView::npos) return FALSE;
-  for (size_t slash = View(full).find('\\', root + 1); slash != WideView::npos;
-       slash = View(full).find('\\', slash + 1)) {
-    full[slash] = 0;
+  LPWSTR slash = EndOfRoot(full);
+  if (slash == nullptr) return FALSE;
+  for (++slash; *slash != 0; ++slash) {
+    if (*slash != '\\') continue;
+    *slash = 0;
     const BOOL made = DirectoryExists(full) || CreateOneDirectory(full, quiet);
-    full[slash] = '\\';
+    *slash = '\\';
     if (!made) return FALSE;
   }
   return CreateOneDirectory(full, quiet);
+}
+
+BOOL IsDirectoryEmpty(LPCWSTR directory) {
+  WCHAR pattern[MAX_PATH];
+  WIN32_FIND_DATAW entry;
+  return PathJoin(directory, kEverything, pattern, MAX_PATH) &&
+         Walk(pattern, entry, [] { return false; }) == WalkEnd::kComplete;
+}
+
+int CopyDirectory(LPCWSTR source, LPCWSTR target, Recurse recurse) {
+  WCHAR pattern[MAX_PATH], directory[MAX_PATH], from[MAX_PATH], to[MAX_PATH];
+  CopyStringW(pattern, source);
+  if (IsDirectory(source) && !PathJoin(source, kEverything, pattern, MAX_PATH)) return -1;
+  CopyStringW(directory, pattern);
+  directory[GetFileName(directory) - directory] = 0;
+
+  int count = 0;
+  WIN32_FIND_DATAW entry;
+  const auto fail = [&] {
+    ShowError(IDS_COPY_FAILED, entry.cFileName, to);
+    return false;
+  };
+  // Forms both paths of the entry; a name that does not fit fails as a copy.
+  const auto join = [&] {
+    const BOOL fits = PathJoin(target, entry.cFileName, to, MAX_PATH);
+    return PathJoin(directory, entry.cFileName, from, MAX_PATH) && fits;
+  };
+  const auto copyFile = [&] {
+    if (IsDirectoryEntry(entry)) return true;
+    if (!join() || !CopyFileW(from, to, FALSE)) return fail();
+    ++count;
+    return true;
+  };
+  if (!IsComplete(Walk(pattern, entry, copyFile), Quiet::kNo)) return -1;
+  if (recurse == Recurse::kNo) return count;
+  const auto copyDirectory = [&] {
+    if (!IsDirectoryEntry(entry)) return true;
+    if (!join()) return fail();
+    CreateDirectoryW(to, nullptr);
+    const int copied = CopyDirectory(from, to, recurse);
+    count += copied;
+    return copied >= 0;
+  };
+  return IsComplete(Walk(pattern, entry, copyDirectory), Quiet::kNo) ? count : -1;
+}
+
+BOOL DeleteTree(LPCWSTR directory, FilesOnly filesOnly, Quiet quiet) {
+  TreeBuffers buffers;
+  WCHAR pattern[MAX_PATH];
+  if (!buffers.Allocate(quiet) || !PathJoin(directory, kEverything, pattern, MAX_PATH))
+    return FALSE;
+  const LPWSTR path = buffers.path.get();
+  WIN32_FIND_DATAW& entry = *buffers.entry;
+
+  int failures = 0;
+  const auto removeFile = [&] {
+    if (IsDirectoryEntry(entry) || RemoveEntry(directory, entry, path)) return true;
+    ++failures;
+    if (quiet == Quiet::kYes) return true;
+    WCHAR reason[kErrorTextCapacity];
+    GetLastErrorSuffix(reason, kErrorTextCapacity);
+    ShowError(IDS_FILE_NOT_DELETED, path, reason);
+    return false;
+  };
+  if (!IsComplete(Walk(pattern, entry, removeFile), quiet)) return FALSE;
+  if (filesOnly == FilesOnly::kYes) return TRUE;
+
+  const auto removeDirectory = [&] {
+    return !IsDirectoryEntry(entry) || (PathJoin(directory, entry.cFileName, path, MAX_PATH) &&
+                                        DeleteTree(path, FilesOnly::kNo, Quiet::kNo));
+  };
+  if (!IsComplete(Walk(pattern, entry, removeDirectory), quiet) || failures != 0) return FALSE;
+  RemoveDirectoryW(directory);
+  return TRUE;
+}
+
+BOOL ResetSecurityTree(LPCWSTR path) {
+  if (startupContext.platform.ntKind == 0) return FALSE;
+  const auto setSecurity =
+      FindProc<decltype(&SetNamedSecurityInfoW)>(TEXT("advapi32.dll"), "SetNamedSecurityInfoW");
+  if (setSecurity == nullptr) return FALSE;
+  // No DACL at all grants everyone full access.
+  if (setSecurity(const_cast<LPWSTR>(path), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr,
+                  nullptr, nullptr, nullptr) != ERROR_SUCCESS) {
+    return FALSE;
+  }
+  if (!DirectoryExists(path)) return TRUE;
+  CFileList list;
+  if (list.Scan(path, TRUE, TRUE) < 0) return FALSE;
+  for (int i = 0; i < list.count(); ++i) {
+    const LPCWSTR child = list.GetPath(i);
+    if (child == nullptr || !ResetSecurityTree(child)) return FALSE;
+  }
+  return TRUE;
 }
 
 }  // namespace kv
