@@ -1,0 +1,18 @@
+// Comparing two files by name.
+#pragma once
+
+#include "runtime/core/win.h"
+
+namespace kv {
+
+// Whether the bytes are compared, or the times of the last change.
+enum class CompareContents : bool { kNo, kYes };
+
+// 1 when the files have the same size and the same bytes (or time of the last change), 0 when they
+// differ, -1 when one is missing, not a regular file, or cannot be mapped.
+int CompareFiles(LPCWSTR a, LPCWSTR b, CompareContents contents);
+
+// TRUE when both are regular files and `a` was changed later than `b`, in whole seconds.
+BOOL IsNewer(LPCWSTR a, LPCWSTR b);
+
+}  // namespace kv

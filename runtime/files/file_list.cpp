@@ -1,0 +1,228 @@
+#include "runtime/files/file_list.h"
+
+#include <algorithm>
+#include <new>
+
+#include "runtime/core/handles.h"
+#include "runtime/core/messages.h"
+#include "runtime/files/compare_files.h"
+#include "runtime/files/file_actions.h"
+#include "runtime/files/paths.h"
+#include "runtime/text/format.h"
+#include "runtime/text/text.h"
+#include "runtime/text/wide_text.h"
+
+namespace kv {
+namespace {
+
+bool IsWanted(const WIN32_FIND_DATAW& entry, BOOL files, BOOL directories) {
+  const WideView name = entry.cFileName;
+  if (name == TEXT(".") || name == TEXT("..")) return false;
+  return (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? directories != FALSE
+                                                                  : files != FALSE;
+}
+
+// Calls `take` for each wanted entry until it answers false.
+template <class Take>
+void ListWanted(LPCWSTR pattern, BOOL files, BOOL directories, Take take) {
+  WIN32_FIND_DATAW entry;
+  const UniqueFindHandle search(FindFirstFileW(pattern, &entry));
+  if (!search) return;
+  do {
+    if (IsWanted(entry, files, directories) && !take(entry)) return;
+  } while (FindNextFileW(search.Get(), &entry));
+}
+
+bool NameLess(const WIN32_FIND_DATAW* a, const WIN32_FIND_DATAW* b) {
+  return CompareAsciiNoCase(a->cFileName, b->cFileName) < 0;
+}
+
+bool IsLess(const WIN32_FIND_DATAW& a, const WIN32_FIND_DATAW& b, int key) {
+  switch (key) {
+    case CFileList::kByName:
+      return NameLess(&a, &b);
+    case CFileList::kByLastWrite:
+      return a.ftLastWriteTime.dwHighDateTime != b.ftLastWriteTime.dwHighDateTime
+                 ? a.ftLastWriteTime.dwHighDateTime < b.ftLastWriteTime.dwHighDateTime
+                 : a.ftLastWriteTime.dwLowDateTime < b.ftLastWriteTime.dwLowDateTime;
+    default:
+      return a.nFileSizeLow < b.nFileSizeLow;
+  }
+}
+
+}  // namespace
+
+int CFileList::Scan(LPCWSTR pattern, BOOL files, BOOL directories) {
+  Clear();
+  WCHAR search[MAX_PATH];
+  CopyStringW(search, pattern);
+  if (IsDirectory(pattern) && !PathJoin(pattern, TEXT("*.*"), search, MAX_PATH)) return 0;
+  if (!MakeFullPath(search, directory_)) {
+    directory_[0] = 0;
+    return 0;
+  }
+  directory_[GetFileName(directory_) - directory_] = 0;
+  if (!View(directory_).ends_with('\\')) AppendText(directory_, MAX_PATH, TEXT("\\"));
+
+  int wanted = 0;
+  ListWanted(search, files, directories, [&](const WIN32_FIND_DATAW&) { return ++wanted > 0; });
+  if (wanted == 0) return 0;
+  entries_.reset(new (std::nothrow) WIN32_FIND_DATAW[wanted]);
+  if (entries_ == nullptr) {
+    ShowInternalError(TEXT("could not allocate WIN32_FIND_DATA array"));
+    return -1;
+  }
+  // Entries that appeared since the first listing are not taken.
+  ListWanted(search, files, directories, [&](const WIN32_FIND_DATAW& entry) {
+    entries_[count_++] = entry;
+    return count_ < wanted;
+  });
+  return count_;
+}
+
+int CFileList::Add(LPCWSTR pattern, BOOL files, BOOL directories) {
+  if (count_ == 0) return Scan(pattern, files, directories);
+  CFileList other;
+  if (other.Scan(pattern, files, directories) < 0) return -1;
+  if (other.count_ == 0 || !EqualAsciiNoCase(directory_, other.directory_)) return count_;
+  // The present names in order, so that long lists stay fast.
+  const std::unique_ptr<const WIN32_FIND_DATAW*[]> present(new (std::nothrow)
+                                                               const WIN32_FIND_DATAW*[count_]);
+  Entries joined(new (std::nothrow) WIN32_FIND_DATAW[count_ + other.count_]);
+  if (present == nullptr || joined == nullptr) {
+    ShowInternalError(TEXT("could not allocate WIN32_FIND_DATA array"));
+    return -1;
+  }
+  for (int i = 0; i < count_; ++i) present[i] = &entries_[i];
+  std::sort(present.get(), present.get() + count_, NameLess);
+  int total = std::copy_n(entries_.get(), count_, joined.get()) - joined.get();
+  for (int i = 0; i < other.count_; ++i) {
+    if (!std::binary_search(present.get(), present.get() + count_, &other.entries_[i], NameLess)) {
+      joined[total++] = other.entries_[i];
+    }
+  }
+  entries_ = std::move(joined);
+  return count_ = total;
+}
+
+void CFileList::Clear() {
+  entries_.reset();
+  count_ = 0;
+  directory_[0] = 0;
+}
+
+int CFileList::Find(LPCWSTR name) const {
+  for (int i = 0; i < count_; ++i) {
+    if (EqualAsciiNoCase(entries_[i].cFileName, View(name))) return i;
+  }
+  return -1;
+}
+
+const WIN32_FIND_DATAW* CFileList::GetEntry(int index) const {
+  if (index < 0 || index >= count_ || entries_[index].cFileName[0] == 0) return nullptr;
+  return &entries_[index];
+}
+
+LPCWSTR CFileList::GetName(int index) const {
+  const WIN32_FIND_DATAW* const entry = GetEntry(index);
+  return entry == nullptr ? nullptr : entry->cFileName;
+}
+
+LPCWSTR CFileList::GetPath(int index) {
+  const LPCWSTR name = GetName(index);
+  return name != nullptr && PathJoin(directory_, name, pathBuffer_, MAX_PATH) ? pathBuffer_
+                                                                              : nullptr;
+}
+
+int CFileList::RemoveAt(int index) {
+  if (index < 0 || index >= count_) return count_;
+  std::move(entries_.get() + index + 1, entries_.get() + count_, entries_.get() + index);
+  entries_[--count_] = {};
+  return count_;
+}
+
+int CFileList::RemoveByName(LPCWSTR path) {
+  return RemoveAt(Find(GetFileName(path)));
+}
+
+ULONGLONG CFileList::TotalSize() const {
+  ULONGLONG total = 0;
+  for (int i = 0; i < count_; ++i) total += entries_[i].nFileSizeLow;
+  return total;
+}
+
+void CFileList::Sort(int key, BOOL ascending) {
+  if (count_ < 1 || key < kByName || key > kBySize) return;
+  std::sort(entries_.get(), entries_.get() + count_,
+            [key, ascending](const auto& a, const auto& b) {
+              return ascending ? IsLess(a, b, key) : IsLess(b, a, key);
+            });
+}
+
+BOOL CFileList::CopyEntry(int index, LPCWSTR targetDirectory, CopyMode mode) {
+  WCHAR target[MAX_PATH];
+  const LPCWSTR source = GetPath(index);
+  if (source == nullptr || !PathJoin(targetDirectory, GetName(index), target, MAX_PATH))
+    return FALSE;
+  if (mode == CopyMode::kSkipExisting && FileExists(target, Report::kNo)) return FALSE;
+  if (mode == CopyMode::kSkipEqual && CompareFiles(source, target, CompareContents::kNo) == 1)
+    return FALSE;
+  RemoveFile(target, Quiet::kYes);
+  if (!CopyFileW(source, target, FALSE)) return FALSE;
+  SetFileAttributesW(target, FILE_ATTRIBUTE_NORMAL);
+  return TRUE;
+}
+
+int CFileList::CopyTo(LPCWSTR targetDirectory, CopyMode mode) {
+  int copied = 0;
+  for (int i = 0; i < count_; ++i) {
+    if (CopyEntry(i, targetDirectory, mode)) ++copied;
+  }
+  return copied;
+}
+
+int CFileList::DeleteAll(BOOL useLibraryDelete) {
+  int deleted = 0;
+  for (int i = 0; i < count_; ++i) {
+    const LPCWSTR path = GetPath(i);
+    if (path == nullptr) continue;
+    if (useLibraryDelete ? RemoveFile(path, Quiet::kYes) : DeleteFileW(path)) ++deleted;
+  }
+  Clear();
+  return deleted;
+}
+
+int CFileList::MoveTo(LPCWSTR targetDirectory) {
+  const int copied = CopyTo(targetDirectory, CopyMode::kAlways);
+  return copied + DeleteAll(TRUE);
+}
+
+ULONGLONG GetFilesSize(LPCWSTR pattern) {
+  const std::unique_ptr<CFileList> list(new (std::nothrow) CFileList);
+  if (list == nullptr) {
+    ShowInternalError(TEXT("could not create CFileList"));
+    return 0;
+  }
+  list->Scan(pattern, TRUE, FALSE);
+  return list->TotalSize();
+}
+
+BOOL PruneOldFiles(LPCWSTR pattern, int keep, int maximum, LPCWSTR spare) {
+  const std::unique_ptr<CFileList> list(new (std::nothrow) CFileList);
+  if (list == nullptr) {
+    ShowInternalError(TEXT("could not create CFileList"));
+    return FALSE;
+  }
+  const int excess = list->Scan(pattern, TRUE, FALSE) - keep;
+  if (excess <= 0) return TRUE;
+  int wanted = maximum >= 0 && excess >= maximum ? maximum : excess;
+  list->Sort(CFileList::kByLastWrite, TRUE);
+  for (int i = 0; i < list->count() && wanted > 0; ++i) {
+    const LPCWSTR path = list->GetPath(i);
+    if (path == nullptr || EqualAsciiNoCase(path, View(spare))) continue;
+    if (RemoveFile(path, Quiet::kYes)) --wanted;
+  }
+  return wanted == 0;
+}
+
+}  // namespace kv

@@ -1,0 +1,77 @@
+// The listing of a directory.
+#pragma once
+
+#include <memory>
+
+#include "runtime/core/win.h"
+
+namespace kv {
+
+// What CFileList::CopyTo does with files that exist in the target directory.
+enum class CopyMode : int { kSkipExisting = 0, kAlways = 1, kSkipEqual = 2 };
+
+// Files and directories of one directory, in the system's order unless sorted, without "." and
+// "..". A snapshot: other processes may change the directory meanwhile.
+class CFileList {
+ public:
+  CFileList() = default;
+  CFileList(const CFileList&) = delete;
+  CFileList& operator=(const CFileList&) = delete;
+
+  // Replaces the contents by what matches `pattern`; a directory stands for all it holds. Returns
+  // the count; -1, with an empty list, after the internal-error box when memory runs out.
+  int Scan(LPCWSTR pattern, BOOL files, BOOL directories);
+  // Adds what matches and is not in the list yet; only from the same directory. Returns the new
+  // count; -1, with the list unchanged, when memory runs out.
+  int Add(LPCWSTR pattern, BOOL files, BOOL directories);
+  void Clear();
+
+  int count() const { return count_; }
+  // The full path of the listed directory, with its closing backslash.
+  LPCWSTR directory() const { return directory_; }
+  // The index of the entry of that name (A to Z without regard to case), or -1.
+  int Find(LPCWSTR name) const;
+  // Null for an index out of range or an entry without a name. The path lies in a buffer of the
+  // list: it is good until the next GetPath. A path of more than 259 characters is null too.
+  const WIN32_FIND_DATAW* GetEntry(int index) const;
+  LPCWSTR GetName(int index) const;
+  LPCWSTR GetPath(int index);
+  // Both return the count afterwards.
+  int RemoveAt(int index);
+  int RemoveByName(LPCWSTR path);
+  // The sum of the low 32 bits of the sizes, in bytes.
+  ULONGLONG TotalSize() const;
+
+  enum SortKey { kByName = 1, kByLastWrite = 2, kBySize = 3 };
+  // Other keys change nothing.
+  void Sort(int key, BOOL ascending);
+
+  // Copies each entry into `targetDirectory`; the copies' attributes become normal. Returns the
+  // number copied.
+  int CopyTo(LPCWSTR targetDirectory, CopyMode mode);
+  // Deletes each entry, also read-only ones with `useLibraryDelete`, and clears the list. Returns
+  // the number deleted.
+  int DeleteAll(BOOL useLibraryDelete);
+  // CopyTo (kAlways) and DeleteAll; returns the sum of both numbers.
+  int MoveTo(LPCWSTR targetDirectory);
+
+ private:
+  using Entries = std::unique_ptr<WIN32_FIND_DATAW[]>;
+  BOOL CopyEntry(int index, LPCWSTR targetDirectory, CopyMode mode);
+
+  int count_ = 0;
+  Entries entries_;
+  WCHAR directory_[MAX_PATH] = {};
+  WCHAR pathBuffer_[MAX_PATH] = {};
+};
+
+// The total size in bytes of the files that match; 0 after the internal-error box when memory runs
+// out.
+ULONGLONG GetFilesSize(LPCWSTR pattern);
+
+// Deletes the files of `pattern` that were written longest ago, but for `keep` of them; at most
+// `maximum` (negative: no limit). The file `spare` (null or empty: none) is never deleted. TRUE
+// when as many as wanted are gone.
+BOOL PruneOldFiles(LPCWSTR pattern, int keep, int maximum, LPCWSTR spare);
+
+}  // namespace kv
