@@ -15,6 +15,7 @@
 
 #include <memory>
 
+#include "runtime/core/flags.h"
 #include "runtime/core/handles.h"
 #include "runtime/core/win.h"
 #include "runtime/text/format.h"
@@ -36,7 +37,6 @@ enum class KeyMode : int {
 
 enum class DeleteIfEmpty : bool { kNo, kYes };
 enum class Expand : bool { kNo, kYes };
-enum class Recurse : bool { kNo, kYes };
 
 class RegKey {
  public:
