@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "runtime/core/messages.h"
-#include "runtime/files/paths.h"
+#include "runtime/files/file_actions.h"
 
 namespace kv {
 namespace {

@@ -1,0 +1,28 @@
+#include "runtime/files/ansi_text.h"
+
+#include <algorithm>
+#include <new>
+
+#include "runtime/core/messages.h"
+
+namespace kv {
+
+std::unique_ptr<CHAR[]> ToAnsi(WideView text, int* size) {
+  const int length = static_cast<int>(text.size());
+  // Code pages take two bytes at most for each unit of UTF-16; only UTF-8 takes three.
+  const int needed = length == 0 ? 0
+                                 : WideCharToMultiByte(CP_ACP, 0, text.data(), length, nullptr, 0,
+                                                       nullptr, nullptr);
+  const int capacity = std::max(2 * length + 1, needed);
+  std::unique_ptr<CHAR[]> narrow(new (std::nothrow) CHAR[capacity]);
+  if (narrow == nullptr) {
+    ShowInternalError(TEXT("UnicodeToAnsiNew new char"));
+    return nullptr;
+  }
+  *size = needed == 0 ? 0
+                      : WideCharToMultiByte(CP_ACP, 0, text.data(), length, narrow.get(), capacity,
+                                            nullptr, nullptr);
+  return narrow;
+}
+
+}  // namespace kv

@@ -1,0 +1,171 @@
+#include "runtime/files/global_block.h"
+
+#include <string.h>
+
+#include <algorithm>
+
+#include "resources/string_ids.h"
+#include "runtime/core/messages.h"
+#include "runtime/text/wide_text.h"
+
+namespace kv {
+namespace {
+
+constexpr DWORD kLargestSize = 0xFFFFFFFF;
+
+}  // namespace
+
+CGlobalBlock::CGlobalBlock(const CGlobalBlock& other) {
+  if (other.handle_ == nullptr || !Alloc(other.size_, other.flags_, other.growStep_)) return;
+  if (other.data_ != nullptr) memcpy(data_, other.data_, size_);
+  position_ = other.position_;
+}
+
+CGlobalBlock::~CGlobalBlock() {
+  Free();
+}
+
+BOOL CGlobalBlock::Alloc(DWORD size, UINT flags, DWORD growStep) {
+  if (handle_ != nullptr) return Reserve(size) != FALSE;
+  handle_ = GlobalAlloc(flags, size);
+  if (handle_ == nullptr) {
+    ShowInternalError(TEXT("GlobalAlloc failed"));
+    return FALSE;
+  }
+  if (!Lock()) {
+    Free();
+    return FALSE;
+  }
+  size_ = size;
+  growStep_ = growStep;
+  flags_ = flags;
+  position_ = 0;
+  return TRUE;
+}
+
+int CGlobalBlock::Reserve(DWORD total) {
+  if (total <= size_) return TRUE;
+  const DWORD step = std::min<DWORD>(growStep_, kLargestSize - size_);
+  return Grow(std::max<DWORD>(total - size_, step)) ? 2 : FALSE;
+}
+
+BOOL CGlobalBlock::Grow(DWORD extra) {
+  if (handle_ == nullptr) return Alloc(extra, GMEM_MOVEABLE, 0);
+  HGLOBAL grown = nullptr;
+  if (extra <= kLargestSize - size_) {
+    Unlock();
+    grown = GlobalReAlloc(handle_, size_ + extra, flags_);
+  }
+  if (grown == nullptr) {
+    ShowInternalError(TEXT("GlobalReAlloc failed"));
+    Lock();
+    return FALSE;
+  }
+  handle_ = grown;
+  size_ += extra;
+  return Lock();
+}
+
+BOOL CGlobalBlock::Attach(HGLOBAL block) {
+  Free();
+  handle_ = block;
+  if (!Lock()) {
+    Forget();
+    return FALSE;
+  }
+  flags_ = data_ != block ? GMEM_MOVEABLE : 0;
+  size_ = static_cast<DWORD>(GlobalSize(block));
+  return TRUE;
+}
+
+HGLOBAL CGlobalBlock::Detach() {
+  Unlock();
+  const HGLOBAL block = handle_;
+  Forget();
+  return block;
+}
+
+void CGlobalBlock::Free() {
+  const HGLOBAL block = Detach();
+  if (block != nullptr) GlobalFree(block);
+}
+
+BOOL CGlobalBlock::Lock() {
+  if (handle_ == nullptr) return FALSE;
+  if (data_ != nullptr) return TRUE;
+  data_ = static_cast<BYTE*>(GlobalLock(handle_));
+  if (data_ == nullptr) ShowError(IDS_ROUTINE_FAILED, TEXT("GlobalLock failed"));
+  return data_ != nullptr;
+}
+
+void CGlobalBlock::Unlock() {
+  if (data_ != nullptr) GlobalUnlock(handle_);
+  data_ = nullptr;
+}
+
+BOOL CGlobalBlock::SetPosition(DWORD offset) {
+  if (offset > size_) return FALSE;
+  position_ = offset;
+  return TRUE;
+}
+
+BOOL CGlobalBlock::Append(const void* bytes, DWORD count) {
+  if (count == 0) return TRUE;
+  // More than a block can hold fails as growing by it does.
+  const bool fits = count <= kLargestSize - position_;
+  if (!(fits ? Reserve(position_ + count) != FALSE : Grow(count) != FALSE) || data_ == nullptr) {
+    return FALSE;
+  }
+  memcpy(data_ + position_, bytes, count);
+  position_ += count;
+  return TRUE;
+}
+
+BOOL CGlobalBlock::AppendStringA(LPCSTR text, Terminator terminator) {
+  const size_t length = strlen(text) + (terminator == Terminator::kYes ? 1 : 0);
+  return Append(text, static_cast<DWORD>(length));
+}
+
+BOOL CGlobalBlock::AppendStringW(LPCWSTR text, Terminator terminator) {
+  const size_t length = View(text).size() + (terminator == Terminator::kYes ? 1 : 0);
+  return Append(text, static_cast<DWORD>(length * sizeof(WCHAR)));
+}
+
+DWORD CGlobalBlock::Read(void* destination, DWORD count) {
+  const DWORD copied = data_ == nullptr ? 0 : std::min<DWORD>(count, size_ - position_);
+  if (copied > 0) memcpy(destination, data_ + position_, copied);
+  position_ += copied;
+  return copied;
+}
+
+BOOL CGlobalBlock::PutOnClipboard(UINT format, EmptyFirst emptyFirst) {
+  if (!OpenClipboard(nullptr)) {
+    ShowLastError(TEXT("OpenClipboard"));
+    return FALSE;
+  }
+  if (emptyFirst == EmptyFirst::kYes) EmptyClipboard();
+  BOOL taken = FALSE;
+  if (handle_ != nullptr) {
+    Unlock();
+    taken = SetClipboardData(format, handle_) != nullptr;
+    if (taken) {
+      Detach();
+    } else {
+      ShowLastError(TEXT("SetClipboardData"));
+      Lock();
+    }
+  }
+  if (!CloseClipboard()) ShowLastError(TEXT("CloseClipboard"));
+  return taken;
+}
+
+void CGlobalBlock::Forget() {
+  handle_ = nullptr;
+  data_ = nullptr;
+  size_ = 0;
+  growStep_ = 0;
+  flags_ = 0;
+  position_ = 0;
+}
+
+}  // namespace kv
