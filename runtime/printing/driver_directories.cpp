@@ -1,0 +1,57 @@
+#include "runtime/printing/driver_directories.h"
+
+#include "runtime/core/startup_context.h"
+#include "runtime/files/link_target.h"
+#include "runtime/files/paths.h"
+#include "runtime/text/format.h"
+#include "runtime/text/text.h"
+#include "runtime/text/wide_text.h"
+
+namespace kv {
+namespace {
+
+// The directory below the environment's in which the running system looks for drivers.
+LPCWSTR VersionDirectory() {
+  switch (startupContext.platform.ntKind) {
+    case 0:
+      return TEXT("");
+    case kNt4:
+      return TEXT("\\2");
+    default:
+      return TEXT("\\3");
+  }
+}
+
+}  // namespace
+
+WCHAR GetDriverDirectory(LPCWSTR environment, LPCWSTR file, WCHAR (&path)[MAX_PATH]) {
+  path[0] = 0;
+  if (IsLinkTarget(file)) {
+    CopyStringW(path, file);
+    return path[0];
+  }
+  WCHAR directory[MAX_PATH] = {};
+  DWORD needed = 0;
+  if (!GetPrinterDriverDirectoryW(nullptr, const_cast<LPWSTR>(environment), 1,
+                                  reinterpret_cast<BYTE*>(directory), sizeof(directory), &needed)) {
+    return 0;
+  }
+  AppendText(directory, MAX_PATH, TEXT("%s"), VersionDirectory());
+  if (View(file).empty()) {
+    CopyStringW(path, directory);
+  } else {
+    PathJoin(directory, file, path, MAX_PATH);
+  }
+  return path[0];
+}
+
+WCHAR GetProductDriverDirectory(LPCWSTR file, WCHAR (&path)[MAX_PATH]) {
+  return GetDriverDirectory(startupContext.printEnvironment, file, path);
+}
+
+WCHAR GetNativeDriverDirectory(LPCWSTR file, WCHAR (&path)[MAX_PATH]) {
+  const BOOL isWow64 = startupContext.platform.wow64Arch != 0;
+  return GetDriverDirectory(isWow64 ? TEXT("Windows x64") : TEXT("Windows NT x86"), file, path);
+}
+
+}  // namespace kv

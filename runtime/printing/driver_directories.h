@@ -1,0 +1,17 @@
+// Where the spooler keeps the files of printer drivers.
+#pragma once
+
+#include "runtime/core/win.h"
+
+namespace kv {
+
+// The path of `file` in this machine's directory of printer drivers for `environment`, or without a
+// file the directory itself. A file that is a link is returned as it is; one with a drive or a
+// server stands alone. Returns the first character of the result, 0 on failure with the spooler's
+// last error.
+WCHAR GetDriverDirectory(LPCWSTR environment, LPCWSTR file, WCHAR (&path)[MAX_PATH]);
+// For the environment of the product, and for that of the system itself.
+WCHAR GetProductDriverDirectory(LPCWSTR file, WCHAR (&path)[MAX_PATH]);
+WCHAR GetNativeDriverDirectory(LPCWSTR file, WCHAR (&path)[MAX_PATH]);
+
+}  // namespace kv
