@@ -1,0 +1,94 @@
+// What the platform facts say of every Windows version.
+#include "runtime/core/platform_info.h"
+
+#include "platform/control/profiles.h"
+#include "tests/support/machine_test.h"
+
+namespace kv::test {
+namespace {
+
+using PlatformInfoTest = MachineTest;
+
+struct Row {
+  const char* profile;
+  DWORD win9x, nt;
+  WORD major, minor;
+  DWORD is_server;
+  WORD service_pack;
+  WORD comctl;
+};
+
+// Windows 95 and 98 take the short way: they tell nothing but their kind. Without the extended
+// record the service pack is unknown.
+constexpr Row kRows[] = {
+    {"windows-95", 1, 0, 0, 0, 0, 0, 0},
+    {"windows-98", 2, 0, 0, 0, 0, 0, 0},
+    {"windows-98-se", 2, 0, 0, 0, 0, 0, 0},
+    {"windows-me", 1, 0, 0, 0, 0, 0, 0},
+    {"windows-nt4", 0, kNt4, 4, 0, 0, 0, 4},
+    {"windows-2000", 0, kWindows2000, 5, 0, 0, 4, 5},
+    {"windows-2000-server", 0, kWindows2000, 5, 0, 1, 4, 5},
+    {"windows-xp", 0, kWindowsXp, 5, 1, 0, 3, 5},
+    {"windows-xp-rtm", 0, kWindowsXp, 5, 1, 0, 0, 5},
+    {"windows-server-2003", 0, kServer2003, 5, 2, 1, 2, 5},
+    {"windows-server-2003-r2", 0, kServer2003, 5, 2, 1, 2, 5},
+    {"windows-vista", 0, kWindowsVista, 6, 0, 0, 2, 5},
+    {"windows-server-2008", 0, kServer2008, 6, 0, 1, 2, 5},
+    {"windows-7", 0, kWindows7, 6, 1, 0, 1, 5},
+    {"windows-server-2008-r2", 0, kServer2008, 6, 1, 1, 1, 5},
+    {"windows-8", 0, kWindows8, 6, 2, 0, 0, 5},
+    {"windows-server-2012", 0, kServer2012, 6, 2, 1, 0, 5},
+    {"windows-8.1", 0, kWindows81, 6, 3, 0, 0, 5},
+    {"windows-server-2012-r2", 0, kWindows81, 6, 3, 1, 0, 5},
+    {"windows-10", 0, kWindows10, 10, 0, 0, 0, 5},
+    {"windows-11", 0, kWindows10, 10, 0, 0, 0, 5},
+};
+
+void ExpectFacts(const Row& row) {
+  PlatformFacts facts;
+  ReadPlatformFacts(facts);
+  EXPECT_EQ(facts.win9xKind, row.win9x);
+  EXPECT_EQ(facts.ntKind, row.nt);
+  EXPECT_EQ(facts.osMajor, row.major);
+  EXPECT_EQ(facts.osMinor, row.minor);
+  EXPECT_EQ(facts.isServer, row.is_server);
+  EXPECT_EQ(facts.servicePackMajor, row.service_pack);
+  EXPECT_EQ(facts.comctlMajor, row.comctl);
+}
+
+TEST_F(PlatformInfoTest, EveryVersion) {
+  EXPECT_EQ(platform::ProfileNames().size(), std::size(kRows)) << "each has its row";
+  for (const Row& row : kRows) {
+    SCOPED_TRACE(row.profile);
+    ASSERT_TRUE(platform::UseProfile(row.profile, "x86") || platform::UseProfile(row.profile));
+    ExpectFacts(row);
+    // A 32-bit program of a 64-bit system knows what it runs on.
+    const bool wow64 =
+        sizeof(void*) == 4 && platform::Fact(platform::facts::kArchitecture) == "x64";
+    EXPECT_EQ(GetWow64Arch(), wow64 ? PROCESSOR_ARCHITECTURE_AMD64 : 0u);
+  }
+}
+
+TEST_F(PlatformInfoTest, VersionsOfNoName) {
+  ASSERT_TRUE(platform::UseProfile("windows-11"));
+  platform::SetFactNumber(platform::facts::kMajor, 11);
+  platform::InstallSystemFiles();
+  ExpectFacts({"", 0, kNewerNt, 11, 0, 0, 0, 5});
+  // Windows XP for x64 is a workstation of the server's version.
+  ASSERT_TRUE(platform::UseProfile("windows-xp", "x64"));
+  ExpectFacts({"", 0, kWindowsXp, 5, 2, 0, 2, 5});
+}
+
+TEST_F(PlatformInfoTest, RecordsThatCannotBeRead) {
+  platform::FailCall("GetVersionExW", 1, 0, 2);
+  ExpectFacts({});
+  platform::FailCall("GetVersionExW", 1);
+  ExpectFacts({"", 0, kWindows10, 10, 0, 0, 0, 5});
+  platform::FailCall("GetFileVersionInfoSizeW", 1);
+  PlatformFacts facts;
+  ReadPlatformFacts(facts);
+  EXPECT_EQ(facts.ntKind, static_cast<DWORD>(kWindows8)) << "what the system reports to everybody";
+}
+
+}  // namespace
+}  // namespace kv::test

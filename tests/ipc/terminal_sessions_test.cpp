@@ -1,0 +1,251 @@
+// Terminal sessions, their people and programs.
+#include "runtime/ipc/terminal_sessions.h"
+#include "platform/control/profiles.h"
+#include "platform/control/services.h"
+#include "platform/control/session_messages.h"
+#include "platform/control/users.h"
+#include "runtime/core/handles.h"
+#include "runtime/ipc/process_token.h"
+#include "runtime/text/wide_text.h"
+#include "tests/support/runtime_test.h"
+#include "tests/support/test_key.h"
+
+namespace kv::test {
+namespace {
+
+namespace facts = platform::facts;
+
+class TerminalSessionsTest : public RuntimeTest {
+ protected:
+  void SetUp() override {
+    RuntimeTest::SetUp();
+    platform::SetFact(facts::kAccounts, "Bob:1002,Eve:1003");
+    platform::SetFact(facts::kSessions, "7,0,65536,2");
+    platform::SetFact(facts::kProcessSession, "2");
+    platform::SetFact(facts::kConsoleSession, "2");
+    for (const auto& [name, value] : {std::pair{"2.station", "cONSOLE"},
+                                      {"7.station", "RDP-Tcp#1"},
+                                      {"7.user", "Bob"},
+                                      {"7.client", "LAPTOP"},
+                                      {"7.program", "C:\\app.exe"},
+                                      {"7.protocol", "2"}}) {
+      platform::SetFact(facts::kSessionPrefix + std::string(name), value);
+    }
+  }
+  void UseProfile(const char* name) {
+    ASSERT_TRUE(platform::UseProfile(name, "x86"));
+    Restart();
+  }
+};
+
+TEST_F(TerminalSessionsTest, SessionsInOrderWithTheirPeople) {
+  CTerminalServices services;
+  ASSERT_TRUE(services.IsAvailable());
+  EXPECT_EQ(services.GetSessionId(), 2);
+  EXPECT_EQ(services.GetConsoleSessionId(), 2) << "by the station's name";
+  EXPECT_EQ(services.NextSession()->SessionId, 7u) << "behind the console";
+  std::vector<DWORD> ids;
+  for (auto session = services.FirstSession(); session; session = services.NextSession()) {
+    ids.push_back(session->SessionId);
+  }
+  EXPECT_EQ(ids, (std::vector<DWORD>{0, 2, 7, 65536}));
+  EXPECT_EQ(services.FindSessionOfUser(TEXT("BOB"))->SessionId, 7u);
+  EXPECT_EQ(services.FindSessionOfUser(TEXT("Eve")), nullptr);
+  EXPECT_EQ(services.FindSessionOfUser(TEXT("")), nullptr) << "not one without a user";
+  EXPECT_EQ(platform::CallCount("WTSEnumerateSessionsW"), 1u) << "the list is made once";
+
+  WCHAR text[20];
+  EXPECT_EQ(services.QueryUserName(7, text, 3), TEXT('B'));
+  EXPECT_EQ(WideView(text), TEXT("Bo"));
+  EXPECT_EQ(services.QueryClientName(7, text, 20), TEXT('L'));
+  EXPECT_EQ(services.QueryInitialProgram(7, text, 20), TEXT('C'));
+  EXPECT_EQ(services.QueryClientProtocol(7), 2);
+  EXPECT_EQ(services.QueryClientProtocol(2), 0);
+  EXPECT_EQ(services.QueryUserName(65536, text, 20), 0) << "nobody is logged on";
+  EXPECT_EQ(services.QueryUserName(99, text, 20), 0);
+  EXPECT_EQ(services.QueryClientProtocol(99), -1);
+}
+
+TEST_F(TerminalSessionsTest, TheConsoleByTheFunctionWhereThereIsOne) {
+  platform::SetFact("entry.wtsapi32.WTSGetActiveConsoleSessionId", "1");
+  platform::SetFact(facts::kConsoleSession, "7");
+  EXPECT_EQ(CTerminalServices().GetConsoleSessionId(), 7);
+  EXPECT_EQ(platform::CallCount("WTSEnumerateSessionsW"), 0u);
+  platform::ClearFact("entry.wtsapi32.WTSGetActiveConsoleSessionId");
+  platform::SetFact("entry.wtsapi32.WTSEnumerateSessionsW", "0");
+  CTerminalServices services;
+  EXPECT_EQ(services.GetConsoleSessionId(), -1);
+  EXPECT_EQ(services.FirstSession(), nullptr);
+}
+
+TEST_F(TerminalSessionsTest, WhatTheSystemLacks) {
+  static constexpr struct {
+    const char* fact;
+    bool library;
+  } kRows[] = {
+      {"entry.wtsapi32.WTSEnumerateProcessesW", false},
+      {"entry.wtsapi32.WTSFreeMemory", false},
+      {"entry.wtsapi32.WTSQuerySessionInformationW", false},
+      {"entry.wtsapi32.WTSSendMessageW", true},
+      {"entry.wtsapi32.WTSQueryUserToken", true},
+      {"module.wtsapi32", false},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.fact);
+    platform::SetFact(row.fact, "0");
+    platform::InstallSystemFiles();
+    const CTerminalServices services;
+    EXPECT_EQ(services.IsAvailable(), row.library);
+    EXPECT_EQ(services.GetSessionId(), row.library ? 2 : -1);
+    WCHAR text[20];
+    DWORD response = 0;
+    if (!row.library) {
+      EXPECT_EQ(services.QueryUserName(7, text, 20), 0);
+      EXPECT_EQ(services.QueryClientProtocol(7), -1);
+      EXPECT_FALSE(services.IsProgramRunningForUser(TEXT("app.exe")));
+      EXPECT_EQ(services.GetInstallMode(), -1);
+      EXPECT_FALSE(services.SetInstallMode(TRUE));
+      EXPECT_FALSE(services.SendMessageToSession(7, nullptr, nullptr, 0, 0, &response, TRUE));
+      EXPECT_EQ(services.QueryUserToken(7), nullptr);
+    }
+    platform::ClearFact(row.fact);
+  }
+  platform::InstallSystemFiles();
+  platform::FailCall("WTSQuerySessionInformationW", 1);
+  EXPECT_FALSE(CTerminalServices().IsAvailable());
+}
+
+TEST_F(TerminalSessionsTest, WithoutTheServiceTheLibraryStays) {
+  WCHAR before[MAX_PATH], after[MAX_PATH];
+  GetCurrentDirectoryW(MAX_PATH, before);
+  platform::SetServiceState(TEXT("TermService"), SERVICE_STOPPED);
+  CTerminalServices services;
+  EXPECT_TRUE(services.IsAvailable());
+  EXPECT_EQ(services.GetSessionId(), -1);
+  EXPECT_EQ(services.FirstSession(), nullptr) << "the sessions cannot be listed";
+  GetCurrentDirectoryW(MAX_PATH, after);
+  EXPECT_EQ(WideView(after), before);
+}
+
+TEST_F(TerminalSessionsTest, TokensOfOtherSessions) {
+  const CTerminalServices services;
+  EXPECT_EQ(services.QueryUserToken(7), nullptr) << "without the privilege";
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_PRIVILEGE_NOT_HELD));
+  platform::SetFact(facts::kUserSid, "S-1-5-18");
+  EnablePrivilege(SE_TCB_NAME, FALSE);
+  const UniqueHandle token(services.QueryUserToken(7));
+  ASSERT_TRUE(token) << "the privilege was switched on";
+  TokenInformation<TOKEN_USER> user;
+  ASSERT_TRUE(user.Read(token.Get(), TokenUser));
+  const PSID sid = user->User.Sid;
+  EXPECT_EQ(*GetSidSubAuthority(sid, *GetSidSubAuthorityCount(sid) - 1), 1002u);
+  EXPECT_EQ(services.QueryUserToken(65536), nullptr) << "nobody is logged on";
+}
+
+TEST_F(TerminalSessionsTest, MessagesToSessions) {
+  const CTerminalServices services;
+  DWORD response = 0;
+  platform::SetFactNumber(facts::kSessionPrefix + std::string("7.answer"), IDYES);
+  EXPECT_TRUE(
+      services.SendMessageToSession(7, TEXT("Title"), TEXT("Text"), MB_YESNO, 9, &response, TRUE));
+  EXPECT_EQ(response, static_cast<DWORD>(IDYES));
+  EXPECT_TRUE(services.SendMessageToSession(7, nullptr, TEXT(""), MB_OK, 0, &response, FALSE));
+  EXPECT_EQ(response, static_cast<DWORD>(IDASYNC));
+  platform::SetFactNumber(facts::kSessionPrefix + std::string("7.answer"), IDTIMEOUT);
+  const uint64_t start = platform::UpTime();
+  EXPECT_TRUE(services.SendMessageToSession(7, TEXT("t"), TEXT("x"), MB_OK, 30, &response, TRUE));
+  EXPECT_GE(platform::UpTime() - start, 30000u) << "seconds, not milliseconds";
+  EXPECT_FALSE(services.SendMessageToSession(99, TEXT("t"), TEXT("x"), 0, 0, &response, FALSE));
+  const std::vector<platform::SessionMessage> sent = platform::SessionMessages();
+  ASSERT_EQ(sent.size(), 3u);
+  EXPECT_EQ(sent[0].title, TEXT("Title"));
+  EXPECT_EQ(sent[0].text, TEXT("Text"));
+  EXPECT_EQ(sent[1].title, TEXT(""));
+}
+
+TEST_F(TerminalSessionsTest, ProgramsOfTheUserInAnySession) {
+  platform::SetFact(facts::kProcesses, "400,500,600");
+  for (const auto& [name, value] : {std::pair{"400.name", "App.exe"},
+                                    {"400.user", "Bob"},
+                                    {"500.name", "tool.exe"},
+                                    {"500.user", "ada"},
+                                    {"500.session", "7"},
+                                    {"600.name", "System"}}) {
+    platform::SetFact(facts::kProcessPrefix + std::string(name), value);
+  }
+  const CTerminalServices services;
+  EXPECT_TRUE(services.IsProgramRunningForUser(TEXT("X:\\dir\\TOOL.EXE")));
+  EXPECT_FALSE(services.IsProgramRunningForUser(TEXT("app.exe"))) << "another user's";
+  EXPECT_FALSE(services.IsProgramRunningForUser(TEXT("System"))) << "no SID";
+  for (const char* function : {"WTSEnumerateProcessesW", "GetUserNameW"}) {
+    platform::FailCall(function, 1);
+    EXPECT_FALSE(services.IsProgramRunningForUser(TEXT("tool.exe"))) << function;
+  }
+}
+
+TEST_F(TerminalSessionsTest, WhoOffersTerminalServices) {
+  UseProfile("windows-98");
+  EXPECT_FALSE(IsTerminalServicesAvailable());
+  UseProfile("windows-nt4");
+  EXPECT_FALSE(IsTerminalServicesAvailable());
+  {
+    const Key options =
+        Key::Create(HKEY_LOCAL_MACHINE, TEXT("System\\CurrentControlSet\\Control\\ProductOptions"));
+    constexpr WCHAR kSuite[] = TEXT("Enterprise\0terminal SERVER\0");
+    RegSetValueExW(options, TEXT("ProductSuite"), 0, REG_MULTI_SZ,
+                   reinterpret_cast<const BYTE*>(kSuite), sizeof(kSuite));
+  }
+  EXPECT_TRUE(IsTerminalServicesAvailable());
+  UseProfile("windows-2000");
+  EXPECT_FALSE(IsTerminalServicesAvailable());
+  platform::SetFactNumber(facts::kSuiteMask, VER_SUITE_TERMINAL);
+  EXPECT_TRUE(IsTerminalServicesAvailable());
+  platform::SetFactNumber(facts::kSuiteMask, 0);
+  UseProfile("windows-xp");
+  EXPECT_TRUE(IsTerminalServicesAvailable()) << "the service runs";
+  platform::SetServiceState(TEXT("TermService"), SERVICE_STOPPED);
+  startupContext.platform = {};
+  EXPECT_FALSE(IsTerminalServicesAvailable());
+  EXPECT_EQ(startupContext.platform.ntKind, kWindowsXp) << "unknown facts are found out";
+}
+
+TEST_F(TerminalSessionsTest, RemoteSessions) {
+  platform::SetFact(facts::kMetricPrefix + std::string("4096"), "1");
+  EXPECT_TRUE(IsRemoteSession());
+  UseProfile("windows-nt4");
+  startupContext.platform.servicePackMajor = 3;
+  EXPECT_FALSE(IsRemoteSession());
+  startupContext.platform.servicePackMajor = 4;
+  EXPECT_TRUE(IsRemoteSession());
+  UseProfile("windows-me");
+  EXPECT_FALSE(IsRemoteSession());
+}
+
+TEST_F(TerminalSessionsTest, InstallModeByGeneration) {
+  static constexpr struct {
+    const char* profile;
+    int mode, set, mode_after;
+  } kRows[] = {{"windows-nt4", 0, 1, 1},
+               {"windows-server-2003", 0, 1, 1},
+               {"windows-vista", -1, -1, -1},
+               {"windows-10", -1, -1, -1}};
+  platform::SetFact("module.wtsapi32", "1");
+  platform::SetFactNumber(facts::kUserIsElevated, 1);
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.profile);
+    platform::ClearFact(facts::kInstallMode);
+    UseProfile(row.profile);
+    const CTerminalServices services;
+    EXPECT_EQ(services.GetInstallMode(), row.mode);
+    EXPECT_EQ(services.SetInstallMode(TRUE), row.set);
+    EXPECT_EQ(services.GetInstallMode(), row.mode_after);
+  }
+  UseProfile("windows-server-2003");
+  platform::SetFact("entry.kernel32.TermsrvAppInstallMode", "0");
+  platform::SetFact("entry.kernel32.SetTermsrvAppInstallMode", "0");
+  EXPECT_EQ(CTerminalServices().GetInstallMode(), -1);
+  EXPECT_EQ(CTerminalServices().SetInstallMode(FALSE), 0);
+}
+
+}  // namespace
+}  // namespace kv::test

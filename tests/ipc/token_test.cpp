@@ -1,0 +1,270 @@
+// Users, their tokens and what they may do.
+#include "platform/control/message_boxes.h"
+#include "platform/control/profiles.h"
+#include "platform/control/users.h"
+#include "runtime/ipc/accounts.h"
+#include "runtime/ipc/administrator.h"
+#include "runtime/ipc/descriptor_tests.h"
+#include "runtime/ipc/process_token.h"
+#include "runtime/ipc/sid_text.h"
+#include "runtime/text/wide_text.h"
+#include "tests/support/failing_new.h"
+#include "tests/support/runtime_test.h"
+
+namespace kv::test {
+namespace {
+
+namespace facts = platform::facts;
+using WideString = std::basic_string<WCHAR>;
+
+class TokenTest : public RuntimeTest {
+ protected:
+  void UseProfile(const char* name) {
+    ASSERT_TRUE(platform::UseProfile(name, "x86"));
+    Restart();
+  }
+};
+
+WideString TextOf(const HeapSid& sid) {
+  WCHAR text[kSidTextCapacity];
+  SidToString(sid.Get(), text);
+  return text;
+}
+
+TEST_F(TokenTest, AdministratorsByGenerationElevationAndOutput) {
+  static constexpr struct {
+    const char* profile;
+    const char* user;  // a SID, "" for the usual user
+    bool administrator, elevated;
+    int plain, detailed;
+    DWORD elevated_out, level;
+  } kRows[] = {
+      {"windows-10", "", true, false, 0, 1, 0, kMediumIntegrity},
+      {"windows-10", "", true, true, 1, 1, 1, kHighIntegrity},
+      {"windows-10", "", false, true, 0, 0, 0, kMediumIntegrity},
+      {"windows-10", "S-1-5-18", false, false, 1, 1, 1, kSystemIntegrity},
+      {"windows-vista", "", true, false, 0, 1, 0, kMediumIntegrity},
+      {"windows-xp", "", true, false, 1, 1, 1, kHighIntegrity},
+      {"windows-xp", "", false, false, 0, 0, 0, 0},
+      {"windows-nt4", "", true, false, 1, 1, 1, kHighIntegrity},
+      // Without tokens the test fails before it has a SID.
+      {"windows-98", "", true, false, -1, -1, 0, 0},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(std::string(row.profile) + " " + row.user);
+    UseProfile(row.profile);
+    platform::ClearFact(facts::kUserSid);
+    if (*row.user != 0) platform::SetFact(facts::kUserSid, row.user);
+    platform::SetFactNumber(facts::kUserIsAdministrator, row.administrator);
+    platform::SetFactNumber(facts::kUserIsElevated, row.elevated);
+    DWORD elevated = 7, level = 7;
+    EXPECT_EQ(IsAdministrator(), row.plain);
+    EXPECT_EQ(IsAdministrator(&elevated, &level), row.detailed);
+    EXPECT_EQ(elevated, row.elevated_out);
+    EXPECT_EQ(level, row.level);
+    EXPECT_EQ(IsAdministrator(nullptr, &level), row.plain);
+    EXPECT_EQ(level, row.level);
+  }
+}
+
+TEST_F(TokenTest, EveryFailingStepOfTheAdministratorTest) {
+  platform::SetFactNumber(facts::kUserIsElevated, 1);
+  static constexpr struct {
+    const char* function;
+    int nth;
+    DWORD error;
+    int answer;
+    DWORD level;
+  } kRows[] = {
+      {"AllocateAndInitializeSid", 1, 0, -1, 0},
+      {"OpenThreadToken", 1, ERROR_ACCESS_DENIED, -1, 0},
+      {"OpenProcessToken", 1, 0, -1, 0},
+      // The groups, sizes first.
+      {"GetTokenInformation", 1, ERROR_ACCESS_DENIED, -1, 0},
+      {"GetTokenInformation", 2, 0, -1, 0},
+      // The elevation.
+      {"GetTokenInformation", 3, 0, -1, 0},
+      // The label: only the level is lost.
+      {"GetTokenInformation", 4, ERROR_ACCESS_DENIED, 1, 0},
+      {"GetTokenInformation", 5, 0, 1, 0},
+      {"GetTokenInformation", 6, 0, 1, kHighIntegrity},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(std::string(row.function) + " " + std::to_string(row.nth));
+    platform::ResetFaults();
+    platform::FailCall(row.function, row.nth, row.error);
+    const platform::ResourceCounts before = platform::LiveResources();
+    DWORD elevated = 7, level = 7;
+    EXPECT_EQ(IsAdministrator(&elevated, &level), row.answer);
+    EXPECT_EQ(level, row.level);
+    EXPECT_EQ(elevated, row.answer == 1 ? 1u : 0u);
+    EXPECT_EQ(platform::DescribeDifference(before, platform::LiveResources()), "");
+  }
+  UseProfile("windows-xp");
+  platform::FailCall("GetTokenInformation", 2);
+  DWORD elevated = 7, level = 7;
+  EXPECT_EQ(IsAdministrator(&elevated, &level), -1);
+  EXPECT_EQ(elevated, 1u) << "before Vista a failed test is no plain no";
+  EXPECT_EQ(level, kHighIntegrity);
+}
+
+// Runs `operation` with the first, second, … allocation failing, until it needs no more; returns
+// how many it needs. The operation gives the answer `failed` exactly when an allocation failed.
+template <class Operation, class Answer>
+uint64_t SweepAllocations(Operation operation, Answer failed) {
+  for (uint64_t nth = 1;; ++nth) {
+    FailAllocation(nth);
+    const Answer answer = operation();
+    const bool allocation_failed = AllocationFailed();
+    FailAllocation(0);
+    EXPECT_EQ(answer == failed, allocation_failed) << nth;
+    if (!allocation_failed) return nth - 1;
+  }
+}
+
+TEST_F(TokenTest, MemoryRunsOutInEveryRead) {
+  EXPECT_EQ(SweepAllocations([] { return IsAdministrator(); }, -1), 1u);
+  EXPECT_EQ(SweepAllocations([] { return static_cast<bool>(GetTokenUserSid()); }, false), 2u);
+  EXPECT_EQ(SweepAllocations([] { return HasPrivilege(TEXT("SeChangeNotifyPrivilege")); }, 0), 1u);
+  EXPECT_EQ(SweepAllocations([] { return GetIntegrityLevel(); }, DWORD{0}), 1u);
+  platform::AnswerNextBox(IDOK);
+  EXPECT_EQ(SweepAllocations([] { return static_cast<bool>(GetCurrentUserSid()); }, false), 1u);
+  EXPECT_NE(platform::ShownBoxes()[0].text.find(TEXT("GetCurrentUserSid: could not allocate SID")),
+            WideView::npos);
+}
+
+TEST_F(TokenTest, PrivilegesAreHeldDisabledOrAbsent) {
+  platform::SetFact(facts::kUserPrivileges, "SeTcbPrivilege,-SeUndockPrivilege");
+  EXPECT_EQ(HasPrivilege(SE_TCB_NAME), 1) << "enabled by default";
+  EXPECT_EQ(HasPrivilege(SE_SHUTDOWN_NAME), 0) << "held, but disabled";
+  EXPECT_EQ(HasPrivilege(SE_BACKUP_NAME), 0) << "not held";
+  EXPECT_FALSE(EnablePrivilege(SE_BACKUP_NAME, TRUE));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NOT_ALL_ASSIGNED));
+  EXPECT_FALSE(EnablePrivilege(TEXT("SeUndockPrivilege"), FALSE));
+  EXPECT_TRUE(EnablePrivilege(SE_TCB_NAME, FALSE));
+  EXPECT_EQ(HasPrivilege(SE_TCB_NAME), 1) << "enabled by default all the same";
+  EXPECT_TRUE(EnablePrivilege(SE_SHUTDOWN_NAME, TRUE));
+  {
+    // Another user's token, which the switch did not touch.
+    platform::SetFact(facts::kAccounts, "Bob:1002");
+    const platform::Impersonation bob(TEXT("Bob"));
+    EXPECT_EQ(HasPrivilege(SE_SHUTDOWN_NAME), 0);
+  }
+  EXPECT_EQ(HasPrivilege(SE_SHUTDOWN_NAME), 1);
+  for (const char* function :
+       {"LookupPrivilegeValueW", "OpenProcessToken", "GetTokenInformation"}) {
+    platform::FailCall(function, 1, ERROR_ACCESS_DENIED);
+    EXPECT_EQ(HasPrivilege(SE_SHUTDOWN_NAME), -1) << function;
+  }
+  platform::FailCall("GetTokenInformation", 2);
+  EXPECT_EQ(HasPrivilege(SE_SHUTDOWN_NAME), 0) << "the size was known";
+  platform::FailCall("AdjustTokenPrivileges", 1);
+  EXPECT_FALSE(EnablePrivilege(SE_SHUTDOWN_NAME, TRUE));
+  UseProfile("windows-me");
+  EXPECT_TRUE(EnablePrivilege(SE_TCB_NAME, TRUE));
+}
+
+TEST_F(TokenTest, TheThreadsTokenComesFirst) {
+  platform::SetFact(facts::kAccounts, "Bob:1002,Staff:1100:group");
+  platform::SetFact(facts::kAccountPrefix + std::string("Bob.administrator"), "1");
+  WCHAR name[kUserNameCapacity], sid[kSidTextCapacity];
+  {
+    const platform::Impersonation bob(TEXT("bob"));
+    EXPECT_EQ(ReadUserName(name), TEXT('B'));
+    GetTokenUserSidString(sid);
+    EXPECT_TRUE(WideView(sid).ends_with(TEXT("-1002"))) << "Bob's";
+    DWORD elevated = 7;
+    EXPECT_EQ(IsAdministrator(&elevated), 1);
+    EXPECT_EQ(elevated, 0u);
+  }
+  EXPECT_EQ(ReadUserName(name), TEXT('A'));
+  const platform::Impersonation known(TEXT("Bob"), SecurityIdentification);
+  EXPECT_FALSE(OpenEffectiveToken(TOKEN_QUERY)) << "not the process's token in its place";
+  EXPECT_EQ(GetTokenUserSidString(sid), 0);
+  EXPECT_EQ(IsAdministrator(), -1);
+}
+
+TEST_F(TokenTest, AccountsByName) {
+  static constexpr struct {
+    LPCWSTR name;
+    LPCWSTR sid;
+  } kRows[] = {
+      {TEXT("Ada"), TEXT("S-1-5-21-1004336348-1177238915-682003330-1001")},
+      {TEXT("workstation\\ADA"), TEXT("S-1-5-21-1004336348-1177238915-682003330-1001")},
+      {TEXT("SYSTEM"), TEXT("S-1-5-18")},
+      // The computer's name leads to the domain first, then to the user.
+      {TEXT("Workstation"), TEXT("S-1-5-21-1004336348-1177238915-682003330-1002")},
+      {TEXT("Administrators"), TEXT("")},
+      {TEXT("Staff"), TEXT("")},
+      {TEXT("BUILTIN"), TEXT("")},
+      {TEXT("Nobody"), TEXT("")},
+  };
+  platform::SetFact(facts::kAccounts, "Workstation:1002,Staff:1100:group");
+  for (const auto& row : kRows) {
+    EXPECT_EQ(TextOf(GetAccountSid(row.name)), row.sid) << platform::CallCount("GetUserNameW");
+  }
+  EXPECT_FALSE(IsSystemAccount());
+  platform::SetFact(facts::kUserSid, "S-1-5-18");
+  EXPECT_TRUE(IsSystemAccount());
+  platform::FailCall("GetUserNameW", 1);
+  EXPECT_FALSE(GetCurrentUserSid());
+  platform::FailCall("LookupAccountNameW", 2);
+  EXPECT_FALSE(GetCurrentUserSid());
+  platform::FailCall("GetComputerNameW", 1);
+  platform::AnswerNextBox(IDOK);
+  WCHAR computer[kComputerNameCapacity];
+  EXPECT_EQ(ReadComputerName(computer), 0);
+  EXPECT_TRUE(platform::ShownBoxes()[0].text.starts_with(TEXT("GetComputerName failed")));
+}
+
+TEST_F(TokenTest, AccountsByRelativeId) {
+  platform::SetFact(facts::kAccounts, "Bob:1002");
+  WCHAR name[20];
+  DWORD size = 20;
+  ASSERT_TRUE(LookupAccountByRid(nullptr, 1002, name, &size));
+  EXPECT_EQ(WideView(name), TEXT("Bob"));
+  EXPECT_EQ(size, 3u);
+  size = 3;
+  EXPECT_FALSE(LookupAccountByRid(TEXT("\\\\WORKSTATION"), 1002, name, &size));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
+  size = 20;
+  EXPECT_FALSE(LookupAccountByRid(nullptr, 4711, name, &size));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NONE_MAPPED));
+  EXPECT_FALSE(LookupAccountByRid(TEXT("\\\\elsewhere"), 1002, name, &size));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(RPC_S_SERVER_UNAVAILABLE));
+  FailAllocation(1);
+  EXPECT_FALSE(LookupAccountByRid(nullptr, 1002, name, &size));
+  FailAllocation(0);
+}
+
+TEST_F(TokenTest, TheNetworkLibraryIsTriedOnce) {
+  platform::FailCall("LoadLibraryW", 1);
+  WCHAR name[20];
+  DWORD size = 20;
+  EXPECT_FALSE(LookupAccountByRid(nullptr, 1001, name, &size));
+  EXPECT_FALSE(LookupAccountByRid(nullptr, 1001, name, &size));
+  EXPECT_EQ(platform::CallCount("LoadLibraryW"), 1u);
+  UseProfile("windows-98");
+  platform::ResetFaults();
+  EXPECT_FALSE(LookupAccountByRid(nullptr, 1001, name, &size));
+  EXPECT_EQ(platform::CallCount("LoadLibraryW"), 0u);
+}
+
+TEST_F(TokenTest, DescriptorTestsThatFail) {
+  SECURITY_DESCRIPTOR descriptor = {};
+  InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION);
+  EXPECT_EQ(IsOwnerAdministrators(&descriptor), -1) << "no owner";
+  ACL empty = {ACL_REVISION, 0, sizeof(ACL), 0, 0};
+  SetSecurityDescriptorDacl(&descriptor, TRUE, &empty, FALSE);
+  EXPECT_EQ(UsersCanRead(&descriptor), 0);
+  for (const char* function :
+       {"AllocateAndInitializeSid", "GetSecurityDescriptorDacl", "GetAclInformation"}) {
+    platform::FailCall(function, 1);
+    EXPECT_EQ(UsersCanRead(&descriptor), -1) << function;
+  }
+  descriptor.Revision = 7;
+  EXPECT_EQ(UsersCanRead(&descriptor), -1);
+}
+
+}  // namespace
+}  // namespace kv::test
