@@ -106,5 +106,55 @@
 #define IDS_CTL_CANNOT_WRITE_JOB 14036  // 1 the printer
 #define IDS_CTL_CANNOT_END_JOB 14037  // 1 the printer
 #define IDS_CTL_PRINTED 14038  // 1 the file; 2 the job number; 3 bytes sent; 4 bytes accepted; 5 the size; 6 the duration; 7 the speed as a size
+#define IDS_CTL_SETTINGS_SUMMARY 14040  // text
+#define IDS_CTL_SETTINGS_USAGE 14041  // text
+#define IDS_CTL_SETTINGS_UNKNOWN_ACTION 14042  // 1 the word
+#define IDS_CTL_SETTINGS_UNKNOWN_NAME 14043  // 1 the word
+#define IDS_CTL_SETTINGS_NOT_SET 14044  // 1 the setting
+#define IDS_CTL_SETTINGS_MACHINE_ONLY 14045  // 1 the setting
+#define IDS_CTL_SETTINGS_USER_ONLY 14046  // 1 the setting
+#define IDS_CTL_SETTINGS_ONE_SCOPE 14047  // text
+#define IDS_CTL_SETTINGS_NOT_A_NUMBER 14048  // 1 the setting; 2 the word
+#define IDS_CTL_SETTINGS_TOO_LONG 14049  // 1 the setting; 2 the number of characters
+#define IDS_CTL_SETTINGS_NEED_RIGHTS 14050  // text
+#define IDS_CTL_SETTINGS_CANNOT_WRITE 14051  // 1 the setting
+#define IDS_CTL_SETTINGS_NUMBER 14052  // text; a type
+#define IDS_CTL_SETTINGS_TEXT 14053  // text; a type
+#define IDS_CTL_SETTINGS_MACHINE 14054  // text; whose setting it is
+#define IDS_CTL_SETTINGS_USER 14055  // text; whose setting it is
+#define IDS_CTL_SETTINGS_READ_VIEW 14056  // 1 the number of bits
+#define IDS_CTL_SETTINGS_OTHER_VIEW 14057  // 1 the number of bits
+#define IDS_CTL_SETTINGS_UNSET 14058  // text; stands for a value
+#define IDS_CTL_SETTINGS_COMPATIBILITY 14060  // text; what the setting does, as the next ones
+#define IDS_CTL_SETTINGS_SILENT 14061
+#define IDS_CTL_SETTINGS_APPDIR 14062
+#define IDS_CTL_SETTINGS_HELP 14063
+#define IDS_CTL_SETTINGS_LANGUAGE 14064
+#define IDS_CTL_SETTINGS_DUPLEX 14065
+#define IDS_CTL_SESSIONS_SUMMARY 14080  // text
+#define IDS_CTL_SESSIONS_USAGE 14081  // text
+#define IDS_CTL_NO_SESSIONS 14082  // text
+#define IDS_CTL_WHOAMI_SUMMARY 14084  // text
+#define IDS_CTL_WHOAMI_USAGE 14085  // text
+#define IDS_CTL_WHOAMI_USER 14086  // 1 the user's name
+#define IDS_CTL_WHOAMI_SID 14087  // 1 the SID
+#define IDS_CTL_WHOAMI_ADMINISTRATOR 14088  // 1 yes, no or unknown
+#define IDS_CTL_WHOAMI_ELEVATED 14089  // 1 yes or no
+#define IDS_CTL_WHOAMI_INTEGRITY 14090  // 1 the level's name; 2 its number
+#define IDS_CTL_YES 14091  // text
+#define IDS_CTL_NO 14092  // text
+#define IDS_CTL_UNKNOWN 14093  // text
+#define IDS_CTL_INTEGRITY_UNTRUSTED 14094  // text
+#define IDS_CTL_INTEGRITY_LOW 14095  // text
+#define IDS_CTL_INTEGRITY_MEDIUM 14096  // text
+#define IDS_CTL_INTEGRITY_HIGH 14097  // text
+#define IDS_CTL_INTEGRITY_SYSTEM 14098  // text
+#define IDS_CTL_SPOOLER_SUMMARY 14100  // text
+#define IDS_CTL_SPOOLER_USAGE 14101  // text
+#define IDS_CTL_SPOOLER_RUNS 14102  // text
+#define IDS_CTL_SPOOLER_STOPPED 14103  // text
+#define IDS_CTL_SPOOLER_NEEDS_RIGHTS 14104  // text
+#define IDS_CTL_SPOOLER_NOT_RESTARTED 14105  // text
+#define IDS_CTL_SPOOLER_RESTARTED 14106  // text
 
 #endif
