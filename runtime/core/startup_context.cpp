@@ -7,6 +7,7 @@
 #include "runtime/core/resource_library.h"
 #include "runtime/core/resource_text.h"
 #include "runtime/papers/paper_table.h"
+#include "runtime/registry/settings.h"
 #include "runtime/text/format.h"
 #include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
@@ -171,6 +172,19 @@ void SetAddresses() {
   FormatText(startupContext.helpUrl, TEXT("%s/help/folvane%d"), kWebSite, kMajorVersion);
 }
 
+// TRUE when the settings have a text for the help address.
+BOOL TakeHelpAddress(RegKey&& settings) {
+  const LPCWSTR address = settings.GetString(TEXT("Help"));
+  if (View(address).empty()) return FALSE;
+  CopyStringW(startupContext.helpUrl, address);
+  return TRUE;
+}
+
+void OverrideHelpAddress() {
+  if (!TakeHelpAddress(UserSettingsKey(KeyMode::kRead)))
+    TakeHelpAddress(MachineSettingsKey(KeyMode::kRead));
+}
+
 DWORD ReadDefaultPaper() {
   WCHAR text[MAX_PATH];
   LoadResourceString(text, MAX_PATH, IDS_DEFAULT_PAPER);
@@ -208,7 +222,9 @@ BOOL ProcessAttach(HINSTANCE instance) {
   if (!FindResources()) return FALSE;
   ReadProductKind();
   SetAddresses();
+  OverrideHelpAddress();
   ReadResourceTexts();
+  ReadStartupSettings();
   return TRUE;
 }
 

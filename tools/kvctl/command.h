@@ -31,6 +31,10 @@ extern const Command kPortsCommand;
 extern const Command kMonitorsCommand;
 extern const Command kInstallCommand;
 extern const Command kPrintCommand;
+extern const Command kSettingsCommand;
+extern const Command kSessionsCommand;
+extern const Command kWhoamiCommand;
+extern const Command kSpoolerCommand;
 
 // All of them, in the order of the help text.
 std::span<const Command* const> AllCommands();

@@ -2,8 +2,9 @@
 
 namespace kvctl {
 namespace {
-constexpr const Command* kCommands[] = {&kPortsCommand, &kMonitorsCommand, &kInstallCommand,
-                                        &kPrintCommand};
+constexpr const Command* kCommands[] = {&kPortsCommand,  &kMonitorsCommand, &kInstallCommand,
+                                        &kPrintCommand,  &kSettingsCommand, &kSessionsCommand,
+                                        &kWhoamiCommand, &kSpoolerCommand};
 }
 
 std::span<const Command* const> AllCommands() {

@@ -1,0 +1,354 @@
+// RegKey on a key of the test's own below HKEY_CURRENT_USER.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "runtime/registry/delete_key.h"
+#include "runtime/registry/expand_environment.h"
+#include "runtime/registry/reg_key.h"
+#include "runtime/text/wide_text.h"
+
+namespace kv {
+namespace {
+
+using WideString = std::basic_string<WCHAR>;
+using Bytes = std::vector<BYTE>;
+
+constexpr const WCHAR* kRoot = TEXT("Software\\KvRegKeyTest");
+
+class RegKeyPortableTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    MyDeleteKeyW(HKEY_CURRENT_USER, kRoot);
+    ASSERT_TRUE(key_.Create(HKEY_CURRENT_USER, TEXT("%s"), kRoot));
+  }
+  void TearDown() override {
+    key_.Close();
+    EXPECT_TRUE(MyDeleteKeyW(HKEY_CURRENT_USER, kRoot));
+  }
+  void SetRaw(LPCWSTR name, DWORD type, Bytes data) {
+    const DWORD size = static_cast<DWORD>(data.size());
+    // Some systems also store a terminator that happens to follow.
+    data.insert(data.end(), 2, 0xEE);
+    ASSERT_EQ(RegSetValueExW(key_.handle(), name, 0, type, data.data(), size), ERROR_SUCCESS);
+    ASSERT_TRUE(key_.Refresh());
+  }
+  static bool Exists(const WideString& path) {
+    return RegKey().Open(HKEY_CURRENT_USER, TEXT("%s"), path.c_str());
+  }
+  // "name=size " for every value, then the names of the sub-keys.
+  static WideString Content(RegKey& key) {
+    WideString content;
+    DWORD size;
+    for (LPCWSTR name = key.FirstValue(nullptr, nullptr, &size); name != nullptr;
+         name = key.NextValue(nullptr, nullptr, &size)) {
+      content += WideString(name) + TEXT("=") + static_cast<WCHAR>('0' + size) + TEXT(" ");
+    }
+    for (LPCWSTR name = key.FirstSubKey(); name != nullptr; name = key.NextSubKey())
+      content += WideString(name) + TEXT(" ");
+    return content;
+  }
+  WideString Content(LPCWSTR subKey) {
+    RegKey key;
+    EXPECT_TRUE(key.OpenKey(KEY_READ, key_.handle(), subKey));
+    return Content(key);
+  }
+
+  RegKey key_;
+};
+
+TEST_F(RegKeyPortableTest, EachReaderTakesItsOwnTypesAndEndsWhatWasStoredWithoutAnEnd) {
+  const struct {
+    DWORD type;
+    Bytes data;
+    LPCWSTR text;  // null: no text
+    DWORD number;  // 99: none
+  } kCases[] = {
+      {REG_SZ, {'a', 0, 'b', 0, 0, 0}, TEXT("ab"), 99},
+      {REG_SZ, {'a', 0, 'b', 0}, TEXT("ab"), 99},
+      {REG_SZ, {'a', 0, 'b'}, TEXT("a"), 99},
+      {REG_SZ, {'a'}, TEXT(""), 99},
+      {REG_SZ, {}, TEXT(""), 99},
+      {REG_EXPAND_SZ, {'%', 0, 'a', 0, '%', 0, 0, 0}, TEXT("%a%"), 99},
+      {REG_DWORD, {4, 3, 2, 1}, nullptr, 0x01020304},
+      {REG_DWORD, {4, 3}, nullptr, 0x0304},
+      {REG_DWORD, {}, nullptr, 0},
+      {REG_BINARY, {4, 3, 2, 1}, nullptr, 99},
+      {REG_MULTI_SZ, {'a', 0, 'b', 0, 'c'}, nullptr, 99},
+      {77, {'a', 0, 0, 0}, nullptr, 99},
+  };
+  // Long rests of other values must not show through.
+  SetRaw(TEXT("rest"), REG_BINARY, Bytes(40, 0xEE));
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(&c - kCases);
+    SetRaw(TEXT("v"), c.type, c.data);
+    const BYTE* data;
+    DWORD type, size;
+    ASSERT_TRUE(key_.QueryValue(TEXT("rest")));
+    ASSERT_TRUE(key_.QueryValue(TEXT("v"), &data, &type, &size));
+    EXPECT_EQ(type, c.type);
+    EXPECT_EQ(Bytes(data, data + size), c.data);
+    key_.QueryValue(TEXT("rest"));
+    const LPCWSTR text = key_.GetString(TEXT("v"));
+    ASSERT_EQ(text != nullptr, c.text != nullptr);
+    EXPECT_EQ(View(text), View(c.text));
+    key_.QueryValue(TEXT("rest"));
+    EXPECT_EQ(key_.GetDword(TEXT("v"), 99), c.number);
+    EXPECT_EQ(key_.GetBinary(TEXT("v"), &data, &size), c.type == REG_BINARY);
+    EXPECT_EQ(size, c.type == REG_BINARY ? c.data.size() : 0u);
+    EXPECT_EQ(data != nullptr, c.type == REG_BINARY);
+    EXPECT_EQ(key_.GetValueType(TEXT("v"), 0), c.type);
+    EXPECT_EQ(key_.GetValueType(TEXT("v"), REG_BINARY), c.type == REG_BINARY ? REG_BINARY : 0u);
+    WCHAR buffer[4] = {'#', '#', '#', '#'};
+    EXPECT_EQ(key_.ReadString(TEXT("v"), buffer, 4, Expand::kNo),
+              static_cast<int>(View(c.text).size()));
+    EXPECT_EQ(WideView(buffer), View(c.text));
+    EXPECT_EQ(key_.ReadBinary(TEXT("v"), buffer, 4), c.type == REG_BINARY);
+  }
+  DWORD size;
+  SetRaw(TEXT("v"), REG_MULTI_SZ, {'a', 0, 0, 0, 'b', 0, 'c'});
+  const LPCWSTR strings = key_.GetMultiString(TEXT("v"), &size);
+  ASSERT_NE(strings, nullptr);
+  EXPECT_EQ(WideView(strings, 5), WideView(TEXT("a\0b\0"), 5));
+  EXPECT_EQ(size, 7u);
+  EXPECT_EQ(key_.GetMultiString(TEXT("none"), &size), nullptr);
+  EXPECT_EQ(size, 0u);
+  EXPECT_EQ(View(key_.GetString(TEXT("none"), TEXT("otherwise"))), TEXT("otherwise"));
+}
+
+TEST_F(RegKeyPortableTest, AStringReadIntoTheCallersBufferFitsWholeOrNotAtAll) {
+  key_.SetSz(TEXT("ended"), TEXT("abc"));
+  SetRaw(TEXT("open"), REG_SZ, {'a', 0, 'b', 0, 'c', 0});
+  for (const LPCWSTR name : {TEXT("ended"), TEXT("open")}) {
+    for (int capacity = 0; capacity <= 5; ++capacity) {
+      WCHAR buffer[6] = {'#', '#', '#', '#', '#', '#'};
+      const bool fits = capacity > 3;
+      EXPECT_EQ(key_.ReadString(name, buffer, capacity, Expand::kYes), fits ? 3 : 0) << capacity;
+      if (capacity > 0) {
+        EXPECT_EQ(WideView(buffer), fits ? TEXT("abc") : TEXT("")) << capacity;
+      }
+      EXPECT_EQ(buffer[capacity], '#');
+    }
+  }
+  key_.SetDefaultString(TEXT("x"));
+  WCHAR buffer[8];
+  EXPECT_EQ(key_.ReadDefaultString(buffer, 8, Expand::kNo), 1);
+  EXPECT_EQ(View(key_.GetDefaultString()), TEXT("x"));
+  key_.SetDefaultString(nullptr);
+  EXPECT_EQ(View(key_.GetDefaultString()), TEXT(""));
+}
+
+TEST_F(RegKeyPortableTest, ExpansionIsForExpandableTextsAndIsCutToTheBuffer) {
+  WCHAR root[MAX_PATH];
+  const int length = static_cast<int>(GetWindowsDirectoryW(root, MAX_PATH));
+  WCHAR buffer[MAX_PATH];
+  const auto read = [&](DWORD type, Expand expand, int capacity) {
+    key_.SetString(TEXT("v"), TEXT("%SystemRoot%"), type, DeleteIfEmpty::kNo);
+    key_.ReadString(TEXT("v"), buffer, capacity, expand);
+    return WideView(buffer);
+  };
+  EXPECT_EQ(read(REG_SZ, Expand::kYes, MAX_PATH), TEXT("%SystemRoot%"));
+  EXPECT_EQ(read(REG_EXPAND_SZ, Expand::kNo, MAX_PATH), TEXT("%SystemRoot%"));
+  EXPECT_TRUE(EqualNoCase(read(REG_EXPAND_SZ, Expand::kYes, MAX_PATH), root));
+
+  const WideString twice = TEXT("%none%%SystemRoot%%SystemRoot%");
+  twice.copy(buffer, twice.size());
+  buffer[twice.size()] = 0;
+  EXPECT_TRUE(ExpandInPlace(buffer, MAX_PATH));
+  EXPECT_TRUE(EqualNoCase(buffer, WideString(TEXT("%none%")) + root + root));
+  twice.copy(buffer, twice.size());
+  buffer[twice.size()] = 0;
+  EXPECT_TRUE(ExpandInPlace(buffer, length));
+  EXPECT_EQ(View(buffer).size(), static_cast<size_t>(length) - 1);
+  buffer[0] = 0;
+  EXPECT_FALSE(ExpandInPlace(buffer, MAX_PATH));
+}
+
+TEST_F(RegKeyPortableTest, EmptyAndNullTextsDeleteWhereTheyShould) {
+  key_.SetSz(TEXT("a"), TEXT("x"));
+  EXPECT_TRUE(key_.SetString(TEXT("a"), TEXT(""), REG_EXPAND_SZ, DeleteIfEmpty::kNo));
+  EXPECT_EQ(key_.GetValueType(TEXT("a"), 0), DWORD{REG_EXPAND_SZ});
+  EXPECT_TRUE(key_.SetSz(TEXT("a"), TEXT("")));
+  EXPECT_EQ(key_.GetValueType(TEXT("a"), 0), 0u);
+  EXPECT_FALSE(key_.SetSz(TEXT("a"), nullptr)) << "there is none to delete";
+
+  DWORD size;
+  const WCHAR strings[] = TEXT("ab\0c\0");
+  EXPECT_TRUE(key_.SetMultiString(TEXT("m"), strings));
+  EXPECT_NE(key_.GetMultiString(TEXT("m"), &size), nullptr);
+  EXPECT_EQ(size, sizeof strings);
+  EXPECT_TRUE(key_.SetMultiString(TEXT("m"), strings, 6));
+  key_.GetMultiString(TEXT("m"), &size);
+  EXPECT_EQ(size, 6u);
+  EXPECT_TRUE(key_.SetMultiString(TEXT("m"), TEXT("")));
+  EXPECT_EQ(key_.valueCount(), 0u);
+}
+
+TEST_F(RegKeyPortableTest, WalksGoBothWaysAndFindTheirTypes) {
+  const Bytes other = {1};
+  SetRaw(TEXT("a1"), REG_BINARY, other);
+  key_.SetSz(TEXT("b1"), TEXT("one"));
+  key_.SetDword(TEXT("c1"), 1);
+  key_.SetString(TEXT("d1"), TEXT("%x%"), REG_EXPAND_SZ, DeleteIfEmpty::kNo);
+  key_.SetDword(TEXT("e1"), 2);
+  SetRaw(TEXT("f1"), REG_SZ, {'t', 0, 'w'});
+
+  DWORD number = 7;
+  LPCWSTR text;
+  EXPECT_EQ(View(key_.FindFirstDword(&number)), TEXT("c1"));
+  EXPECT_EQ(View(key_.FindNextDword(&number)), TEXT("e1"));
+  EXPECT_EQ(number, 2u);
+  EXPECT_EQ(key_.FindNextDword(&number), nullptr);
+  EXPECT_EQ(number, 2u) << "nothing was found";
+  EXPECT_EQ(View(key_.FindLastDword(nullptr)), TEXT("e1"));
+  EXPECT_EQ(View(key_.FindPrevDword(&number)), TEXT("c1"));
+  EXPECT_EQ(key_.FindPrevDword(&number), nullptr);
+  EXPECT_EQ(View(key_.FindFirstString(&text)), TEXT("b1"));
+  EXPECT_EQ(View(key_.FindNextString(&text)), TEXT("f1"));
+  EXPECT_EQ(View(text), TEXT("t")) << "half a character is none";
+  EXPECT_EQ(key_.FindNextString(&text), nullptr);
+  EXPECT_EQ(text, nullptr);
+  EXPECT_EQ(View(key_.FindLastString(&text)), TEXT("f1"));
+  EXPECT_EQ(View(key_.FindPrevString(&text)), TEXT("b1"));
+  EXPECT_EQ(View(key_.LastValue()), TEXT("f1"));
+  EXPECT_EQ(View(key_.PrevValue()), TEXT("e1"));
+  EXPECT_EQ(View(key_.ValueAt(0)), TEXT("a1"));
+  EXPECT_EQ(View(key_.NextValue()), TEXT("f1")) << "a look at one place is no step";
+  DWORD type = 1, size = 1;
+  EXPECT_EQ(key_.NextValue(nullptr, &type, &size), nullptr);
+  EXPECT_EQ(type + size, 0u);
+  EXPECT_EQ(View(key_.PrevValue()), TEXT("f1")) << "on from behind the end";
+  EXPECT_EQ(key_.ValueAt(-1), nullptr);
+
+  RegKey child;
+  for (const LPCWSTR name : {TEXT("k1"), TEXT("k2")}) child.Create(key_.handle(), name);
+  EXPECT_EQ(key_.SubKeyAt(0), nullptr) << "not known before a refresh";
+  EXPECT_EQ(View(key_.LastSubKey()), TEXT("k2"));
+  EXPECT_EQ(View(key_.PrevSubKey()), TEXT("k1"));
+  EXPECT_EQ(key_.PrevSubKey(), nullptr);
+  EXPECT_EQ(View(key_.NextSubKey()), TEXT("k1"));
+  EXPECT_TRUE(key_.SubKeyExists(TEXT("K2")));
+  EXPECT_FALSE(key_.SubKeyExists(TEXT("k3")));
+}
+
+TEST_F(RegKeyPortableTest, NamesOfEveryLengthAreRead) {
+  const WideString value(16383, 'v'), subKey(255, 'k');
+  EXPECT_TRUE(key_.SetSz(value.c_str(), TEXT("x")));
+  EXPECT_FALSE(key_.SetSz((value + TEXT("v")).c_str(), TEXT("x")));
+  RegKey child;
+  EXPECT_TRUE(child.Create(key_.handle(), subKey.c_str()));
+  EXPECT_EQ(View(key_.FirstValue()), value);
+  EXPECT_EQ(View(key_.FirstSubKey()), subKey);
+}
+
+TEST_F(RegKeyPortableTest, AFormattedPathHasAtMost259Characters) {
+  WideString path(kRoot);
+  path += TEXT("\\") + WideString(100, 'a') + TEXT("\\");
+  path.resize(259, 'b');
+  RegKey key;
+  EXPECT_TRUE(key.Create(HKEY_CURRENT_USER, TEXT("%s"), path.c_str()));
+  EXPECT_EQ(View(key.path()), path);
+  EXPECT_TRUE(
+      key.Open(HKEY_CURRENT_USER, TEXT("%s%s"), path.substr(0, 9).c_str(), path.c_str() + 9));
+  EXPECT_FALSE(key.Create(HKEY_CURRENT_USER, TEXT("%sb"), path.c_str()));
+  EXPECT_FALSE(key.IsOpen());
+  EXPECT_FALSE(key.Open(HKEY_CURRENT_USER, TEXT("%s\\"), path.c_str())) << "cut, it would exist";
+  // The literal forms know no such limit and no formats.
+  path += TEXT("%s");
+  EXPECT_TRUE(key.CreateKey(KEY_READ, HKEY_CURRENT_USER, path.c_str()));
+  EXPECT_EQ(View(key.path()), path);
+}
+
+TEST_F(RegKeyPortableTest, ClosingDeletesAsAsked) {
+  const WideString path = WideString(kRoot) + TEXT("\\a");
+  const struct {
+    Disposal disposal;
+    LPCWSTR content;  // null: empty
+    bool stays;
+  } kCases[] = {
+      {Disposal::kKeep, nullptr, true},           {Disposal::kDelete, TEXT("sub\\deep"), false},
+      {Disposal::kDeleteIfEmpty, nullptr, false}, {Disposal::kDeleteIfEmpty, TEXT("sub"), true},
+      {static_cast<Disposal>(3), nullptr, true},  {static_cast<Disposal>(-1), nullptr, true},
+  };
+  for (const auto& c : kCases) {
+    RegKey key, content;
+    ASSERT_TRUE(key.Create(HKEY_CURRENT_USER, TEXT("%s"), path.c_str()));
+    // Made behind the key's back, it counts all the same.
+    if (c.content != nullptr) content.Create(key.handle(), c.content);
+    key.Close(c.disposal);
+    EXPECT_FALSE(key.IsOpen());
+    EXPECT_EQ(Exists(path), c.stays) << &c - kCases;
+    EXPECT_EQ(key.path() != nullptr, c.stays);
+    key.Close(Disposal::kDelete);
+    EXPECT_EQ(Exists(path), c.stays) << "nothing is open";
+  }
+  RegKey key;
+  key.Open(HKEY_CURRENT_USER, TEXT("%s"), path.c_str());
+  key.SetDword(TEXT("v"), 1);
+  const HKEY taken = key.Detach();
+  key.Close(Disposal::kDelete);
+  ASSERT_TRUE(key.Attach(taken));
+  key.Close(Disposal::kDelete);
+  EXPECT_TRUE(Exists(path)) << "an attached key has no known place";
+  EXPECT_FALSE(key.Attach(reinterpret_cast<HKEY>(0x12345678)));
+  EXPECT_EQ(key.Detach(), nullptr);
+}
+
+TEST_F(RegKeyPortableTest, ValuesAreCopiedMovedAndRenamedWhole) {
+  RegKey target;
+  ASSERT_TRUE(target.Create(key_.handle(), TEXT("target")));
+  SetRaw(TEXT("odd"), REG_SZ, {'a', 0, 'b'});
+  SetRaw(TEXT("strange"), 77, {1, 2, 3, 4, 5});
+  EXPECT_TRUE(target.CopyValueFrom(key_, TEXT("odd")));
+  EXPECT_FALSE(target.CopyValueFrom(key_, TEXT("none")));
+  EXPECT_TRUE(target.MoveValueFrom(key_, TEXT("strange"), TEXT("unmoved")));
+  EXPECT_EQ(Content(target), TEXT("odd=3 unmoved=5 "));
+  EXPECT_EQ(target.GetValueType(TEXT("unmoved"), 0), 77u);
+  EXPECT_EQ(Content(key_), TEXT("odd=3 target "));
+  // A name of the key's own, which a larger buffer will replace.
+  const WideString longer(300, 'n');
+  EXPECT_TRUE(key_.RenameValue(key_.FirstValue(), longer.c_str()));
+  EXPECT_EQ(View(key_.FirstValue()), longer);
+  EXPECT_TRUE(key_.RenameValue(longer.c_str(), WideString(300, 'N').c_str()));
+  EXPECT_EQ(key_.valueCount(), 1u) << "the same name in other letters";
+  EXPECT_FALSE(key_.RenameValue(TEXT("none"), TEXT("x")));
+}
+
+TEST_F(RegKeyPortableTest, TreesAreCopiedAndRenamed) {
+  RegKey source, child, target;
+  ASSERT_TRUE(source.Create(key_.handle(), TEXT("source")));
+  ASSERT_TRUE(target.Create(key_.handle(), TEXT("target")));
+  EXPECT_EQ(target.CopyTree(source, Recurse::kYes), 1) << "an empty one counts as one";
+  source.SetDword(TEXT("a"), 1);
+  source.SetDword(TEXT("b"), 1);
+  EXPECT_EQ(target.CopyTree(source, Recurse::kYes), 2);
+  child.CreateKey(KEY_ALL_ACCESS, source.handle(), TEXT("50%s\\deep"));
+  child.SetSz(TEXT("c"), TEXT("x"));
+  source.Refresh();
+  EXPECT_EQ(target.CopyTree(source, Recurse::kNo), 2);
+  EXPECT_FALSE(target.SubKeyExists(TEXT("50%s")));
+  EXPECT_EQ(target.CopyTree(source, Recurse::kYes), 3);
+  EXPECT_EQ(Content(TEXT("target\\50%s\\deep")), TEXT("c=4 "));
+
+  for (const LPCWSTR name : {TEXT("SOURCE"), TEXT("source\\50%s"), TEXT("")})
+    EXPECT_FALSE(key_.RenameSubKey(TEXT("source"), name));
+  EXPECT_FALSE(key_.RenameSubKey(TEXT("source\\50%s"), TEXT("source")));
+  EXPECT_FALSE(key_.RenameSubKey(TEXT("none"), TEXT("target")));
+  EXPECT_EQ(Content(TEXT("source")), TEXT("a=4 b=4 50%s "));
+  EXPECT_EQ(Content(TEXT("target")), TEXT("a=4 b=4 50%s "));
+
+  target.SetDword(TEXT("z"), 1);
+  child.Create(key_.handle(), TEXT("source2"));
+  child.SetDword(TEXT("d"), 1);
+  EXPECT_TRUE(key_.RenameSubKey(TEXT("source2"), TEXT("target")));
+  EXPECT_EQ(Content(key_), TEXT("source target "));
+  EXPECT_EQ(Content(TEXT("target")), TEXT("d=4 "));
+  EXPECT_TRUE(MyDeleteKeyW(key_.handle(), TEXT("none\\none")));
+  EXPECT_TRUE(MyDeleteKeyA(key_.handle(), "source"));
+  EXPECT_FALSE(MyDeleteKeyA(key_.handle(), std::string(512, 't').c_str()));
+  EXPECT_EQ(Content(key_), TEXT("target "));
+}
+
+}  // namespace
+}  // namespace kv
