@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <vector>
 
+#include "bench/bench_machine.h"
 #include "platform/control/facts.h"
 #include "platform/control/faults.h"
-#include "platform/control/machine.h"
 #include "runtime/core/find_proc.h"
 #include "runtime/core/handles.h"
 #include "runtime/core/product.h"
@@ -19,12 +19,9 @@ constexpr WCHAR kModule[] = TEXT("C:\\Windows\\System32\\kvmon8.dll");
 constexpr WCHAR kOtherModule[] = TEXT("C:\\Other\\kvmon8.dll");
 
 // A fresh machine with the module in its system directory, for the life of the program.
-class BenchMachine {
+class PortMachine {
  public:
-  BenchMachine() {
-    directory_ = std::filesystem::temp_directory_path() /
-                 ("kvbench." + std::to_string(GetCurrentProcessId()));
-    platform::UseMachine(directory_);
+  PortMachine() {
     platform::SetFact(platform::facts::kArchitecture, "x64");
     platform::SetFact(platform::facts::kUserIsElevated, "1");
     const std::filesystem::path bin = std::filesystem::read_symlink("/proc/self/exe").parent_path();
@@ -35,13 +32,9 @@ class BenchMachine {
         std::filesystem::copy_file(bin / file, folder / file);
     }
   }
-  ~BenchMachine() {
-    platform::CloseMachine();
-    std::filesystem::remove_all(directory_);
-  }
 
  private:
-  std::filesystem::path directory_;
+  kv::bench::BenchMachine machine_;
 };
 
 const MONITOR& Operations(HMODULE module) {
@@ -125,7 +118,7 @@ BENCHMARK(AttachAndDetach);
 }  // namespace
 
 int main(int argc, char** argv) {
-  const BenchMachine machine;
+  const PortMachine machine;
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
   return 0;
