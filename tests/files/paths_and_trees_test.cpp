@@ -1,0 +1,285 @@
+// Paths, temporary names, single files, directory trees and their listings.
+#include <fstream>
+#include <set>
+
+#include "platform/control/message_boxes.h"
+#include "platform/control/profiles.h"
+#include "runtime/core/handles.h"
+#include "runtime/files/directories.h"
+#include "runtime/files/file_actions.h"
+#include "runtime/files/file_list.h"
+#include "runtime/files/paths.h"
+#include "runtime/files/temp_names.h"
+#include "runtime/text/text.h"
+#include "runtime/text/wide_text.h"
+#include "tests/support/failing_new.h"
+#include "tests/support/runtime_test.h"
+
+namespace kv::test {
+namespace {
+
+using WideString = std::basic_string<WCHAR>;
+
+class TreesTest : public RuntimeTest {
+ protected:
+  void SetUp() override {
+    RuntimeTest::SetUp();
+    std::filesystem::create_directories(platform::HostPath(TEXT("C:\\dir")));
+  }
+  static void Put(WideView path, std::string_view bytes = "x") {
+    const std::filesystem::path host = platform::HostPath(path);
+    std::filesystem::create_directories(host.parent_path());
+    std::ofstream(host, std::ios::binary | std::ios::trunc) << bytes;
+  }
+  static bool Exists(WideView path) { return std::filesystem::exists(platform::HostPath(path)); }
+  // The text of the last box, which the test expected.
+  static WideView LastBox() {
+    static WideString text;
+    text = platform::ShownBoxes().empty() ? WideString() : platform::ShownBoxes().back().text;
+    return text;
+  }
+};
+
+TEST_F(TreesTest, PathsAreTakenApartAndPutTogether) {
+  WCHAR out[MAX_PATH];
+  const auto join = [&](LPCWSTR directory, LPCWSTR name) {
+    EXPECT_TRUE(PathJoin(directory, name, out, MAX_PATH));
+    return WideView(out);
+  };
+  EXPECT_EQ(join(TEXT("X:\\dir"), TEXT("x.txt")), TEXT("X:\\dir\\x.txt"));
+  EXPECT_EQ(join(TEXT("X:\\dir\\"), TEXT("x.txt")), TEXT("X:\\dir\\x.txt"));
+  EXPECT_EQ(join(TEXT("X:\\dir"), TEXT("Y:\\y")), TEXT("Y:\\y"));
+  EXPECT_EQ(join(TEXT("X:\\dir"), TEXT("\\\\server\\y")), TEXT("\\\\server\\y"));
+  EXPECT_FALSE(PathJoin(TEXT("X:\\dir"), TEXT("abc"), out, 10));
+  EXPECT_EQ(WideView(out), TEXT("X:\\dir\\ab"));
+  EXPECT_EQ(WideView(FindExtension(TEXT("a.b\\c"))), TEXT(""));
+  EXPECT_EQ(WideView(FindExtension(TEXT("a.b.c"))), TEXT(".c"));
+  EXPECT_EQ(FindExtension(TEXT("")), nullptr);
+  EXPECT_EQ(GetBaseName(TEXT("a.b\\name.x.y"), out), 6);
+  EXPECT_EQ(WideView(out), TEXT("name.x"));
+  const struct {
+    LPCWSTR path, extension;
+    OldExtension old;
+    LPCWSTR expected;
+  } kChanges[] = {{TEXT("a.txt"), TEXT("doc"), OldExtension::kLeave, TEXT("a.txt")},
+                  {TEXT("a.txt"), TEXT("doc"), OldExtension::kReplace, TEXT("a.doc")},
+                  {TEXT("a.txt"), TEXT(".doc"), OldExtension::kKeep, TEXT("a.txt.doc")},
+                  {TEXT("a"), TEXT("doc"), OldExtension::kLeave, TEXT("a.doc")}};
+  for (const auto& c : kChanges) {
+    CopyStringW(out, c.path);
+    EXPECT_TRUE(ChangeExtension(out, MAX_PATH, c.extension, c.old));
+    EXPECT_EQ(WideView(out), c.expected);
+  }
+  CopyStringW(out, TEXT("a"));
+  EXPECT_FALSE(ChangeExtension(out, 5, TEXT("doc"), OldExtension::kKeep));
+  EXPECT_EQ(WideView(out), TEXT("a")) << "nothing is changed when it does not fit";
+  EXPECT_EQ(WideView(StripLongPathPrefix(TEXT("\\\\?\\unc\\s\\x"))), TEXT("s\\x"));
+  EXPECT_EQ(WideView(StripLongPathPrefix(TEXT("!\\??\\C:\\x"))), TEXT("C:\\x"));
+  EXPECT_EQ(WideView(StripLongPathPrefix(TEXT("\\??\\C:\\x"))), TEXT("C:\\x"));
+  EXPECT_TRUE(IsTmpFile(TEXT("x.TMP")));
+  EXPECT_FALSE(IsTmpFile(TEXT(".tmp")));
+  Put(TEXT("C:\\dir\\file"));
+  const struct {
+    LPCWSTR path, expected;
+  } kDirectories[] = {{TEXT("C:\\dir"), TEXT("C:\\dir")},
+                      {TEXT("C:\\dir\\file"), TEXT("C:\\dir")},
+                      {TEXT("C:\\missing"), TEXT("C:\\")},
+                      {TEXT("C:\\dir\\"), TEXT("C:\\dir\\")}};
+  for (const auto& c : kDirectories) {
+    GetDirectory(c.path, out);
+    EXPECT_EQ(WideView(out), c.expected);
+  }
+}
+
+TEST_F(TreesTest, NewNamesAreFree) {
+  WCHAR first[MAX_PATH], second[MAX_PATH];
+  for (const LPCWSTR extension : {TEXT("bat"), TEXT(".bat"), TEXT(".tmp"), TEXT("")}) {
+    ASSERT_TRUE(MakeTempNameWithExt(TEXT("C:\\dir"), extension, first));
+    ASSERT_TRUE(MakeTempNameWithExt(TEXT("C:\\dir"), extension, second));
+    EXPECT_NE(WideView(first), WideView(second));
+    EXPECT_TRUE(WideView(GetFileName(first)).starts_with(TEXT("~KV")));
+    EXPECT_TRUE(FileExists(first, Report::kNo));
+  }
+  CFileList list;
+  EXPECT_EQ(list.Scan(TEXT("C:\\dir"), TRUE, TRUE), 8) << "no temporary file is left over";
+  for (uint64_t n = 1;; ++n) {
+    platform::ResetFaults();
+    platform::FailAnyCall(n);
+    if (MakeTempNameWithExt(TEXT("C:\\dir"), TEXT("bat"), first)) {
+      platform::FailAnyCall(0);
+      RemoveFile(first, Quiet::kYes);
+    }
+    const bool hit = platform::InjectedFailures() != 0;
+    platform::FailAnyCall(0);
+    EXPECT_EQ(list.Scan(TEXT("C:\\dir"), TRUE, TRUE), 8) << platform::LastInjectedFunction();
+    if (!hit) break;
+  }
+  Put(TEXT("C:\\dir\\report.txt"));
+  Put(TEXT("C:\\dir\\report_1.txt"));
+  CopyStringW(first, TEXT("C:\\dir\\report.txt"));
+  MakeUniqueFileName(first, MAX_PATH);
+  EXPECT_EQ(WideView(first), TEXT("C:\\dir\\report_2.txt"));
+  CopyStringW(first, TEXT("C:\\dir\\report.txt"));
+  MakeUniqueFileName(first, 19);
+  EXPECT_EQ(WideView(first), TEXT("C:\\dir\\repor_1.txt")) << "the base name makes room";
+}
+
+TEST_F(TreesTest, SingleFilesAreCopiedAndDeletedWithTheirReports) {
+  Put(TEXT("C:\\dir\\a"), "one");
+  Put(TEXT("C:\\dir\\b"), "two");
+  EXPECT_TRUE(CopyFileTo(TEXT("C:\\dir\\a"), TEXT("C:\\dir\\b"), Overwrite::kNo, Quiet::kNo));
+  EXPECT_EQ(GetFileSizeByName(TEXT("C:\\dir\\b")), 3u);
+  SetFileAttributesW(TEXT("C:\\dir\\b"), FILE_ATTRIBUTE_READONLY);
+  EXPECT_TRUE(CopyFileTo(TEXT("C:\\dir\\a"), TEXT("C:\\dir\\b"), Overwrite::kYes, Quiet::kNo))
+      << "read-only too";
+  platform::AnswerNextBox(IDOK);
+  EXPECT_FALSE(CopyFileTo(TEXT("C:\\dir\\none"), TEXT("C:\\dir\\c"), Overwrite::kYes, Quiet::kNo));
+  EXPECT_EQ(LastBox(), TEXT("The file \"none\" could not be copied to \"C:\\dir\\c\"."));
+  EXPECT_FALSE(CopyFileTo(TEXT("C:\\dir\\none"), TEXT("C:\\dir\\c"), Overwrite::kYes, Quiet::kYes));
+  platform::AnswerNextBox(IDOK);
+  EXPECT_FALSE(FileExists(TEXT("C:\\dir"), Report::kYes)) << "a directory";
+  EXPECT_EQ(LastBox(), TEXT("The file \"C:\\dir\" could not be found."));
+  EXPECT_TRUE(CopyFileToDir(TEXT("C:\\dir"), TEXT("a"), TEXT("C:\\dir"), TEXT("new"),
+                            Overwrite::kNo, Quiet::kNo));
+  EXPECT_FALSE(CopyFileToDir(TEXT("C:\\dir"), TEXT("a"), TEXT("C:\\none"), nullptr, Overwrite::kNo,
+                             Quiet::kNo));
+  {
+    const UniqueFile open(
+        CreateFileW(TEXT("C:\\dir\\a"), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    EXPECT_FALSE(CanWriteFile(TEXT("C:\\dir\\a")));
+    platform::AnswerNextBox(IDOK);
+    EXPECT_FALSE(RemoveFile(TEXT("C:\\dir\\a"), Quiet::kNo));
+    EXPECT_EQ(LastBox(), TEXT("The file \"C:\\dir\\a\" could not be deleted."));
+  }
+  EXPECT_TRUE(RemoveFile(TEXT("C:\\dir\\a"), Quiet::kNo));
+  EXPECT_TRUE(RemoveFile(TEXT("C:\\dir\\a"), Quiet::kNo)) << "gone already";
+  EXPECT_TRUE(RemoveFile(TEXT("C:\\none\\a"), Quiet::kNo));
+  EXPECT_TRUE(CanWriteFile(TEXT("C:\\dir\\a")));
+  ULONGLONG size = 7;
+  platform::AnswerNextBox(IDOK);
+  EXPECT_FALSE(GetFileSizeChecked(TEXT("C:\\dir\\a"), size));
+  EXPECT_EQ(size, 0u);
+}
+
+TEST_F(TreesTest, TreesAreMadeCopiedAndDeleted) {
+  EXPECT_TRUE(CreateDirectoryTree(TEXT("%SystemRoot%\\one\\two"), Expand::kYes, Quiet::kNo));
+  EXPECT_TRUE(DirectoryExists(TEXT("C:\\Windows\\one\\two")));
+  EXPECT_FALSE(CreateDirectoryTree(TEXT("\\\\server"), Expand::kNo, Quiet::kNo));
+  Put(TEXT("C:\\dir\\in the way"));
+  platform::AnswerNextBox(IDOK);
+  EXPECT_FALSE(CreateDirectoryTree(TEXT("C:\\dir\\in the way\\deep"), Expand::kNo, Quiet::kNo));
+  Put(TEXT("C:\\tree\\a"), "1");
+  Put(TEXT("C:\\tree\\sub\\b \u00E4\U0001F600.txt"), "22");
+  Put(TEXT("C:\\tree\\sub\\deep\\c"), "333");
+  std::filesystem::create_directories(platform::HostPath(TEXT("C:\\copy")));
+  EXPECT_TRUE(IsDirectoryEmpty(TEXT("C:\\copy")));
+  EXPECT_EQ(CopyDirectory(TEXT("C:\\tree"), TEXT("C:\\copy"), Recurse::kNo), 1);
+  EXPECT_FALSE(IsDirectoryEmpty(TEXT("C:\\copy")));
+  EXPECT_FALSE(IsDirectoryEmpty(TEXT("C:\\none")));
+  EXPECT_EQ(CopyDirectory(TEXT("C:\\tree\\*.*"), TEXT("C:\\copy"), Recurse::kYes), 3);
+  EXPECT_EQ(GetFileSizeByName(TEXT("C:\\copy\\sub\\deep\\c")), 3u);
+  EXPECT_EQ(CopyDirectory(TEXT("C:\\tree\\*.none"), TEXT("C:\\copy"), Recurse::kYes), -1);
+  EXPECT_TRUE(DeleteTree(TEXT("C:\\copy"), FilesOnly::kYes, Quiet::kNo));
+  EXPECT_FALSE(Exists(TEXT("C:\\copy\\a")));
+  EXPECT_TRUE(Exists(TEXT("C:\\copy\\sub\\deep\\c")));
+  {
+    const UniqueFile open(
+        CreateFileW(TEXT("C:\\tree\\a"), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    EXPECT_FALSE(DeleteTree(TEXT("C:\\tree"), FilesOnly::kNo, Quiet::kYes));
+    EXPECT_TRUE(Exists(TEXT("C:\\tree\\a")));
+    EXPECT_FALSE(Exists(TEXT("C:\\tree\\sub"))) << "quietly, the rest goes";
+  }
+  EXPECT_TRUE(DeleteTree(TEXT("C:\\copy"), FilesOnly::kNo, Quiet::kNo));
+  EXPECT_FALSE(Exists(TEXT("C:\\copy")));
+  Put(TEXT("C:\\tree\\sub\\x"));
+  EXPECT_TRUE(ResetSecurityTree(TEXT("C:\\tree")));
+  ASSERT_TRUE(platform::UseProfile("windows-98"));
+  Restart();
+  EXPECT_FALSE(ResetSecurityTree(TEXT("C:\\tree")));
+}
+
+// A failed copy changes no source, a failed deletion leaks nothing.
+TEST_F(TreesTest, TreesUnderEveryFailure) {
+  startupContext.silent = 1;
+  for (uint64_t n = 1;; ++n) {
+    platform::ResetFaults();
+    Put(TEXT("C:\\tree\\a"), "1");
+    Put(TEXT("C:\\tree\\sub\\b"), "22");
+    std::filesystem::create_directories(platform::HostPath(TEXT("C:\\copy")));
+    const platform::ResourceCounts before = platform::LiveResources();
+    platform::FailAnyCall(n);
+    const int copied = CopyDirectory(TEXT("C:\\tree"), TEXT("C:\\copy"), Recurse::kYes);
+    EXPECT_EQ(std::filesystem::file_size(platform::HostPath(TEXT("C:\\tree\\sub\\b"))), 2u);
+    const BOOL deleted = DeleteTree(TEXT("C:\\copy"), FilesOnly::kNo, Quiet::kYes);
+    EXPECT_EQ(platform::DescribeDifference(before, platform::LiveResources()), "");
+    if (platform::InjectedFailures() == 0) {
+      EXPECT_EQ(copied, 2);
+      EXPECT_TRUE(deleted);
+      break;
+    }
+  }
+  platform::ResetFaults();
+  for (uint64_t n = 1;; ++n) {
+    Put(TEXT("C:\\tree\\a"), "1");
+    FailAllocation(n);
+    const BOOL deleted = DeleteTree(TEXT("C:\\tree"), FilesOnly::kNo, Quiet::kYes);
+    const bool failed = AllocationFailed();
+    FailAllocation(0);
+    EXPECT_EQ(deleted, !failed);
+    if (!failed) break;
+  }
+}
+
+TEST_F(TreesTest, ListsAreSortedJoinedCopiedAndPruned) {
+  CFileList list;
+  EXPECT_EQ(list.Scan(TEXT("C:\\dir"), TRUE, TRUE), 0);
+  for (int i = 0; i < 8; ++i)
+    Put(WideString(TEXT("C:\\dir\\f")) + WCHAR('0' + i), std::string(i * 10 % 70, 'x'));
+  Put(TEXT("C:\\dir\\sub\\g"));
+  EXPECT_EQ(list.Scan(TEXT("C:\\dir"), TRUE, FALSE), 8);
+  EXPECT_EQ(WideView(list.directory()), TEXT("C:\\dir\\"));
+  list.Sort(CFileList::kBySize, TRUE);
+  for (int i = 1; i < 8; ++i)
+    EXPECT_LE(list.GetEntry(i - 1)->nFileSizeLow, list.GetEntry(i)->nFileSizeLow);
+  list.Sort(CFileList::kByName, FALSE);
+  EXPECT_EQ(WideView(list.GetPath(0)), TEXT("C:\\dir\\f7"));
+  EXPECT_EQ(list.GetPath(8), nullptr);
+  EXPECT_EQ(list.TotalSize(), 10u * (1 + 2 + 3 + 4 + 5 + 6));
+  EXPECT_EQ(list.RemoveByName(TEXT("c:\\x\\F7")), 7);
+  EXPECT_EQ(list.Add(TEXT("C:\\dir\\*"), TRUE, TRUE), 9) << "f7 and sub";
+  EXPECT_EQ(list.Add(TEXT("C:\\dir\\sub\\*"), TRUE, TRUE), 9) << "another directory";
+  EXPECT_EQ(list.Scan(TEXT("C:\\dir\\f?"), TRUE, FALSE), 8);
+  std::filesystem::create_directories(platform::HostPath(TEXT("C:\\to")));
+  EXPECT_EQ(list.CopyTo(TEXT("C:\\to"), CopyMode::kAlways), 8);
+  EXPECT_EQ(list.CopyTo(TEXT("C:\\to"), CopyMode::kSkipExisting), 0);
+  Put(TEXT("C:\\to\\f3"), "changed");
+  EXPECT_EQ(list.CopyTo(TEXT("C:\\to"), CopyMode::kSkipEqual), 1);
+  EXPECT_EQ(GetFilesSize(TEXT("C:\\to\\*")), 210u);
+  for (int i = 0; i < 8; ++i) {
+    const auto path = platform::HostPath(WideString(TEXT("C:\\dir\\f")) + WCHAR('0' + i));
+    std::filesystem::last_write_time(
+        path, std::filesystem::file_time_type::clock::now() - std::chrono::hours(100 - i));
+  }
+  EXPECT_TRUE(PruneOldFiles(TEXT("C:\\dir\\f*"), 7, 1, TEXT("c:\\DIR\\f0")));
+  EXPECT_TRUE(Exists(TEXT("C:\\dir\\f0")));
+  EXPECT_FALSE(Exists(TEXT("C:\\dir\\f1")));
+  EXPECT_TRUE(PruneOldFiles(TEXT("C:\\dir\\f*"), 5, -1, nullptr));
+  EXPECT_EQ(list.Scan(TEXT("C:\\dir\\f*"), TRUE, FALSE), 5);
+  EXPECT_TRUE(Exists(TEXT("C:\\dir\\f3")));
+  EXPECT_EQ(list.MoveTo(TEXT("C:\\to")), 10);
+  EXPECT_EQ(list.count(), 0);
+}
+
+TEST_F(TreesTest, ManyFiles) {
+  std::filesystem::create_directories(platform::HostPath(TEXT("C:\\many")));
+  for (int i = 0; i < 10000; ++i)
+    std::ofstream(platform::HostPath(TEXT("C:\\many")) / std::to_string(i));
+  CFileList list, other;
+  EXPECT_EQ(list.Scan(TEXT("C:\\many\\*5"), TRUE, FALSE), 1000);
+  EXPECT_EQ(list.Add(TEXT("C:\\many"), TRUE, FALSE), 10000);
+  EXPECT_TRUE(DeleteTree(TEXT("C:\\many"), FilesOnly::kNo, Quiet::kNo));
+  EXPECT_FALSE(Exists(TEXT("C:\\many")));
+}
+
+}  // namespace
+}  // namespace kv::test
