@@ -14,7 +14,7 @@ namespace {
 constexpr size_t kLongestDirectory = MAX_PATH - 12;
 
 DWORD CreateHostDirectory(WideView path) {
-  if (!path.starts_with(TEXT("\\\\?\\")) && path.size() >= kLongestDirectory) {
+  if (!path.starts_with(kVerbatimPrefix) && path.size() >= kLongestDirectory) {
     return ERROR_FILENAME_EXCED_RANGE;
   }
   const ResolvedPath resolved = ResolvePath(path);

@@ -79,7 +79,8 @@ DWORD FindPlainName(WideView path, std::unique_ptr<Search>& search) {
 }
 
 DWORD FindPattern(WideView directory, WideView pattern, std::unique_ptr<Search>& search) {
-  if (NamePattern::HasWildcards(directory)) return ERROR_INVALID_NAME;
+  const size_t prefix = directory.starts_with(kVerbatimPrefix) ? kVerbatimPrefix.size() : 0;
+  if (NamePattern::HasWildcards(directory.substr(prefix))) return ERROR_INVALID_NAME;
   const ResolvedPath resolved = ResolvePath(directory);
   if (!resolved.Exists()) {
     return resolved.error == ERROR_FILE_NOT_FOUND ? ERROR_PATH_NOT_FOUND : resolved.error;
@@ -103,7 +104,10 @@ DWORD Find(WideView path, std::unique_ptr<Search>& search) {
   if (path.back() == '\\' || path.back() == '/') return ERROR_FILE_NOT_FOUND;
   const WideView pattern = BaseName(path);
   if (!NamePattern::HasWildcards(pattern)) return FindPlainName(path, search);
-  const WideView directory = path.substr(0, path.size() - pattern.size());
+  WideView directory = path.substr(0, path.size() - pattern.size());
+  // Without its backslash, unless that makes it a root.
+  const bool is_root = directory.size() == 1 || directory.ends_with(TEXT(":\\"));
+  if (directory.size() > 1 && !is_root && directory.back() != ':') directory.remove_suffix(1);
   return FindPattern(directory.empty() ? TEXT(".") : directory, pattern, search);
 }
 

@@ -14,7 +14,6 @@
 namespace platform {
 namespace {
 
-constexpr WideView kVerbatimPrefix = TEXT("\\\\?\\");
 constexpr WideView kReservedNames[] = {TEXT("CON"), TEXT("PRN"), TEXT("AUX"), TEXT("NUL")};
 constexpr size_t kLongestComponent = 255;
 

@@ -13,6 +13,9 @@
 
 namespace platform {
 
+// Before a path that is taken as it is.
+inline constexpr WideView kVerbatimPrefix = TEXT("\\\\?\\");
+
 // Where a path leads.
 struct ResolvedPath {
   // ERROR_SUCCESS when it exists; ERROR_FILE_NOT_FOUND when only its last component is missing;

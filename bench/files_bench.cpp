@@ -1,0 +1,124 @@
+// How fast files are written, encoded, copied and compared.
+#include <benchmark/benchmark.h>
+
+#include <memory>
+#include <vector>
+
+#include "bench/bench_machine.h"
+#include "runtime/files/compare_files.h"
+#include "runtime/files/mapped_file.h"
+#include "runtime/files/whole_files.h"
+
+namespace kv::bench {
+namespace {
+
+constexpr WCHAR kFile[] = TEXT("C:\\bench.bin");
+constexpr WCHAR kOther[] = TEXT("C:\\other.bin");
+constexpr size_t kLarge = 64 << 20;
+
+std::vector<BYTE> MixedBytes(size_t size) {
+  std::vector<BYTE> bytes(size);
+  DWORD state = 1;
+  for (BYTE& byte : bytes) byte = static_cast<BYTE>((state = state * 1664525 + 1013904223) >> 24);
+  return bytes;
+}
+
+void WriteSmall(benchmark::State& state) {
+  File file(kFile, File::kCreate);
+  for (auto _ : state) {
+    file.WriteDword(0x12345678);
+    if (state.iterations() % 65536 == 0) file.Seek(0, FILE_BEGIN);
+  }
+}
+BENCHMARK(WriteSmall);
+
+// A line of a page description, then one that outgrows the buffer on the stack.
+void WriteFormatted(benchmark::State& state) {
+  File file(kFile, File::kCreate);
+  const std::string filler(state.range(0), 'x');
+  for (auto _ : state) {
+    file.printf("%d %d moveto (%s) show\n", 100, 200, filler.c_str());
+    file.Seek(0, FILE_BEGIN);
+  }
+}
+BENCHMARK(WriteFormatted)->Arg(20)->Arg(1000);
+
+void WriteFormattedWide(benchmark::State& state) {
+  File file(kFile, File::kCreate);
+  for (auto _ : state) {
+    file.printf(TEXT("%d %d moveto (%s) show\n"), 100, 200, TEXT("a line of text"));
+    file.Seek(0, FILE_BEGIN);
+  }
+}
+BENCHMARK(WriteFormattedWide);
+
+void EncodeAscii85(benchmark::State& state) {
+  // To the null device: what is measured is the encoding.
+  File file(TEXT("NUL"), File::kForWriting);
+  const std::vector<BYTE> bytes = MixedBytes(1 << 20);
+  for (auto _ : state) file.WriteAscii85(bytes.data(), static_cast<DWORD>(bytes.size()), 75);
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * bytes.size()));
+}
+BENCHMARK(EncodeAscii85);
+
+class LargeFiles {
+ public:
+  LargeFiles() {
+    const std::vector<BYTE> bytes = MixedBytes(kLarge);
+    WriteEntireFile(kFile, bytes.data(), static_cast<DWORD>(kLarge));
+    WriteEntireFile(kOther, bytes.data(), static_cast<DWORD>(kLarge));
+  }
+  ~LargeFiles() {
+    DeleteFileW(kFile);
+    DeleteFileW(kOther);
+  }
+};
+
+void CompareLargeFiles(benchmark::State& state) {
+  const LargeFiles files;
+  for (auto _ : state) {
+    if (CompareFiles(kFile, kOther, CompareContents::kYes) != 1) state.SkipWithError("differ");
+  }
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * kLarge));
+}
+BENCHMARK(CompareLargeFiles)->Unit(benchmark::kMillisecond);
+
+// What comparing the same bytes in memory costs.
+void CompareMemory(benchmark::State& state) {
+  const std::vector<BYTE> a = MixedBytes(kLarge), b = a;
+  for (auto _ : state) benchmark::DoNotOptimize(a == b);
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * kLarge));
+}
+BENCHMARK(CompareMemory)->Unit(benchmark::kMillisecond);
+
+void AppendLargeFile(benchmark::State& state) {
+  const LargeFiles files;
+  for (auto _ : state) {
+    File target(kOther, File::kCreate);
+    target.AppendFile(kFile);
+  }
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * kLarge));
+}
+BENCHMARK(AppendLargeFile)->Unit(benchmark::kMillisecond);
+
+void ReplaceText(benchmark::State& state) {
+  const std::string text = [] {
+    std::string lines;
+    for (int i = 0; i < 200; ++i) lines += "a line of text with a word to replace in it\n";
+    return lines;
+  }();
+  for (auto _ : state) {
+    WriteEntireFile(kFile, text.data(), static_cast<DWORD>(text.size()));
+    CMappedFile::ReplaceInFile(kFile, "word", "longer word", CMappedFile::Occurrences::kAll);
+  }
+}
+BENCHMARK(ReplaceText);
+
+}  // namespace
+}  // namespace kv::bench
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  const kv::bench::BenchMachine machine;
+  benchmark::RunSpecifiedBenchmarks();
+}

@@ -1,0 +1,329 @@
+// What File reports, tries again and leaves behind.
+#include "runtime/files/file.h"
+
+#include <fstream>
+#include <functional>
+#include <vector>
+
+#include "resources/string_ids.h"
+#include "runtime/core/error_text.h"
+#include "runtime/core/messages.h"
+#include "runtime/files/mapped_file.h"
+#include "runtime/files/whole_files.h"
+#include "tests/support/failing_new.h"
+#include "tests/support/peer.h"
+#include "tests/support/runtime_test.h"
+
+namespace kv::test {
+namespace {
+
+using WideString = std::basic_string<WCHAR>;
+
+constexpr WCHAR kPath[] = TEXT("C:\\Dir\\file.txt");
+std::vector<WideString> boxes;
+
+class FileTest : public RuntimeTest {
+ protected:
+  void SetUp() override {
+    RuntimeTest::SetUp();
+    std::filesystem::create_directories(platform::HostPath(kPath).parent_path());
+    boxes.clear();
+    SetMessageSink([](LPCWSTR text, LPCWSTR, UINT) {
+      const platform::OutsideTest recording;
+      boxes.emplace_back(text);
+      return IDOK;
+    });
+  }
+  void TearDown() override {
+    FailAllocation(0);
+    SetMessageSink(nullptr);
+    RuntimeTest::TearDown();
+  }
+  static void SetContent(std::string_view content) {
+    std::ofstream(platform::HostPath(kPath)) << content;
+  }
+  // The string with the file's name (or a call's, or a text) and the system's words for the error.
+  static WideString Box(UINT number, LPCWSTR name, DWORD error = ERROR_SUCCESS) {
+    const platform::OutsideTest composing;
+    WCHAR suffix[kErrorTextCapacity] = {}, text[1024] = {};
+    GetErrorSuffix(error, suffix, kErrorTextCapacity);
+    LoadResourceString(text, 1024, number, name, static_cast<LPCWSTR>(suffix));
+    return text;
+  }
+};
+
+TEST_F(FileTest, EveryFailedCallIsReportedWithItsReason) {
+  const struct {
+    const char* function;
+    DWORD error;
+    std::function<BOOL(File&)> act;
+    UINT number;
+    LPCWSTR name;
+  } cases[] = {
+      {"WriteFile", ERROR_DISK_FULL, [](File& f) { return f.WriteByte(1); }, IDS_WRITE_FAILED,
+       kPath},
+      {"WriteFile", ERROR_DISK_FULL, [](File& f) { return f.WriteAscii85("a", 1, 0); },
+       IDS_WRITE_FAILED, kPath},
+      {"ReadFile", ERROR_READ_FAULT,
+       [](File& f) {
+         BYTE byte;
+         return f.Read(&byte, 1);
+       },
+       IDS_READ_FAILED, kPath},
+      {"SetFilePointer", ERROR_SEEK,
+       [](File& f) {
+         DWORD position;
+         return f.Tell(&position);
+       },
+       IDS_SEEK_FAILED, kPath},
+      {"SetFilePointer", ERROR_SEEK, [](File& f) { return f.Seek(1, FILE_BEGIN); }, IDS_SEEK_FAILED,
+       kPath},
+      {"SetFilePointer", ERROR_SEEK, [](File& f) { return f.Empty(); }, IDS_SEEK_FAILED, kPath},
+      {"SetFilePointer", ERROR_SEEK, [](File& f) { return f.NewLine(File::Trim::kYes); },
+       IDS_SEEK_FAILED, kPath},
+      {"GetFileSize", ERROR_GEN_FAILURE,
+       [](File& f) {
+         DWORD size;
+         return f.GetSize(&size);
+       },
+       IDS_SEEK_FAILED, kPath},
+      {"SetEndOfFile", ERROR_ACCESS_DENIED, [](File& f) { return f.SetEnd(); }, IDS_CALL_FAILED,
+       TEXT("SetEndOfFile")},
+      {"GetFileSize", ERROR_GEN_FAILURE,
+       [](File& f) { return f.AppendFromHandle(f.handle(), 0, 1); }, IDS_CALL_FAILED,
+       TEXT("GetFileSize")},
+      {"SetFilePointer", ERROR_SEEK, [](File& f) { return f.AppendFromHandle(f.handle(), 0, 1); },
+       IDS_CALL_FAILED, TEXT("SetFilePointer")},
+      {"ReadFile", ERROR_READ_FAULT, [](File& f) { return f.AppendFromHandle(f.handle(), 0, 1); },
+       IDS_CALL_FAILED, TEXT("ReadFile")},
+      {"CreateFileW", ERROR_ACCESS_DENIED, [](File& f) { return f.OpenRead(kPath); },
+       IDS_FILE_NOT_OPENED, kPath},
+      {"CreateFileW", ERROR_ACCESS_DENIED, [](File& f) { return f.OpenWrite(kPath); },
+       IDS_FILE_NOT_OPENED, kPath},
+      {"CreateFileW", ERROR_ACCESS_DENIED, [](File& f) { return f.Create(kPath, Quiet::kNo); },
+       IDS_FILE_NOT_CREATED, kPath},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(&c - cases);
+    SetContent("abc");
+    File file(kPath, File::kForWriting);
+    const HANDLE handle = file.handle();
+    boxes.clear();
+    platform::FailCall(c.function, 1, c.error);
+    EXPECT_FALSE(c.act(file));
+    ASSERT_EQ(boxes.size(), 1u);
+    EXPECT_EQ(boxes[0], Box(c.number, c.name, c.error));
+    EXPECT_EQ(file.handle(), handle) << "a failure leaves the handle";
+    platform::ResetFaults();
+  }
+}
+
+TEST_F(FileTest, FilesThatCannotBeOpenedKeepTheName) {
+  SetContent("abc");
+  File file(kPath, File::kForReading);
+  const LPCWSTR kMissing = TEXT("C:\\Dir\\missing");
+  EXPECT_FALSE(file.OpenRead(kMissing));
+  EXPECT_EQ(boxes.back(), Box(IDS_FILE_NOT_OPENED, kMissing, ERROR_FILE_NOT_FOUND));
+  EXPECT_EQ(WideView(file.name()), kPath);
+  EXPECT_EQ(NewFile(kMissing, File::kForReading), nullptr);
+  EXPECT_EQ(boxes.size(), 2u);
+  EXPECT_FALSE(file.OpenRead(TEXT("")) || file.OpenRead(nullptr));
+  EXPECT_FALSE(file.Create(TEXT("C:\\Dir\\a*b"), Quiet::kYes));
+  EXPECT_EQ(boxes.size(), 2u) << "quiet";
+}
+
+TEST_F(FileTest, CreationMakesTheDirectoriesOnTheWay) {
+  File file;
+  EXPECT_TRUE(file.Create(TEXT("C:\\a\\b\\c.txt"), Quiet::kNo));
+  EXPECT_EQ(platform::CallCount("CreateFileW"), 2u);
+  file.Close();
+  boxes.clear();
+  platform::FailCall("CreateDirectoryW", 1, ERROR_ACCESS_DENIED, 100);
+  EXPECT_FALSE(file.Create(TEXT("C:\\x\\y\\z.txt"), Quiet::kYes));
+  EXPECT_TRUE(boxes.empty());
+  EXPECT_FALSE(file.Create(TEXT("C:\\x\\y\\z.txt"), Quiet::kNo));
+  ASSERT_EQ(boxes.size(), 1u) << "only the directory is reported";
+  EXPECT_EQ(boxes[0], Box(IDS_DIRECTORY_NOT_CREATED, TEXT("C:\\x")));
+  EXPECT_FALSE(file.Create(TEXT("none.txt\\"), Quiet::kYes)) << "no name behind the directory";
+}
+
+TEST_F(FileTest, FilesWithoutANameAreTemporary) {
+  File created, written;
+  EXPECT_TRUE(created.Create(nullptr, Quiet::kNo) && written.OpenWrite(TEXT("")));
+  EXPECT_NE(WideView(created.name()), WideView(written.name()));
+  EXPECT_NE(WideView(created.name()).find(TEXT("\\Temp\\~KV")), WideView::npos);
+  EXPECT_TRUE(WideView(created.name()).ends_with(TEXT(".tmp")));
+  EXPECT_TRUE(created.CloseAndDelete(Quiet::kNo) && written.CloseAndDelete(Quiet::kNo));
+}
+
+TEST_F(FileTest, ReadsAlongWithAWriterOfAnotherProcess) {
+  File writer(kPath, File::kCreate);
+  ASSERT_TRUE(writer.WriteStringA("abc"));
+  EXPECT_EQ(RunPeer(directory(),
+                    [] {
+                      File reader;
+                      CHAR text[4] = {};
+                      platform::ResetFaults();
+                      const bool read = reader.OpenRead(kPath) && reader.Read(text, 3);
+                      if (!read || std::string_view(text) != "abc") return 1;
+                      return platform::CallCount("CreateFileW") == 2 ? 0 : 2;
+                    }),
+            0);
+  // A second writer is kept out, and so is a deletion.
+  File second;
+  EXPECT_FALSE(second.OpenWrite(kPath));
+  EXPECT_EQ(boxes.back(), Box(IDS_FILE_NOT_OPENED, kPath, ERROR_SHARING_VIOLATION));
+  File name_only(kPath, File::kForReading);
+  EXPECT_FALSE(name_only.CloseAndDelete(Quiet::kYes));
+  EXPECT_EQ(boxes.size(), 1u);
+  EXPECT_FALSE(name_only.CloseAndDelete(Quiet::kNo));
+  EXPECT_EQ(boxes.size(), 2u);
+}
+
+TEST_F(FileTest, FormattedTextsOutsideTheLimitsAreReported) {
+  File file(kPath, File::kCreate);
+  const WideString wide(102401, 'x');
+  const std::string narrow(204801, 'x');
+  const struct {
+    std::function<BOOL()> print;
+    LPCWSTR routine;
+  } cases[] = {
+      {[&] { return file.printf("%s", narrow.c_str()); }, TEXT("File::printfV")},
+      {[&] { return file.printf(TEXT("%s"), wide.c_str()); }, TEXT("File::printfV")},
+      {[&] { return file.printfW(TEXT("%s"), wide.c_str()); }, TEXT("File::printfW")},
+      {[&] { return file.printf("%s", ""); }, TEXT("File::printfV")},
+      {[&] { return file.printfW(TEXT("%s"), TEXT("")); }, TEXT("File::printfW")},
+  };
+  for (const auto& c : cases) {
+    boxes.clear();
+    EXPECT_FALSE(c.print());
+    ASSERT_EQ(boxes.size(), 1u) << "case " << (&c - cases);
+    EXPECT_EQ(boxes[0], Box(IDS_ROUTINE_FAILED, c.routine));
+  }
+  DWORD size = 1;
+  EXPECT_TRUE(file.GetSize(&size));
+  EXPECT_EQ(size, 0u) << "nothing was written";
+  boxes.clear();
+  platform::FailCall("GlobalReAlloc", 2);
+  EXPECT_FALSE(file.printf("%s", narrow.c_str()));
+  EXPECT_EQ(boxes, std::vector<WideString>{Box(IDS_INTERNAL_ERROR, TEXT("GlobalReAlloc failed"))});
+}
+
+TEST_F(FileTest, MissingMemoryIsReportedByTheStepThatNeededIt) {
+  SetContent("abc");
+  File file(kPath, File::kForWriting);
+  std::unique_ptr<BYTE[]> bytes;
+  DWORD size = 0;
+  const struct {
+    std::function<BOOL()> act;
+    LPCWSTR what;
+  } cases[] = {
+      {[&] { return NewFile(kPath, File::kForReading) != nullptr; }, TEXT("new File failed")},
+      {[&] { return file.AppendFromHandle(file.handle(), 0, 9); },
+       TEXT("could not allocate file copy buffer")},
+      {[&] { return ReadEntireFile(kPath, 0, bytes, size); }, TEXT("ReadEntireFile")},
+      {[&] { return file.printf(TEXT("x")); }, TEXT("UnicodeToAnsiNew new char")},
+  };
+  for (const auto& c : cases) {
+    boxes.clear();
+    FailAllocation(1);
+    EXPECT_FALSE(c.act());
+    FailAllocation(0);
+    EXPECT_EQ(boxes, std::vector<WideString>{Box(IDS_INTERNAL_ERROR, c.what)});
+  }
+}
+
+TEST_F(FileTest, MappingsReportWhatFailed) {
+  SetContent("abc");
+  const struct {
+    const char* function;
+    DWORD error;
+    LPCWSTR name;
+  } cases[] = {
+      {"CreateFileW", ERROR_ACCESS_DENIED, TEXT("CreateFile")},
+      {"GetFileSize", ERROR_GEN_FAILURE, TEXT("GetFileSize")},
+      {"CreateFileMappingW", ERROR_NOT_ENOUGH_MEMORY, TEXT("CreateFileMapping")},
+      {"MapViewOfFile", ERROR_NOT_ENOUGH_MEMORY, TEXT("MapViewOfFile")},
+  };
+  using Access = CMappedFile::Access;
+  const File caller(kPath, File::kForReading);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.function);
+    boxes.clear();
+    CMappedFile mapped;
+    for (const Quiet quiet : {Quiet::kNo, Quiet::kYes}) {
+      platform::FailCall(c.function, 1, c.error);
+      EXPECT_EQ(mapped.MapFile(kPath, Access::kRead, 0, quiet), nullptr);
+    }
+    EXPECT_EQ(boxes, std::vector<WideString>{Box(IDS_CALL_FAILED, c.name, c.error)});
+    if (c.name == WideView(TEXT("CreateFile"))) continue;
+    boxes.clear();
+    platform::FailCall(c.function, 1, c.error);
+    EXPECT_EQ(mapped.MapHandle(caller.handle(), Access::kRead, 0), nullptr);
+    EXPECT_EQ(boxes.empty(), c.name == WideView(TEXT("GetFileSize")));
+  }
+}
+
+// Everything that File does, once; TRUE when all of it succeeded.
+bool UseEverything() {
+  const LPCWSTR kTarget = TEXT("C:\\Tree\\Sub\\target.txt");
+  std::unique_ptr<BYTE[]> bytes;
+  DWORD size = 0;
+  WCHAR text[8];
+  File file;
+  bool done = file.Create(kTarget, Quiet::kNo) && file.WriteBom() && file.WriteStringA("\2ab") &&
+              file.printf(TEXT("%600d  "), 5) && file.NewLine(File::Trim::kYes) &&
+              file.PushPosition() && file.WriteAscii85("abcdef", 6, 5) && file.AlignDword() &&
+              file.PopPosition() && file.SetEnd() && file.AppendFile(kPath) && file.ReopenRead() &&
+              file.Seek(2, FILE_BEGIN) && file.ReadCountedString(text, 8) && file.GetSize(&size);
+  file.Close();
+  done = done && file.SetLength(100) && ReadEntireFile(kTarget, 2, bytes, size) && size == 100 &&
+         CMappedFile::ReplaceInFile(kTarget, "ab", "xyz", CMappedFile::Occurrences::kAll) == 1;
+  const HGLOBAL block = done ? ReadFileToGlobal(kTarget) : nullptr;
+  done = block != nullptr;
+  if (done) GlobalFree(block);
+  return file.CloseAndDelete(Quiet::kNo) && done;
+}
+
+TEST_F(FileTest, NoFailureOnTheWayLeavesAnythingOpen) {
+  SetContent(std::string(40'000, 'x'));
+  const platform::ResourceCounts live = platform::LiveResources();
+  const auto leaves_nothing = [&](uint64_t n) {
+    // A path that cannot be formed and a size that cannot be read are told by the result alone.
+    const std::string function = platform::LastInjectedFunction();
+    const bool silent = function == "GetFullPathNameW" || function == "GetFileAttributesExW";
+    EXPECT_EQ(boxes.empty(), silent) << n << " " << function;
+    EXPECT_EQ(platform::DescribeDifference(live, platform::LiveResources()), "");
+    boxes.clear();
+    const platform::OutsideTest preparing;
+    std::filesystem::remove_all(platform::HostPath(TEXT("C:\\Tree")));
+  };
+  ASSERT_TRUE(UseEverything());
+  ASSERT_TRUE(boxes.empty());
+  std::filesystem::remove_all(platform::HostPath(TEXT("C:\\Tree")));
+  uint64_t n = 1;
+  for (bool failed = true; failed; ++n) {
+    platform::ResetFaults();
+    platform::FailAnyCall(n);
+    const bool done = UseEverything();
+    failed = platform::InjectedFailures() != 0;
+    if (failed && !done) leaves_nothing(n);
+    const platform::OutsideTest preparing;
+    std::filesystem::remove_all(platform::HostPath(TEXT("C:\\Tree")));
+  }
+  EXPECT_GT(n, 50u);
+  platform::ResetFaults();
+  boxes.clear();
+  n = 1;
+  for (bool failed = true; failed; ++n) {
+    FailAllocation(n);
+    const bool done = UseEverything();
+    failed = AllocationFailed();
+    FailAllocation(0);
+    if (failed && !done) leaves_nothing(n);
+  }
+  EXPECT_GT(n, 4u);
+}
+
+}  // namespace
+}  // namespace kv::test
