@@ -2,6 +2,7 @@
 
 #include "runtime/files/file_actions.h"
 #include "runtime/files/paths.h"
+#include "runtime/ipc/object_names.h"
 #include "runtime/text/format.h"
 #include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"

@@ -5,9 +5,6 @@
 
 namespace kv {
 
-// The product's short tag: temporary files begin with it.
-inline constexpr WCHAR kShortTag[] = TEXT("~KV");
-
 // Makes an empty temporary file (its name begins with "~KV" and ends with ".tmp") in `directory`,
 // or in the user's temporary directory when that is null. FALSE, with the system's last error, when
 // that fails.
