@@ -14,7 +14,7 @@ missing=()
 need() {  # need PACKAGE TEST...
   local package=$1
   shift
-  "$@" || missing+=("$package")
+  "$@" > /dev/null || missing+=("$package")
 }
 
 look() {
@@ -44,6 +44,7 @@ look() {
         ;;
       fuzz)
         need clang have clang
+        need libclang-rt-14-dev compgen -G '/usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-x86_64.a'
         ;;
       *)
         echo "setup.sh: unknown purpose '$purpose'" >&2
