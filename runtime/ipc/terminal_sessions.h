@@ -1,12 +1,13 @@
 // Terminal services: the sessions of people at the console and elsewhere.
 #pragma once
 
-#include <wtsapi32.h>
-
 #include <memory>
 
 #include "runtime/core/loaded_library.h"
 #include "runtime/core/win.h"
+
+// Builds on windows.h.
+#include <wtsapi32.h>
 
 namespace kv {
 

@@ -1,5 +1,8 @@
 // SIDs, tokens and descriptors, by the rules of every system.
 #include <gtest/gtest.h>
+#include <windows.h>
+
+// Builds on windows.h.
 #include <sddl.h>
 
 #include <string>
