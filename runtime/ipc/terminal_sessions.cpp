@@ -273,7 +273,7 @@ BOOL IsTerminalServicesAvailable() {
     case kWindows2000:
       return HasTerminalSuite();
     default:
-      return CServiceControl(TEXT("TermService"), Access::kRead).IsServiceRunning();
+      return CServiceControl(TEXT("TermService"), ServiceAccess::kRead).IsServiceRunning();
   }
 }
 

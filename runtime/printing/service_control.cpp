@@ -29,8 +29,8 @@ BOOL IsWindows9x() {
   return startupContext.platform.win9xKind != 0;
 }
 
-DWORD ServiceAccess(Access access) {
-  return access == Access::kFull ? SERVICE_ALL_ACCESS : GENERIC_READ;
+DWORD AccessMask(ServiceAccess access) {
+  return access == ServiceAccess::kFull ? SERVICE_ALL_ACCESS : GENERIC_READ;
 }
 
 BOOL ReportFailure(LPCWSTR call) {
@@ -56,7 +56,7 @@ class Deadline {
 
 }  // namespace
 
-CServiceControl::CServiceControl(LPCWSTR name, Access access) {
+CServiceControl::CServiceControl(LPCWSTR name, ServiceAccess access) {
   OpenNamedService(name, access);
 }
 
@@ -66,18 +66,18 @@ CServiceControl::~CServiceControl() {
   if (manager_ != nullptr) CloseServiceHandle(manager_);
 }
 
-BOOL CServiceControl::OpenServiceManager(Access access) {
+BOOL CServiceControl::OpenServiceManager(ServiceAccess access) {
   if (IsWindows9x()) return FALSE;
   if (manager_ == nullptr) {
-    manager_ = OpenSCManagerW(nullptr, nullptr,
-                              access == Access::kFull ? SC_MANAGER_ALL_ACCESS : GENERIC_READ);
+    manager_ = OpenSCManagerW(
+        nullptr, nullptr, access == ServiceAccess::kFull ? SC_MANAGER_ALL_ACCESS : GENERIC_READ);
   }
   return manager_ != nullptr;
 }
 
-BOOL CServiceControl::OpenNamedService(LPCWSTR name, Access access) {
+BOOL CServiceControl::OpenNamedService(LPCWSTR name, ServiceAccess access) {
   if (!OpenServiceManager(access)) return FALSE;
-  const SC_HANDLE opened = OpenServiceW(manager_, name, ServiceAccess(access));
+  const SC_HANDLE opened = OpenServiceW(manager_, name, AccessMask(access));
   if (opened == nullptr) return FALSE;
   if (service_ != nullptr) CloseServiceHandle(service_);
   service_ = opened;
@@ -85,8 +85,8 @@ BOOL CServiceControl::OpenNamedService(LPCWSTR name, Access access) {
 }
 
 BOOL CServiceControl::CreateNamedService(const ServiceSettings& settings) {
-  if (service_ != nullptr || OpenNamedService(settings.name, Access::kFull)) return TRUE;
-  if (!OpenServiceManager(Access::kFull)) return FALSE;
+  if (service_ != nullptr || OpenNamedService(settings.name, ServiceAccess::kFull)) return TRUE;
+  if (!OpenServiceManager(ServiceAccess::kFull)) return FALSE;
   const DWORD interactive = settings.interactive ? SERVICE_INTERACTIVE_PROCESS : 0;
   service_ = CreateServiceW(manager_, settings.name, settings.displayName, SERVICE_ALL_ACCESS,
                             settings.type | interactive, settings.startType, SERVICE_ERROR_NORMAL,
@@ -201,13 +201,13 @@ BOOL WaitService(SC_HANDLE service, DWORD state, DWORD timeout) {
 }
 
 BOOL IsSpoolerRunning() {
-  return IsWindows9x() || CServiceControl(kSpooler, Access::kRead).IsServiceRunning();
+  return IsWindows9x() || CServiceControl(kSpooler, ServiceAccess::kRead).IsServiceRunning();
 }
 
 BOOL RestartSpooler() {
   if (IsWindows9x()) return TRUE;
   if (IsAdministrator() < 1) return FALSE;
-  return CServiceControl(kSpooler, Access::kFull).RestartWithDependents();
+  return CServiceControl(kSpooler, ServiceAccess::kFull).RestartWithDependents();
 }
 
 }  // namespace kv

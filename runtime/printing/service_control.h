@@ -9,7 +9,7 @@
 namespace kv {
 
 // What a service is opened for.
-enum class Access : bool { kRead, kFull };
+enum class ServiceAccess : bool { kRead, kFull };
 
 // What CreateServiceW takes.
 struct ServiceSettings {
@@ -28,14 +28,14 @@ struct ServiceSettings {
 class CServiceControl {
  public:
   // Opens the service manager and the service; either may fail, without a report.
-  CServiceControl(LPCWSTR name, Access access);
+  CServiceControl(LPCWSTR name, ServiceAccess access);
   ~CServiceControl();
   CServiceControl(const CServiceControl&) = delete;
   CServiceControl& operator=(const CServiceControl&) = delete;
 
   // TRUE when it is open already.
-  BOOL OpenServiceManager(Access access);
-  BOOL OpenNamedService(LPCWSTR name, Access access);
+  BOOL OpenServiceManager(ServiceAccess access);
+  BOOL OpenNamedService(LPCWSTR name, ServiceAccess access);
   // TRUE when the service exists or was created; it then runs as the system's own account.
   BOOL CreateNamedService(const ServiceSettings& settings);
   // Stops the service with its dependents first.

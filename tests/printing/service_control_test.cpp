@@ -117,7 +117,7 @@ TEST_F(ServiceControlTest, SlowServicesAreWaitedFor) {
 TEST_F(ServiceControlTest, StoppingWhatDoesNotRunSucceeds) {
   platform::StopSpooler();
   EXPECT_FALSE(IsSpoolerRunning());
-  CServiceControl spooler(TEXT("spooler"), Access::kFull);
+  CServiceControl spooler(TEXT("spooler"), ServiceAccess::kFull);
   EXPECT_TRUE(spooler.StopWithDependents());
   EXPECT_TRUE(spooler.StartWithDependents());
   EXPECT_TRUE(IsSpoolerRunning());
@@ -132,7 +132,7 @@ TEST_F(ServiceControlTest, OnlyElevatedAdministratorsRestart) {
     EXPECT_TRUE(IsSpoolerRunning()) << "everybody may ask";
   }
   EXPECT_EQ(platform::CallCount("ControlService"), 0u);
-  const CServiceControl refused(TEXT("spooler"), Access::kFull);
+  const CServiceControl refused(TEXT("spooler"), ServiceAccess::kFull);
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
   platform::FailCall("GetTokenInformation", 1);
   platform::SetFactNumber(facts::kUserIsElevated, 1);
@@ -145,14 +145,14 @@ TEST_F(ServiceControlTest, Windows9xHasNoServices) {
   platform::ResetFaults();
   EXPECT_TRUE(IsSpoolerRunning());
   EXPECT_TRUE(RestartSpooler());
-  CServiceControl spooler(TEXT("spooler"), Access::kFull);
-  EXPECT_FALSE(spooler.OpenServiceManager(Access::kRead));
+  CServiceControl spooler(TEXT("spooler"), ServiceAccess::kFull);
+  EXPECT_FALSE(spooler.OpenServiceManager(ServiceAccess::kRead));
   EXPECT_FALSE(spooler.StopWithDependents());
   EXPECT_EQ(platform::CallCount("OpenSCManagerW"), 0u);
 }
 
 TEST_F(ServiceControlTest, ServicesAreMadeAndDeleted) {
-  CServiceControl created(TEXT("Converter"), Access::kRead);
+  CServiceControl created(TEXT("Converter"), ServiceAccess::kRead);
   EXPECT_FALSE(created.IsServiceRunning()) << "there is none";
   const ServiceSettings settings = {TEXT("Converter"),
                                     TEXT("Document converter"),
@@ -162,7 +162,7 @@ TEST_F(ServiceControlTest, ServicesAreMadeAndDeleted) {
                                     SERVICE_WIN32_OWN_PROCESS,
                                     SERVICE_DEMAND_START,
                                     nullptr};
-  CServiceControl maker(TEXT("Converter"), Access::kFull);
+  CServiceControl maker(TEXT("Converter"), ServiceAccess::kFull);
   ASSERT_TRUE(maker.CreateNamedService(settings));
   EXPECT_TRUE(maker.CreateNamedService(settings)) << "it is there";
   EXPECT_EQ(platform::CallCount("CreateServiceW"), 1u);
@@ -208,7 +208,7 @@ TEST_F(ServiceControlTest, EveryFailedCallIsReported) {
     if (row.report != nullptr) ExpectBox(row.report);
     EXPECT_EQ(platform::DescribeDifference(before, platform::LiveResources()), "");
   }
-  CServiceControl spooler(TEXT("Spooler"), Access::kFull);
+  CServiceControl spooler(TEXT("Spooler"), ServiceAccess::kFull);
   FailAllocation(1);
   platform::AnswerNextBox(IDOK);
   EXPECT_FALSE(spooler.EnumActiveDependents());
