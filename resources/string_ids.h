@@ -1,8 +1,9 @@
-// The numbers of the language resource library's strings. Nothing but #define: the resource compiler reads this file.
+// The numbers of the language resource library's strings. Nothing but #define: the resource
+// compiler reads this file.
 //
-// Kind says how the text is used. "template": inserts ^1, ^2, … are replaced by the texts listed; "printf": a
-// wvsprintfW format; "text": shown as it stands; "number": a decimal number. Capacity is what the callers' buffers hold,
-// in characters with the terminator; a longer text is cut there.
+// Kind says how the text is used. "template": inserts ^1, ^2, … are replaced by the texts listed;
+// "printf": a wvsprintfW format; "text": shown as it stands; "number": a decimal number. Capacity
+// is what the callers' buffers hold, in characters with the terminator; a longer text is cut there.
 #ifndef KV_RESOURCES_STRING_IDS_H
 #define KV_RESOURCES_STRING_IDS_H
 
@@ -11,8 +12,8 @@
 
 // number; the product-kind code of the edition that this library belongs to. Capacity 260.
 #define IDS_PRODUCT_KIND 10060
-// template: 1 the product's name. The name of the product's virtual printer, as windows and messages call it.
-// Capacity 80.
+// template: 1 the product's name. The name of the product's virtual printer, as windows and
+// messages call it. Capacity 80.
 #define IDS_PRINTER_TITLE 10084
 
 // text; the Cancel button. Capacity 32.
@@ -28,9 +29,10 @@
 // text; the caption of the additional button of message boxes, without the dots. Capacity 80.
 #define IDS_MORE_INFORMATION 12083
 
-// Reports. All are templates of capacity 1024. A "reason" is either empty or a full stop, an empty line and the system's
-// text without its closing full stop: it stands directly behind the sentence, before the template's own full stop.
-// 1 the printer's name; 2 the reason, or the separator and IDS_NEED_ADMINISTRATOR.
+// Reports. All are templates of capacity 1024. A "reason" is either empty or a full stop, an empty
+// line and the system's text without its closing full stop: it stands directly behind the sentence,
+// before the template's own full stop. 1 the printer's name; 2 the reason, or the separator and
+// IDS_NEED_ADMINISTRATOR.
 #define IDS_PRINTER_NOT_CREATED 12094
 // 1 the file's name; 2 the destination's path.
 #define IDS_COPY_FAILED 12100
@@ -75,86 +77,88 @@
 #define IDS_GDIPLUS_MISSING 12232
 
 // Texts of the command-line program. All are templates, or texts without inserts; capacity 2048.
-#define IDS_CTL_HELP 14000  // text; the head of the help text
-#define IDS_CTL_SEE_HELP 14001  // 1 the command
-#define IDS_CTL_UNKNOWN_COMMAND 14002  // 1 the word
-#define IDS_CTL_UNKNOWN_OPTION 14003  // 1 the option
-#define IDS_CTL_VALUE_MISSING 14004  // 1 the option
-#define IDS_CTL_UNEXPECTED_VALUE 14005  // 1 the option
-#define IDS_CTL_OPERAND_MISSING 14006  // text
-#define IDS_CTL_UNEXPECTED_OPERAND 14007  // 1 the word
-#define IDS_CTL_ERROR_NUMBER 14008  // 1 the number
-#define IDS_CTL_PORTS_SUMMARY 14010  // text
-#define IDS_CTL_PORTS_USAGE 14011  // text
-#define IDS_CTL_CANNOT_LIST_PORTS 14012  // text
-#define IDS_CTL_MONITORS_SUMMARY 14013  // text
-#define IDS_CTL_MONITORS_USAGE 14014  // text
+#define IDS_CTL_HELP 14000                  // text; the head of the help text
+#define IDS_CTL_SEE_HELP 14001              // 1 the command
+#define IDS_CTL_UNKNOWN_COMMAND 14002       // 1 the word
+#define IDS_CTL_UNKNOWN_OPTION 14003        // 1 the option
+#define IDS_CTL_VALUE_MISSING 14004         // 1 the option
+#define IDS_CTL_UNEXPECTED_VALUE 14005      // 1 the option
+#define IDS_CTL_OPERAND_MISSING 14006       // text
+#define IDS_CTL_UNEXPECTED_OPERAND 14007    // 1 the word
+#define IDS_CTL_ERROR_NUMBER 14008          // 1 the number
+#define IDS_CTL_PORTS_SUMMARY 14010         // text
+#define IDS_CTL_PORTS_USAGE 14011           // text
+#define IDS_CTL_CANNOT_LIST_PORTS 14012     // text
+#define IDS_CTL_MONITORS_SUMMARY 14013      // text
+#define IDS_CTL_MONITORS_USAGE 14014        // text
 #define IDS_CTL_CANNOT_LIST_MONITORS 14015  // text
-#define IDS_CTL_INSTALL_SUMMARY 14020  // text
-#define IDS_CTL_INSTALL_USAGE 14021  // text
-#define IDS_CTL_CANNOT_COPY 14022  // 1 the source; 2 the destination
-#define IDS_CTL_CANNOT_ADD_MONITOR 14023  // 1 the monitor's name
-#define IDS_CTL_CANNOT_ADD_PRINTER 14024  // 1 the printer's name
-#define IDS_CTL_DRIVER_MISSING 14025  // 1 the driver's name
-#define IDS_CTL_INSTALLED 14026  // 1 the printer's name; 2 the port; 3 the driver
-#define IDS_CTL_PRINT_SUMMARY 14030  // text
-#define IDS_CTL_PRINT_USAGE 14031  // text
-#define IDS_CTL_NO_PRINTER 14032  // 1 the port
-#define IDS_CTL_CANNOT_OPEN 14033  // 1 the file
-#define IDS_CTL_CANNOT_READ 14034  // 1 the file
-#define IDS_CTL_CANNOT_START_JOB 14035  // 1 the printer
-#define IDS_CTL_CANNOT_WRITE_JOB 14036  // 1 the printer
-#define IDS_CTL_CANNOT_END_JOB 14037  // 1 the printer
-#define IDS_CTL_PRINTED 14038  // 1 the file; 2 the job number; 3 bytes sent; 4 bytes accepted; 5 the size; 6 the duration; 7 the speed as a size
-#define IDS_CTL_SETTINGS_SUMMARY 14040  // text
-#define IDS_CTL_SETTINGS_USAGE 14041  // text
+#define IDS_CTL_INSTALL_SUMMARY 14020       // text
+#define IDS_CTL_INSTALL_USAGE 14021         // text
+#define IDS_CTL_CANNOT_COPY 14022           // 1 the source; 2 the destination
+#define IDS_CTL_CANNOT_ADD_MONITOR 14023    // 1 the monitor's name
+#define IDS_CTL_CANNOT_ADD_PRINTER 14024    // 1 the printer's name
+#define IDS_CTL_DRIVER_MISSING 14025        // 1 the driver's name
+#define IDS_CTL_INSTALLED 14026             // 1 the printer's name; 2 the port; 3 the driver
+#define IDS_CTL_PRINT_SUMMARY 14030         // text
+#define IDS_CTL_PRINT_USAGE 14031           // text
+#define IDS_CTL_NO_PRINTER 14032            // 1 the port
+#define IDS_CTL_CANNOT_OPEN 14033           // 1 the file
+#define IDS_CTL_CANNOT_READ 14034           // 1 the file
+#define IDS_CTL_CANNOT_START_JOB 14035      // 1 the printer
+#define IDS_CTL_CANNOT_WRITE_JOB 14036      // 1 the printer
+#define IDS_CTL_CANNOT_END_JOB 14037        // 1 the printer
+#define IDS_CTL_PRINTED \
+  14038  // 1 the file; 2 the job number; 3 bytes sent; 4 bytes accepted; 5 the size; 6 the
+         // duration; 7 the speed as a size
+#define IDS_CTL_SETTINGS_SUMMARY 14040         // text
+#define IDS_CTL_SETTINGS_USAGE 14041           // text
 #define IDS_CTL_SETTINGS_UNKNOWN_ACTION 14042  // 1 the word
-#define IDS_CTL_SETTINGS_UNKNOWN_NAME 14043  // 1 the word
-#define IDS_CTL_SETTINGS_NOT_SET 14044  // 1 the setting
-#define IDS_CTL_SETTINGS_MACHINE_ONLY 14045  // 1 the setting
-#define IDS_CTL_SETTINGS_USER_ONLY 14046  // 1 the setting
-#define IDS_CTL_SETTINGS_ONE_SCOPE 14047  // text
-#define IDS_CTL_SETTINGS_NOT_A_NUMBER 14048  // 1 the setting; 2 the word
-#define IDS_CTL_SETTINGS_TOO_LONG 14049  // 1 the setting; 2 the number of characters
-#define IDS_CTL_SETTINGS_NEED_RIGHTS 14050  // text
-#define IDS_CTL_SETTINGS_CANNOT_WRITE 14051  // 1 the setting
-#define IDS_CTL_SETTINGS_NUMBER 14052  // text; a type
-#define IDS_CTL_SETTINGS_TEXT 14053  // text; a type
-#define IDS_CTL_SETTINGS_MACHINE 14054  // text; whose setting it is
-#define IDS_CTL_SETTINGS_USER 14055  // text; whose setting it is
-#define IDS_CTL_SETTINGS_READ_VIEW 14056  // 1 the number of bits
-#define IDS_CTL_SETTINGS_OTHER_VIEW 14057  // 1 the number of bits
-#define IDS_CTL_SETTINGS_UNSET 14058  // text; stands for a value
-#define IDS_CTL_SETTINGS_COMPATIBILITY 14060  // text; what the setting does, as the next ones
+#define IDS_CTL_SETTINGS_UNKNOWN_NAME 14043    // 1 the word
+#define IDS_CTL_SETTINGS_NOT_SET 14044         // 1 the setting
+#define IDS_CTL_SETTINGS_MACHINE_ONLY 14045    // 1 the setting
+#define IDS_CTL_SETTINGS_USER_ONLY 14046       // 1 the setting
+#define IDS_CTL_SETTINGS_ONE_SCOPE 14047       // text
+#define IDS_CTL_SETTINGS_NOT_A_NUMBER 14048    // 1 the setting; 2 the word
+#define IDS_CTL_SETTINGS_TOO_LONG 14049        // 1 the setting; 2 the number of characters
+#define IDS_CTL_SETTINGS_NEED_RIGHTS 14050     // text
+#define IDS_CTL_SETTINGS_CANNOT_WRITE 14051    // 1 the setting
+#define IDS_CTL_SETTINGS_NUMBER 14052          // text; a type
+#define IDS_CTL_SETTINGS_TEXT 14053            // text; a type
+#define IDS_CTL_SETTINGS_MACHINE 14054         // text; whose setting it is
+#define IDS_CTL_SETTINGS_USER 14055            // text; whose setting it is
+#define IDS_CTL_SETTINGS_READ_VIEW 14056       // 1 the number of bits
+#define IDS_CTL_SETTINGS_OTHER_VIEW 14057      // 1 the number of bits
+#define IDS_CTL_SETTINGS_UNSET 14058           // text; stands for a value
+#define IDS_CTL_SETTINGS_COMPATIBILITY 14060   // text; what the setting does, as the next ones
 #define IDS_CTL_SETTINGS_SILENT 14061
 #define IDS_CTL_SETTINGS_APPDIR 14062
 #define IDS_CTL_SETTINGS_HELP 14063
 #define IDS_CTL_SETTINGS_LANGUAGE 14064
 #define IDS_CTL_SETTINGS_DUPLEX 14065
-#define IDS_CTL_SESSIONS_SUMMARY 14080  // text
-#define IDS_CTL_SESSIONS_USAGE 14081  // text
-#define IDS_CTL_NO_SESSIONS 14082  // text
-#define IDS_CTL_WHOAMI_SUMMARY 14084  // text
-#define IDS_CTL_WHOAMI_USAGE 14085  // text
-#define IDS_CTL_WHOAMI_USER 14086  // 1 the user's name
-#define IDS_CTL_WHOAMI_SID 14087  // 1 the SID
-#define IDS_CTL_WHOAMI_ADMINISTRATOR 14088  // 1 yes, no or unknown
-#define IDS_CTL_WHOAMI_ELEVATED 14089  // 1 yes or no
-#define IDS_CTL_WHOAMI_INTEGRITY 14090  // 1 the level's name; 2 its number
-#define IDS_CTL_YES 14091  // text
-#define IDS_CTL_NO 14092  // text
-#define IDS_CTL_UNKNOWN 14093  // text
-#define IDS_CTL_INTEGRITY_UNTRUSTED 14094  // text
-#define IDS_CTL_INTEGRITY_LOW 14095  // text
-#define IDS_CTL_INTEGRITY_MEDIUM 14096  // text
-#define IDS_CTL_INTEGRITY_HIGH 14097  // text
-#define IDS_CTL_INTEGRITY_SYSTEM 14098  // text
-#define IDS_CTL_SPOOLER_SUMMARY 14100  // text
-#define IDS_CTL_SPOOLER_USAGE 14101  // text
-#define IDS_CTL_SPOOLER_RUNS 14102  // text
-#define IDS_CTL_SPOOLER_STOPPED 14103  // text
-#define IDS_CTL_SPOOLER_NEEDS_RIGHTS 14104  // text
+#define IDS_CTL_SESSIONS_SUMMARY 14080       // text
+#define IDS_CTL_SESSIONS_USAGE 14081         // text
+#define IDS_CTL_NO_SESSIONS 14082            // text
+#define IDS_CTL_WHOAMI_SUMMARY 14084         // text
+#define IDS_CTL_WHOAMI_USAGE 14085           // text
+#define IDS_CTL_WHOAMI_USER 14086            // 1 the user's name
+#define IDS_CTL_WHOAMI_SID 14087             // 1 the SID
+#define IDS_CTL_WHOAMI_ADMINISTRATOR 14088   // 1 yes, no or unknown
+#define IDS_CTL_WHOAMI_ELEVATED 14089        // 1 yes or no
+#define IDS_CTL_WHOAMI_INTEGRITY 14090       // 1 the level's name; 2 its number
+#define IDS_CTL_YES 14091                    // text
+#define IDS_CTL_NO 14092                     // text
+#define IDS_CTL_UNKNOWN 14093                // text
+#define IDS_CTL_INTEGRITY_UNTRUSTED 14094    // text
+#define IDS_CTL_INTEGRITY_LOW 14095          // text
+#define IDS_CTL_INTEGRITY_MEDIUM 14096       // text
+#define IDS_CTL_INTEGRITY_HIGH 14097         // text
+#define IDS_CTL_INTEGRITY_SYSTEM 14098       // text
+#define IDS_CTL_SPOOLER_SUMMARY 14100        // text
+#define IDS_CTL_SPOOLER_USAGE 14101          // text
+#define IDS_CTL_SPOOLER_RUNS 14102           // text
+#define IDS_CTL_SPOOLER_STOPPED 14103        // text
+#define IDS_CTL_SPOOLER_NEEDS_RIGHTS 14104   // text
 #define IDS_CTL_SPOOLER_NOT_RESTARTED 14105  // text
-#define IDS_CTL_SPOOLER_RESTARTED 14106  // text
+#define IDS_CTL_SPOOLER_RESTARTED 14106      // text
 
 #endif

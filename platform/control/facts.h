@@ -26,8 +26,8 @@ inline constexpr char kComctlVersion[] = "files.comctl32.version";  // 5.82
 // "entry.kernel32.SetDllDirectoryW" = 0 hides a function of a system library from GetProcAddress, 1
 // shows it whatever the Windows version.
 inline constexpr char kEntryPrefix[] = "entry.";
-// "environment.NAME", the name in capitals, is an environment variable of every process, beside the ones that the system
-// sets itself.
+// "environment.NAME", the name in capitals, is an environment variable of every process, beside the
+// ones that the system sets itself.
 inline constexpr char kEnvironmentPrefix[] = "environment.";
 // How many bytes each process may still add to the machine's files; no limit when it is not set.
 inline constexpr char kDiskFreeBytes[] = "disk.free_bytes";
@@ -44,8 +44,8 @@ inline constexpr char kUserIsAdministrator[] = "user.administrator";  // 1
 inline constexpr char kUserIsElevated[] = "user.elevated";            // 0
 // Relative id of the integrity label; otherwise by elevation.
 inline constexpr char kUserIntegrity[] = "user.integrity";
-// SIDs of further groups, and privileges given ("SeTcbPrivilege") or taken ("-SeShutdownPrivilege"),
-// separated by commas.
+// SIDs of further groups, and privileges given ("SeTcbPrivilege") or taken
+// ("-SeShutdownPrivilege"), separated by commas.
 inline constexpr char kUserGroups[] = "user.groups";
 inline constexpr char kUserPrivileges[] = "user.privileges";
 
@@ -56,7 +56,8 @@ inline constexpr char kAccounts[] = "accounts";
 inline constexpr char kAccountPrefix[] = "account.";
 
 // The terminal sessions in the order in which the system lists them: "0,1". Otherwise the system's
-// own session 0 and the process's session 1 at the console, before 6.0 one session 0 at the console.
+// own session 0 and the process's session 1 at the console, before 6.0 one session 0 at the
+// console.
 inline constexpr char kSessions[] = "sessions";
 // "session.1.station" Console, "session.1.state" a WTS_CONNECTSTATE_CLASS, "session.1.user",
 // "session.1.client", "session.1.protocol" (0 console, 2 RDP), "session.1.program", and

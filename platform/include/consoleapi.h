@@ -10,6 +10,7 @@
 extern "C" {
 HANDLE WINAPI GetStdHandle(DWORD which);
 BOOL WINAPI GetConsoleMode(HANDLE console, LPDWORD mode);
-BOOL WINAPI WriteConsoleW(HANDLE console, const void* text, DWORD length, LPDWORD written, LPVOID reserved);
+BOOL WINAPI WriteConsoleW(HANDLE console, const void* text, DWORD length, LPDWORD written,
+                          LPVOID reserved);
 LPWSTR WINAPI GetCommandLineW();
 }

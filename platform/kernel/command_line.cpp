@@ -15,7 +15,8 @@ namespace {
 
 WideString Quoted(WideView argument) {
   constexpr WCHAR kSpecial[] = TEXT(" \t\"");
-  if (!argument.empty() && argument.find_first_of(kSpecial) == WideView::npos) return WideString(argument);
+  if (!argument.empty() && argument.find_first_of(kSpecial) == WideView::npos)
+    return WideString(argument);
   WideString out(1, '"');
   size_t backslashes = 0;
   for (const WCHAR c : argument) {
@@ -82,7 +83,8 @@ LPWSTR* WINAPI CommandLineToArgvW(LPCWSTR command_line, int* count) {
   KV_API(CommandLineToArgvW, ERROR_NOT_ENOUGH_MEMORY, nullptr, command_line, count);
   const platform::WideView line = platform::View(command_line);
   std::vector<platform::WideString> arguments;
-  for (size_t at = 0; at < line.size();) arguments.push_back(platform::TakeArgument(line, at, arguments.empty()));
+  for (size_t at = 0; at < line.size();)
+    arguments.push_back(platform::TakeArgument(line, at, arguments.empty()));
   size_t characters = 0;
   for (const auto& argument : arguments) characters += argument.size() + 1;
   // One block, freed with LocalFree: the pointers, a null one behind them, then the texts.

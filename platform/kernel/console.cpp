@@ -8,11 +8,13 @@
 
 namespace {
 
-// A terminal's input mode with line input and echo, its output mode with wrapping: what a fresh console reports.
+// A terminal's input mode with line input and echo, its output mode with wrapping: what a fresh
+// console reports.
 constexpr DWORD kInputMode = 0x7;
 constexpr DWORD kOutputMode = 0x3;
 
-// Standard handles are no entries of the handle table: they carry the descriptor, above every table value.
+// Standard handles are no entries of the handle table: they carry the descriptor, above every table
+// value.
 constexpr UINT_PTR kFirstStandardHandle = static_cast<UINT_PTR>(-64);
 
 int DescriptorOf(HANDLE handle) {
@@ -44,14 +46,16 @@ BOOL WINAPI GetConsoleMode(HANDLE console, LPDWORD mode) {
   return TRUE;
 }
 
-BOOL WINAPI WriteConsoleW(HANDLE console, const void* text, DWORD length, LPDWORD written, LPVOID reserved) {
+BOOL WINAPI WriteConsoleW(HANDLE console, const void* text, DWORD length, LPDWORD written,
+                          LPVOID reserved) {
   KV_API(WriteConsoleW, ERROR_INVALID_HANDLE, FALSE, console, text, length, written, reserved);
   const int descriptor = DescriptorOf(console);
   if (descriptor <= STDIN_FILENO || !isatty(descriptor)) {
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
   }
-  const std::string bytes = platform::ToUtf8(platform::WideView(static_cast<const WCHAR*>(text), length));
+  const std::string bytes =
+      platform::ToUtf8(platform::WideView(static_cast<const WCHAR*>(text), length));
   for (size_t done = 0; done < bytes.size();) {
     const ssize_t count = write(descriptor, bytes.data() + done, bytes.size() - done);
     if (count <= 0) {

@@ -6,7 +6,6 @@
 #include <memory>
 
 #include "runtime/core/flags.h"
-#include "runtime/core/flags.h"
 #include "runtime/core/win.h"
 
 namespace kv {

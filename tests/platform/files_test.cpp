@@ -52,66 +52,6 @@ class FilesTest : public kv::test::MachineTest {
   }
 };
 
-TEST_F(FilesTest, AttributesAreKeptAndProtect) {
-  constexpr LPCWSTR kFile = TEXT("C:\\d\\f");
-  SetContent(kFile, "x");
-  constexpr DWORD kArchive = FILE_ATTRIBUTE_ARCHIVE;
-  EXPECT_EQ(GetFileAttributesW(kFile), kArchive);
-  for (const DWORD attributes :
-       {DWORD{FILE_ATTRIBUTE_READONLY}, DWORD{FILE_ATTRIBUTE_HIDDEN}, DWORD{FILE_ATTRIBUTE_SYSTEM},
-        kArchive, DWORD{FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE},
-        DWORD{FILE_ATTRIBUTE_NORMAL}}) {
-    EXPECT_TRUE(SetFileAttributesW(kFile, attributes));
-    EXPECT_EQ(GetFileAttributesW(kFile), attributes);
-    EXPECT_TRUE(CopyFileW(kFile, TEXT("C:\\d\\copy"), FALSE));
-    const DWORD expected = (attributes | kArchive) & ~DWORD{FILE_ATTRIBUTE_NORMAL};
-    EXPECT_EQ(GetFileAttributesW(TEXT("C:\\d\\copy")), expected);
-    SetFileAttributesW(TEXT("C:\\d\\copy"), FILE_ATTRIBUTE_NORMAL);
-  }
-  // A write makes it due for the archive again.
-  HANDLE file = Open(kFile);
-  DWORD written = 0;
-  EXPECT_TRUE(WriteFile(file, "y", 1, &written, nullptr));
-  EXPECT_TRUE(CloseHandle(file));
-  EXPECT_EQ(GetFileAttributesW(kFile), kArchive);
-
-  SetFileAttributesW(kFile, FILE_ATTRIBUTE_HIDDEN);
-  EXPECT_EQ(ErrorOf(Open(kFile, GENERIC_WRITE, 0, CREATE_ALWAYS) != INVALID_HANDLE_VALUE),
-            DWORD{ERROR_ACCESS_DENIED})
-      << "whoever replaces a hidden file must know it";
-  file = Open(kFile, GENERIC_WRITE, 0, CREATE_ALWAYS, FILE_ATTRIBUTE_HIDDEN);
-  EXPECT_NE(file, INVALID_HANDLE_VALUE);
-  CloseHandle(file);
-  EXPECT_EQ(GetFileAttributesW(kFile), FILE_ATTRIBUTE_HIDDEN | kArchive);
-  EXPECT_EQ(ErrorOf(SetFileAttributesW(TEXT("C:\\d\\none"), 0)), DWORD{ERROR_FILE_NOT_FOUND});
-  EXPECT_TRUE(SetFileAttributesW(TEXT("C:\\d"), FILE_ATTRIBUTE_NORMAL));
-}
-
-TEST_F(FilesTest, PositionsAndLengths) {
-  const HANDLE file = Open(TEXT("C:\\f"), GENERIC_READ | GENERIC_WRITE, 0, CREATE_NEW);
-  const auto seek = [&](LONG distance, DWORD method) {
-    SetLastError(ERROR_SUCCESS);
-    return SetFilePointer(file, distance, nullptr, method);
-  };
-  EXPECT_EQ(seek(10, FILE_BEGIN), 10u);
-  EXPECT_EQ(seek(-3, FILE_CURRENT), 7u);
-  EXPECT_EQ(seek(-8, FILE_CURRENT), INVALID_SET_FILE_POINTER);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_NEGATIVE_SEEK});
-  EXPECT_TRUE(SetEndOfFile(file));
-  EXPECT_EQ(GetFileSize(file, nullptr), 7u);
-  EXPECT_EQ(seek(0, FILE_END), 7u);
-  LONG high = 1;
-  EXPECT_EQ(SetFilePointer(file, 2, &high, FILE_BEGIN), 2u);
-  EXPECT_EQ(high, 1);
-  EXPECT_EQ(seek(1, FILE_CURRENT), INVALID_SET_FILE_POINTER) << "needs the high part";
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
-  high = 0;
-  EXPECT_EQ(SetFilePointer(file, 0, &high, FILE_CURRENT), 2u) << "where it was";
-  EXPECT_EQ(high, 1);
-  CloseHandle(file);
-  EXPECT_EQ(ErrorOf(SetEndOfFile(file)), DWORD{ERROR_INVALID_HANDLE});
-}
-
 TEST_F(FilesTest, AFullDiskTakesNothing) {
   platform::SetFact(platform::facts::kDiskFreeBytes, "10");
   const HANDLE file = Open(TEXT("C:\\f"), GENERIC_READ | GENERIC_WRITE, 0, CREATE_NEW);
@@ -162,35 +102,6 @@ TEST_F(FilesTest, MappedFilesCannotBeCutOrDeleted) {
   EXPECT_EQ(ErrorOf(UnmapViewOfFile(view)), DWORD{ERROR_INVALID_ADDRESS});
   EXPECT_EQ(cut(), DWORD{ERROR_SUCCESS});
   EXPECT_TRUE(CloseHandle(file));
-}
-
-TEST_F(FilesTest, MappingsFollowTheFilesAccessAndSize) {
-  SetContent(TEXT("C:\\f"), "content");
-  SetContent(TEXT("C:\\empty"), "");
-  const struct {
-    LPCWSTR path;
-    DWORD access, protection, size, error;
-  } cases[] = {
-      {TEXT("C:\\f"), GENERIC_READ, PAGE_READONLY, 0, ERROR_SUCCESS},
-      {TEXT("C:\\f"), GENERIC_READ, PAGE_READONLY, 3, ERROR_SUCCESS},
-      {TEXT("C:\\f"), GENERIC_READ, PAGE_READONLY, 8, ERROR_NOT_ENOUGH_MEMORY},
-      {TEXT("C:\\f"), GENERIC_READ, PAGE_READWRITE, 0, ERROR_ACCESS_DENIED},
-      {TEXT("C:\\f"), GENERIC_WRITE, PAGE_READWRITE, 0, ERROR_ACCESS_DENIED},
-      {TEXT("C:\\f"), GENERIC_READ | GENERIC_WRITE, PAGE_READWRITE, 9, ERROR_SUCCESS},
-      {TEXT("C:\\empty"), GENERIC_READ, PAGE_READONLY, 0, ERROR_FILE_INVALID},
-  };
-  for (const auto& c : cases) {
-    const HANDLE file = Open(c.path, c.access);
-    const HANDLE mapping = CreateFileMappingW(file, nullptr, c.protection, 0, c.size, nullptr);
-    EXPECT_EQ(ErrorOf(mapping != nullptr), c.error) << "case " << (&c - cases);
-    if (mapping != nullptr && c.protection == PAGE_READONLY) {
-      EXPECT_EQ(ErrorOf(MapViewOfFile(mapping, FILE_MAP_WRITE, 0, 0, 0) != nullptr),
-                DWORD{ERROR_ACCESS_DENIED});
-    }
-    if (mapping != nullptr) CloseHandle(mapping);
-    CloseHandle(file);
-  }
-  EXPECT_EQ(fs::file_size(HostPath(TEXT("C:\\f"))), 9u);
 }
 
 TEST(NamePatternTest, WildcardsFollowTheRulesOfSearches) {
@@ -285,60 +196,6 @@ TEST_F(FilesTest, ShortNamesStayAndLeadToTheFile) {
   EXPECT_EQ(GetShortPathNameW(TEXT("C:\\some folder\\long name.html"), path, length), length + 1);
   EXPECT_EQ(ErrorOf(GetShortPathNameW(TEXT("C:\\none"), path, MAX_PATH) != 0),
             DWORD{ERROR_FILE_NOT_FOUND});
-}
-
-TEST_F(FilesTest, FullPathsReportTheirNeed) {
-  SetCurrentDirectoryW(TEXT("C:\\Windows"));
-  WCHAR path[MAX_PATH] = {};
-  LPWSTR part = nullptr;
-  EXPECT_EQ(GetFullPathNameW(TEXT("x.txt"), MAX_PATH, path, &part), 16u);
-  EXPECT_EQ(WideView(path), TEXT("C:\\Windows\\x.txt"));
-  EXPECT_EQ(part, path + 11);
-  EXPECT_EQ(GetFullPathNameW(TEXT("x.txt"), 16, path, &part), 17u);
-  EXPECT_EQ(GetFullPathNameW(TEXT("."), MAX_PATH, path, nullptr), 10u);
-  EXPECT_EQ(GetFullPathNameW(TEXT(""), MAX_PATH, path, nullptr), 0u);
-}
-
-TEST_F(FilesTest, TemporaryFilesAreMadeUnderFreeNames) {
-  SetContent(TEXT("C:\\t\\x"), "");
-  WCHAR first[MAX_PATH] = {}, second[MAX_PATH] = {};
-  const UINT number = GetTempFileNameW(TEXT("C:\\t"), TEXT("abcd"), 0, first);
-  EXPECT_NE(number, 0u);
-  EXPECT_TRUE(WideView(first).starts_with(TEXT("C:\\t\\abc")));
-  EXPECT_EQ(GetTempFileNameW(TEXT("C:\\t\\"), TEXT("abc"), 0, second), number + 1);
-  EXPECT_TRUE(fs::exists(HostPath(first)) && fs::exists(HostPath(second)));
-  EXPECT_EQ(ErrorOf(GetTempFileNameW(TEXT("C:\\none"), TEXT("a"), 0, first) != 0),
-            DWORD{ERROR_DIRECTORY});
-  EXPECT_EQ(ErrorOf(GetTempFileNameW(WideString(247, 'x').c_str(), TEXT("a"), 0, first) != 0),
-            DWORD{ERROR_BUFFER_OVERFLOW});
-}
-
-TEST_F(FilesTest, MovesObeyWhatIsThere) {
-  constexpr DWORD kReplace = MOVEFILE_REPLACE_EXISTING;
-  SetContent(TEXT("C:\\d\\a"), "a");
-  SetContent(TEXT("C:\\d\\b"), "b");
-  SetContent(TEXT("C:\\e\\x"), "x");
-  const auto move = [](LPCWSTR from, LPCWSTR to, DWORD flags) {
-    return ErrorOf(MoveFileExW(from, to, flags));
-  };
-  EXPECT_EQ(move(TEXT("C:\\d\\a"), TEXT("C:\\d\\b"), 0), DWORD{ERROR_ALREADY_EXISTS});
-  EXPECT_EQ(move(TEXT("C:\\d\\a"), TEXT("C:\\none\\b"), 0), DWORD{ERROR_PATH_NOT_FOUND});
-  EXPECT_EQ(move(TEXT("C:\\d\\none"), TEXT("C:\\d\\c"), 0), DWORD{ERROR_FILE_NOT_FOUND});
-  HANDLE file = Open(TEXT("C:\\d\\a"), GENERIC_READ, FILE_SHARE_READ);
-  EXPECT_EQ(move(TEXT("C:\\d\\a"), TEXT("C:\\d\\c"), 0), DWORD{ERROR_SHARING_VIOLATION});
-  EXPECT_EQ(move(TEXT("C:\\d\\b"), TEXT("C:\\d\\a"), kReplace), DWORD{ERROR_ACCESS_DENIED});
-  CloseHandle(file);
-  EXPECT_EQ(move(TEXT("C:\\d\\a"), TEXT("C:\\e"), kReplace), DWORD{ERROR_ACCESS_DENIED});
-  EXPECT_EQ(move(TEXT("C:\\d\\a"), TEXT("C:\\d\\b"), kReplace), DWORD{ERROR_SUCCESS});
-  EXPECT_EQ(Content(TEXT("C:\\d\\b")), "a");
-  EXPECT_TRUE(MoveFileW(TEXT("C:\\d\\b"), TEXT("C:\\D\\B"))) << "only the case";
-  EXPECT_EQ(Found(TEXT("C:\\d\\b")), TEXT("B "));
-  EXPECT_TRUE(MoveFileW(TEXT("C:\\e"), TEXT("C:\\d\\e"))) << "a directory with all it holds";
-  EXPECT_EQ(Content(TEXT("C:\\d\\e\\x")), "x");
-  EXPECT_EQ(ErrorOf(RemoveDirectoryW(TEXT("C:\\d\\e"))), DWORD{ERROR_DIR_NOT_EMPTY});
-  EXPECT_EQ(ErrorOf(RemoveDirectoryW(TEXT("C:\\d\\B"))), DWORD{ERROR_DIRECTORY});
-  DeleteFileW(TEXT("C:\\d\\e\\x"));
-  EXPECT_TRUE(RemoveDirectoryW(TEXT("C:\\d\\e")));
 }
 
 TEST_F(FilesTest, DelayedMovesAreWrittenDownForTheNextStart) {
