@@ -48,8 +48,10 @@ WideView WithoutBlanksAtEnd(WideView text) {
 DWORD ReadProfile(const ProfileFile& profile, LPCWSTR section, LPCWSTR key, LPCWSTR otherwise,
                   LPWSTR buffer, DWORD capacity) {
   if (section == nullptr) return CopyList(profile.Sections(), buffer, capacity);
-  if (key == nullptr) return CopyList(profile.Keys(section), buffer, capacity);
-  const auto value = profile.Value(section, key);
+  if (key == nullptr && profile.HasSection(section)) {
+    return CopyList(profile.Keys(section), buffer, capacity);
+  }
+  const auto value = key == nullptr ? std::nullopt : profile.Value(section, key);
   return CopyText(value ? *value : WithoutBlanksAtEnd(View(otherwise)), buffer, capacity);
 }
 

@@ -18,6 +18,7 @@ class ProfileFile {
   explicit ProfileFile(WideView name);
 
   std::vector<WideString> Sections() const;
+  bool HasSection(WideView section) const { return FindSection(section) <= lines_.size(); }
   // The names in a section, in their order.
   std::vector<WideString> Keys(WideView section) const;
   // The lines of a section that are not comments, "key=value" without blanks around the parts.
@@ -34,7 +35,7 @@ class ProfileFile {
   DWORD Save() const;
 
  private:
-  // The first line behind the section's head, or the number of lines when there is no section.
+  // The first line behind the section's head; one behind the end when there is no section.
   size_t FindSection(WideView section) const;
   size_t EndOfSection(size_t first) const;
   size_t FindKey(WideView section, WideView key) const;
