@@ -8,7 +8,7 @@ source scripts/preset.sh
 
 preset=$(host_preset host-x86)
 echo "== building ($preset)"
-build_preset "$preset"
+build_preset "$preset" kvctl kvmon8 kvmachine
 bin=build/$preset/bin
 
 echo "== a fresh machine below build/machine, its user an elevated administrator"
