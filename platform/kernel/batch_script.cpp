@@ -114,6 +114,8 @@ int RunBatchScript(WideView path) {
   std::vector<Command> script;
   if (ReadScript(path, script) != ERROR_SUCCESS) return 1;
   for (size_t next = 0; next < script.size();) {
+    // A script that has lost its file ends, as the system reads on in it line by line.
+    if (!ResolvePath(path).Exists()) return 1;
     const Command& command = script[next++];
     if (command.action == Action::kDelete) Delete(command.path);
     const bool jumps =

@@ -8,6 +8,7 @@
 namespace kv {
 
 std::unique_ptr<CHAR[]> ToAnsi(WideView text, int* size) {
+  *size = 0;
   const int length = static_cast<int>(text.size());
   // Code pages take two bytes at most for each unit of UTF-16; only UTF-8 takes three.
   const int needed = length == 0 ? 0
@@ -19,10 +20,12 @@ std::unique_ptr<CHAR[]> ToAnsi(WideView text, int* size) {
     ShowInternalError(TEXT("UnicodeToAnsiNew new char"));
     return nullptr;
   }
-  *size = needed == 0 ? 0
-                      : WideCharToMultiByte(CP_ACP, 0, text.data(), length, narrow.get(), capacity,
-                                            nullptr, nullptr);
-  return narrow;
+  if (length == 0) return narrow;
+  *size =
+      WideCharToMultiByte(CP_ACP, 0, text.data(), length, narrow.get(), capacity, nullptr, nullptr);
+  if (*size > 0) return narrow;
+  ShowLastError(TEXT("WideCharToMultiByte"));
+  return nullptr;
 }
 
 }  // namespace kv

@@ -96,6 +96,13 @@ TEST_F(FileTest, EveryFailedCallIsReportedWithItsReason) {
        IDS_CALL_FAILED, TEXT("SetFilePointer")},
       {"ReadFile", ERROR_READ_FAULT, [](File& f) { return f.AppendFromHandle(f.handle(), 0, 1); },
        IDS_CALL_FAILED, TEXT("ReadFile")},
+      {"WideCharToMultiByte", ERROR_INVALID_PARAMETER,
+       [](File& f) {
+         // The question for the size may fail; the conversion may not.
+         platform::FailCall("WideCharToMultiByte", 2, ERROR_INVALID_PARAMETER);
+         return f.printf(TEXT("x"));
+       },
+       IDS_CALL_FAILED, TEXT("WideCharToMultiByte")},
       {"CreateFileW", ERROR_ACCESS_DENIED, [](File& f) { return f.OpenRead(kPath); },
        IDS_FILE_NOT_OPENED, kPath},
       {"CreateFileW", ERROR_ACCESS_DENIED, [](File& f) { return f.OpenWrite(kPath); },
