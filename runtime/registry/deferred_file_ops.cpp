@@ -139,6 +139,11 @@ BOOL CDeferredFileOps::RemovePendingRename(LPCWSTR source, LPCWSTR target) {
   memmove(pair, listCursor_, restBytes);
   listSize_ -= pairBytes;
   listCursor_ = pair;
+  if (restBytes == 0) {
+    // Somebody stored the list without its final terminator, which the shorter one gets.
+    *pair = 0;
+    listSize_ += sizeof(WCHAR);
+  }
   // Writing goes through a key of its own: opening the snapshot's key again would use its buffer.
   RegKey key;
   if (key.OpenRW(HKEY_LOCAL_MACHINE, kSessionManager))
