@@ -41,8 +41,6 @@ int CompareFiles(LPCWSTR a, LPCWSTR b, CompareContents contents) {
   if (first.nFileSizeHigh != second.nFileSizeHigh || first.nFileSizeLow != second.nFileSizeLow)
     return 0;
   if (contents == CompareContents::kNo) return ChangeTime(first) == ChangeTime(second);
-  // An empty file cannot be mapped; two of them are equal.
-  if (first.nFileSizeHigh == 0 && first.nFileSizeLow == 0) return 1;
   return CompareBytes(a, b);
 }
 
