@@ -74,13 +74,14 @@ bool HoldsAcl(std::span<const uint8_t> bytes) {
   if (bytes.size() < sizeof(ACL)) return false;
   ACL acl;
   std::memcpy(&acl, bytes.data(), sizeof acl);
-  if (acl.AclSize < sizeof acl || acl.AclSize > bytes.size()) return false;
+  // Lists and entries are whole numbers of double words, so that all that follows stays aligned.
+  if (acl.AclSize < sizeof acl || acl.AclSize > bytes.size() || acl.AclSize % 4 != 0) return false;
   bytes = bytes.subspan(sizeof acl, acl.AclSize - sizeof acl);
   for (WORD i = 0; i < acl.AceCount; ++i) {
     ACE_HEADER head;
     if (bytes.size() < sizeof head) return false;
     std::memcpy(&head, bytes.data(), sizeof head);
-    if (head.AceSize < 8 || head.AceSize > bytes.size()) return false;
+    if (head.AceSize < 8 || head.AceSize > bytes.size() || head.AceSize % 4 != 0) return false;
     const bool has_sid =
         head.AceType <= ACCESS_DENIED_ACE_TYPE || head.AceType == SYSTEM_MANDATORY_LABEL_ACE_TYPE;
     if (has_sid && !HoldsSid(bytes.subspan(8, head.AceSize - 8))) return false;
