@@ -15,12 +15,14 @@ function(kv_resource_image)
   get_filename_component(source ${IMAGE_SOURCE} ABSOLUTE)
   get_filename_component(folder ${source} DIRECTORY)
   get_filename_component(title ${IMAGE_OUTPUT} NAME)
-  set(work ${CMAKE_CURRENT_BINARY_DIR}/${title})
+  # Inputs are relative names: the Windows tools take an absolute path such as /check/… for an option.
   add_custom_command(
     OUTPUT ${IMAGE_OUTPUT}
-    COMMAND ${CMAKE_CXX_COMPILER} -E -P -xc -DRC_INVOKED -I${folder} ${source} -o ${work}.i.rc
-    COMMAND ${KV_LLVM_RC} -no-cpp /C 65001 /I ${folder} /FO ${work}.res ${work}.i.rc
-    COMMAND ${KV_LLD_LINK} /dll /noentry /Brepro /machine:${KV_PE_MACHINE} /implib:${work}.lib /out:${IMAGE_OUTPUT} ${work}.res
+    COMMAND ${CMAKE_CXX_COMPILER} -E -P -xc -DRC_INVOKED -I${folder} ${source} -o ${title}.i.rc
+    COMMAND ${KV_LLVM_RC} -no-cpp /C 65001 /I ${folder} /FO ${title}.res ${title}.i.rc
+    COMMAND ${KV_LLD_LINK} /dll /noentry /Brepro /machine:${KV_PE_MACHINE} /implib:${title}.lib
+            /out:${IMAGE_OUTPUT} ${title}.res
+    WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}
     DEPENDS ${source} ${IMAGE_DEPENDS}
     VERBATIM)
 endfunction()
