@@ -45,24 +45,64 @@
 #define BS_DEFPUSHBUTTON 0x0001
 #define BN_CLICKED 0
 
+#define WM_NULL 0x0000
 #define WM_CREATE 0x0001
 #define WM_DESTROY 0x0002
 #define WM_ACTIVATE 0x0006
+#define WM_SETFOCUS 0x0007
+#define WM_KILLFOCUS 0x0008
 #define WM_ENABLE 0x000A
 #define WM_SETTEXT 0x000C
 #define WM_GETTEXT 0x000D
 #define WM_GETTEXTLENGTH 0x000E
+#define WM_PAINT 0x000F
 #define WM_CLOSE 0x0010
+#define WM_QUIT 0x0012
 #define WM_SETFONT 0x0030
 #define WM_GETFONT 0x0031
 #define WM_NCCREATE 0x0081
 #define WM_NCDESTROY 0x0082
+#define WM_GETDLGCODE 0x0087
+#define WM_KEYFIRST 0x0100
+#define WM_KEYDOWN 0x0100
+#define WM_KEYUP 0x0101
+#define WM_CHAR 0x0102
+#define WM_KEYLAST 0x0109
 #define WM_INITDIALOG 0x0110
 #define WM_COMMAND 0x0111
+#define WM_TIMER 0x0113
 #define WM_USER 0x0400
+#define DM_GETDEFID (WM_USER + 0)
+#define DC_HASDEFID 0x534B
+#define DLGC_DEFPUSHBUTTON 0x0010
+#define DLGC_UNDEFPUSHBUTTON 0x0020
+#define DLGC_STATIC 0x0100
+#define DLGC_BUTTON 0x2000
 #define WM_APP 0x8000
 #define WA_INACTIVE 0
 #define WA_ACTIVE 1
+#define WA_CLICKACTIVE 2
+
+#define VK_TAB 0x09
+#define VK_RETURN 0x0D
+#define VK_ESCAPE 0x1B
+#define VK_SPACE 0x20
+
+#define PM_NOREMOVE 0x0000
+#define PM_REMOVE 0x0001
+#define QS_KEY 0x0001
+#define QS_MOUSEMOVE 0x0002
+#define QS_MOUSEBUTTON 0x0004
+#define QS_POSTMESSAGE 0x0008
+#define QS_TIMER 0x0010
+#define QS_PAINT 0x0020
+#define QS_SENDMESSAGE 0x0040
+#define QS_HOTKEY 0x0080
+#define QS_ALLPOSTMESSAGE 0x0100
+#define QS_RAWINPUT 0x0400
+#define QS_MOUSE (QS_MOUSEMOVE | QS_MOUSEBUTTON)
+#define QS_INPUT (QS_MOUSE | QS_KEY | QS_RAWINPUT)
+#define QS_ALLINPUT (QS_INPUT | QS_POSTMESSAGE | QS_TIMER | QS_PAINT | QS_HOTKEY | QS_SENDMESSAGE)
 
 #define SW_HIDE 0
 #define CF_TEXT 1
@@ -88,6 +128,7 @@
 #define HCBT_CREATEWND 3
 #define HCBT_DESTROYWND 4
 #define HCBT_ACTIVATE 5
+#define HCBT_SETFOCUS 9
 
 #define IDOK 1
 #define IDCANCEL 2
@@ -124,7 +165,18 @@ typedef LRESULT(CALLBACK* WNDPROC)(HWND, UINT, WPARAM, LPARAM);
 typedef INT_PTR(CALLBACK* DLGPROC)(HWND, UINT, WPARAM, LPARAM);
 typedef LRESULT(CALLBACK* HOOKPROC)(int code, WPARAM, LPARAM);
 typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
+typedef void(CALLBACK* TIMERPROC)(HWND, UINT, UINT_PTR, DWORD);
 }
+
+typedef struct tagMSG {
+  HWND hwnd;
+  UINT message;
+  WPARAM wParam;
+  LPARAM lParam;
+  DWORD time;
+  POINT pt;
+} MSG, *PMSG, *LPMSG;
+static_assert(sizeof(MSG) == (sizeof(void*) == 4 ? 28 : 48));
 
 typedef struct tagWNDCLASSW {
   UINT style;
@@ -215,12 +267,39 @@ HWND WINAPI CreateWindowExW(DWORD ex_style, LPCWSTR class_name, LPCWSTR title, D
 // the windows that it owns.
 BOOL WINAPI DestroyWindow(HWND window);
 BOOL WINAPI IsWindow(HWND window);
-// Calls the window's procedure, on the thread that owns the window. 0 for a window of another
-// thread (ERROR_CALL_NOT_IMPLEMENTED).
+// Calls the window's procedure, on the thread that owns the window, and returns its result. For a
+// window of another thread it waits until that thread looks at its messages, and serves meanwhile
+// what others send to the calling thread; 0 when the window goes away before.
 LRESULT WINAPI SendMessageW(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
 LRESULT WINAPI DefWindowProcW(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
 LRESULT WINAPI CallWindowProcW(WNDPROC previous, HWND window, UINT message, WPARAM wparam,
                                LPARAM lparam);
+// Appends a message to the queue of the window's thread, of the calling thread when `window` is
+// null. FALSE: ERROR_INVALID_WINDOW_HANDLE, ERROR_INVALID_THREAD_ID (the thread has ended).
+BOOL WINAPI PostMessageW(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
+// Lets PeekMessageW answer WM_QUIT with the exit code as wParam once nothing posted is left.
+void WINAPI PostQuitMessage(int exit_code);
+// Calls the procedures for what other threads have sent, then looks at the calling thread's queue:
+// messages posted, WM_QUIT (whatever the range), WM_PAINT, WM_TIMER. Takes those of `window` and
+// its children (null: all) with numbers from `first` to `last` (both 0: all); PM_REMOVE takes the
+// message out, PM_NOREMOVE only looks. FALSE when there is none.
+BOOL WINAPI PeekMessageW(LPMSG message, HWND window, UINT first, UINT last, UINT flags);
+// Posts WM_CHAR for a key that types a character; TRUE for a message of the keyboard.
+BOOL WINAPI TranslateMessage(const MSG* message);
+// Calls the procedure of the message's window; 0 when there is none.
+LRESULT WINAPI DispatchMessageW(const MSG* message);
+// Handles a message for the dialog or a window below it: Escape and Enter press buttons, Tab moves
+// the focus, everything else is translated and dispatched. FALSE, with nothing done, for messages
+// of other windows.
+BOOL WINAPI IsDialogMessageW(HWND dialog, LPMSG message);
+// Has WM_TIMER come to a window of the calling thread each `period` milliseconds (10 at least),
+// with `id` (not 0) as wParam; an id that the window has already begins anew. `procedure` must be
+// null. Returns the id, 0 on failure.
+UINT_PTR WINAPI SetTimer(HWND window, UINT_PTR id, UINT period, TIMERPROC procedure);
+// FALSE when the window has no such timer. A WM_TIMER of it does not come any more.
+BOOL WINAPI KillTimer(HWND window, UINT_PTR id);
+// Paints now what wants to be painted of the window and those below it.
+BOOL WINAPI UpdateWindow(HWND window);
 // Read and replace a field of the window (GWL_…, GWLP_…, or a byte offset into its extra bytes);
 // the result is the (previous) value, 0 on failure (ERROR_INVALID_WINDOW_HANDLE,
 // ERROR_INVALID_INDEX).
@@ -245,6 +324,12 @@ HWND WINAPI GetParent(HWND window);
 HWND WINAPI GetDlgItem(HWND dialog, int id);
 DWORD WINAPI GetWindowThreadProcessId(HWND window, LPDWORD process);
 BOOL WINAPI IsWindowEnabled(HWND window);
+// Gives the keyboard to a window of the calling thread (null: to none), whose top-level window
+// becomes active; returns the window that had it. Null, with the focus where it was, when the
+// window or one above it is disabled or minimised, or a hook objects.
+HWND WINAPI SetFocus(HWND window);
+// The calling thread's window with the keyboard.
+HWND WINAPI GetFocus();
 // Returns whether the window was disabled before.
 BOOL WINAPI EnableWindow(HWND window, BOOL enable);
 BOOL WINAPI GetWindowRect(HWND window, LPRECT rectangle);
@@ -260,8 +345,9 @@ BOOL WINAPI SetPropW(HWND window, LPCWSTR name, HANDLE value);
 HANDLE WINAPI GetPropW(HWND window, LPCWSTR name);
 HANDLE WINAPI RemovePropW(HWND window, LPCWSTR name);
 
-// Hooks of one thread; WH_CBT with HCBT_CREATEWND, HCBT_DESTROYWND and HCBT_ACTIVATE. The hook set
-// last is called first and passes the call on with CallNextHookEx, which does not look at `hook`.
+// Hooks of one thread; WH_CBT with HCBT_CREATEWND, HCBT_DESTROYWND, HCBT_ACTIVATE and
+// HCBT_SETFOCUS. The hook set last is called first and passes the call on with CallNextHookEx,
+// which does not look at `hook`.
 HHOOK WINAPI SetWindowsHookExW(int type, HOOKPROC procedure, HINSTANCE module, DWORD thread);
 BOOL WINAPI UnhookWindowsHookEx(HHOOK hook);
 LRESULT WINAPI CallNextHookEx(HHOOK hook, int code, WPARAM wparam, LPARAM lparam);

@@ -6,17 +6,13 @@
 #include "platform/control/machine.h"
 #include "platform/kernel/api_call.h"
 #include "platform/user/hooks.h"
+#include "platform/user/message_queue.h"
 
 namespace platform {
 namespace {
 
 // Width of a frame with a caption.
 constexpr int kFrame = 3;
-
-// What the system keeps for a thread that has windows.
-struct ThreadState {
-  HWND active = nullptr;
-};
 
 struct WindowTree {
   std::mutex mutex;
@@ -53,26 +49,19 @@ void Insert(const WindowPointer& window) {
 }
 
 void Remove(const WindowPointer& window) {
+  ForgetWindow(window->thread, window->handle);
   WindowLock lock;
   std::erase(tree().order[window->parent], window->handle);
   tree().order.erase(window->handle);
   tree().windows.erase(window->handle);
   for (auto& [thread, state] : tree().threads) {
     if (state.active == window->handle) state.active = nullptr;
+    if (state.focus == window->handle) state.focus = nullptr;
   }
 }
 
 bool Exists(const WindowPointer& window) {
   return WindowOf(window->handle) != nullptr;
-}
-
-// The top-level window of a window; with the lock held.
-HWND TopLevelOf(HWND handle) {
-  for (WindowPointer window = Find(handle); window != nullptr; window = Find(handle)) {
-    if (window->parent == nullptr) return handle;
-    handle = window->parent;
-  }
-  return nullptr;
 }
 
 // Puts the new window below its parent or owner; false with the last error set when it cannot be.
@@ -94,7 +83,8 @@ bool SetFamily(Window& window, const CREATESTRUCTW& record) {
     window.id = reinterpret_cast<LONG_PTR>(record.hMenu);
     origin = ClientArea(parent->style, parent->rectangle);
   } else {
-    window.owner = TopLevelOf(record.hwndParent);
+    const auto line = LineOf(record.hwndParent);
+    window.owner = line.empty() ? nullptr : line.back()->handle;
   }
   window.rectangle = {origin.left + record.x, origin.top + record.y,
                       origin.left + record.x + record.cx, origin.top + record.y + record.cy};
@@ -167,7 +157,7 @@ void DestroyOwned(const WindowPointer& owner) {
 
 // With the lock held: makes the window the thread's active one and returns the one before.
 WindowPointer SetActive(const WindowPointer& window) {
-  ThreadState& thread = tree().threads[window->thread];
+  ThreadState& thread = StateOf(window->thread);
   const WindowPointer before = Find(thread.active);
   thread.active = window->handle;
   for (WindowPointer w = window; w != nullptr; w = Find(w->owner)) {
@@ -205,12 +195,28 @@ WindowPointer RequireWindow(HWND handle) {
   return window != nullptr ? window : Fail(ERROR_INVALID_WINDOW_HANDLE);
 }
 
+ThreadState& StateOf(DWORD thread) {
+  return tree().threads[thread];
+}
+
+std::vector<WindowPointer> LineOf(HWND handle) {
+  std::vector<WindowPointer> line;
+  for (WindowPointer w = Find(handle); w != nullptr; w = Find(w->parent)) line.push_back(w);
+  return line;
+}
+
 std::vector<WindowPointer> ChildrenOf(HWND parent) {
   std::vector<WindowPointer> result;
   const auto found = tree().order.find(parent);
   if (found == tree().order.end()) return result;
   for (HWND handle : found->second) result.push_back(Find(handle));
   return result;
+}
+
+bool IsSameOrBelow(HWND window, HWND ancestor) {
+  const auto line = LineOf(window);
+  return std::any_of(line.begin(), line.end(),
+                     [=](const WindowPointer& w) { return w->handle == ancestor; });
 }
 
 RECT ClientArea(DWORD style, const RECT& rectangle) {
@@ -251,16 +257,25 @@ WindowPointer NewWindow(CREATESTRUCTW& record) {
   window->ex_style = record.dwExStyle;
   window->extra.resize(window->window_class->data.cbWndExtra);
   if (!SetFamily(*window, record)) return nullptr;
+  OpenQueue();
   Insert(window);
   return Announce(window, record) ? window : nullptr;
 }
 
 void ShowAndActivate(const WindowPointer& window) {
-  CBTACTIVATESTRUCT activation = {};
   {
     WindowLock lock;
     window->style |= WS_VISIBLE;
-    activation.hWndActive = tree().threads[window->thread].active;
+    Invalidate(*window);
+  }
+  Activate(window);
+}
+
+void Activate(const WindowPointer& window) {
+  CBTACTIVATESTRUCT activation = {};
+  {
+    WindowLock lock;
+    activation.hWndActive = StateOf(window->thread).active;
   }
   const auto handle = reinterpret_cast<WPARAM>(window->handle);
   if (CallCbtHooks(HCBT_ACTIVATE, handle, reinterpret_cast<LPARAM>(&activation)) != 0) return;
@@ -326,7 +341,7 @@ BOOL WINAPI DestroyWindow(HWND handle) {
   {
     WindowLock lock;
     window->being_destroyed = true;
-    was_active = tree().threads[window->thread].active == handle;
+    was_active = StateOf(window->thread).active == handle;
   }
   DestroyOwned(window);
   SendDestroy(window);

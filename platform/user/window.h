@@ -35,7 +35,14 @@ struct Window {
   std::vector<BYTE> extra;
   std::map<WideString, HANDLE, LessNoCase> properties;
   bool being_destroyed = false;
+  bool needs_paint = false;
   CountedResource counted{Resource::kWindow};
+};
+
+// What the system keeps for a thread that has windows.
+struct ThreadState {
+  HWND active = nullptr;
+  HWND focus = nullptr;
 };
 
 // While one lives, the tree belongs to the calling thread. No procedure, hook or callback is called
@@ -56,9 +63,15 @@ WindowPointer WindowOf(HWND handle);
 // The same with ERROR_INVALID_WINDOW_HANDLE as last error.
 WindowPointer RequireWindow(HWND handle);
 
+// Both under a WindowLock.
+ThreadState& StateOf(DWORD thread);
+// A window and those above it, up to the top-level one; empty when it does not exist.
+std::vector<WindowPointer> LineOf(HWND window);
 // Under a WindowLock: the top-level windows (`parent` null) from the front to the back, or the
 // children in the order of their creation.
 std::vector<WindowPointer> ChildrenOf(HWND parent);
+// Under a WindowLock: whether `window` is `ancestor` or one of the windows below it.
+bool IsSameOrBelow(HWND window, HWND ancestor);
 // The area inside the frame of a window of a style.
 RECT ClientArea(DWORD style, const RECT& rectangle);
 
@@ -70,7 +83,11 @@ LRESULT CallProcedure(const WindowPointer& window, UINT message, WPARAM wparam, 
 // Creates a window of the calling thread as CreateWindowExW does, hooks and messages included; null
 // on failure with the last error set. `record` names class and title for them.
 WindowPointer NewWindow(CREATESTRUCTW& record);
-// Makes a top-level window visible and active, in front of the others, unless a hook objects.
+// Under a WindowLock: has the window's procedure paint the window when its thread gets to it.
+void Invalidate(Window& window);
+// Makes a top-level window active, in front of the others, unless a hook objects.
+void Activate(const WindowPointer& window);
+// The same for one that becomes visible.
 void ShowAndActivate(const WindowPointer& window);
 
 }  // namespace platform

@@ -244,6 +244,14 @@ LRESULT WINAPI DefWindowProcW(HWND handle, UINT message, WPARAM wparam, LPARAM l
     case WM_CLOSE:
       DestroyWindow(handle);
       return 0;
+    case WM_PAINT: {
+      WindowLock lock;
+      window->needs_paint = false;
+      return 0;
+    }
+    case WM_ACTIVATE:
+      if (LOWORD(wparam) != WA_INACTIVE && HIWORD(wparam) == 0) SetFocus(handle);
+      return 0;
     default:
       return 0;
   }

@@ -1,4 +1,4 @@
-// Finding windows, and the calls of their procedures by others.
+// Finding windows.
 #include <algorithm>
 
 #include "platform/kernel/api_call.h"
@@ -77,22 +77,4 @@ HWND WINAPI GetDlgItem(HWND dialog, int id) {
   }
   SetLastError(ERROR_CONTROL_ID_NOT_FOUND);
   return nullptr;
-}
-
-LRESULT WINAPI SendMessageW(HWND handle, UINT message, WPARAM wparam, LPARAM lparam) {
-  KV_API_NOFAIL(SendMessageW, 0, handle, message, wparam, lparam);
-  const WindowPointer window = RequireWindow(handle);
-  if (window == nullptr) return 0;
-  if (window->thread != GetCurrentThreadId()) {
-    SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
-    return 0;
-  }
-  return CallProcedure(window, message, wparam, lparam);
-}
-
-LRESULT WINAPI CallWindowProcW(WNDPROC previous, HWND window, UINT message, WPARAM wparam,
-                               LPARAM lparam) {
-  KV_API_NOFAIL(CallWindowProcW, 0, previous, window, message, wparam, lparam);
-  ProductCallback call;
-  return previous(window, message, wparam, lparam);
 }
