@@ -1,88 +1,100 @@
-#include <algorithm>
-#include <cstring>
+#include "platform/gdi/font.h"
+
+#include <cstdlib>
 
 #include "platform/control/facts.h"
-#include "platform/gdi/gdi_object.h"
+#include "platform/control/machine.h"
+#include "platform/gdi/charsets.h"
+#include "platform/gdi/device_context.h"
 #include "platform/kernel/api_call.h"
 #include "platform/kernel/code_page.h"
-#include "platform/kernel/machine.h"
+#include "platform/kernel/text.h"
 
 namespace platform {
 namespace {
 
-struct Charset {
-  BYTE number;
-  UINT code_page;
-  DWORD signature;  // its bit in a font signature
-};
+constexpr LONG kDefaultHeight = 16;
 
-constexpr Charset kCharsets[] = {
-    {ANSI_CHARSET, 1252, 1u << 0},       {EASTEUROPE_CHARSET, 1250, 1u << 1},
-    {RUSSIAN_CHARSET, 1251, 1u << 2},    {GREEK_CHARSET, 1253, 1u << 3},
-    {TURKISH_CHARSET, 1254, 1u << 4},    {HEBREW_CHARSET, 1255, 1u << 5},
-    {ARABIC_CHARSET, 1256, 1u << 6},     {BALTIC_CHARSET, 1257, 1u << 7},
-    {VIETNAMESE_CHARSET, 1258, 1u << 8}, {THAI_CHARSET, 874, 1u << 16},
-    {SHIFTJIS_CHARSET, 932, 1u << 17},   {GB2312_CHARSET, 936, 1u << 18},
-    {HANGUL_CHARSET, 949, 1u << 19},     {CHINESEBIG5_CHARSET, 950, 1u << 20},
-    {JOHAB_CHARSET, 1361, 1u << 21},     {SYMBOL_CHARSET, 42, 1u << 31},
-};
-
-BYTE CharsetOf(UINT code_page) {
-  for (const Charset& charset : kCharsets) {
-    if (charset.code_page == code_page) return charset.number;
-  }
-  return DEFAULT_CHARSET;
+LONG CellHeight(LONG height) {
+  if (height > 0) return height;
+  return height == 0 ? kDefaultHeight : -height + -height * 3 / 16;
 }
 
-// The font of dialogs, as the machine's facts describe it at the time of asking.
-class GuiFont : public GdiObject {
- public:
-  int Describe(void* buffer, int size) const override {
-    LOGFONTW font = {};
-    if (buffer == nullptr) return sizeof(font);
-    if (size < static_cast<int>(sizeof(font))) return 0;
-    font.lfHeight = static_cast<LONG>(FactNumber(facts::kGuiFontHeight, -11));
-    font.lfWeight = FW_NORMAL;
-    font.lfCharSet =
-        static_cast<BYTE>(FactNumber(facts::kGuiFontCharset, CharsetOf(AnsiCodePage())));
-    const WideString face = ToWide(Fact(facts::kGuiFontFace, "MS Shell Dlg"));
-    face.copy(font.lfFaceName, LF_FACESIZE - 1);
-    std::memcpy(buffer, &font, sizeof(font));
-    return sizeof(font);
-  }
-};
-
 }  // namespace
+
+int Font::Describe(void* buffer, int size) const {
+  const LOGFONTW description = Description();
+  return CopyDescription(&description, sizeof description, buffer, size);
+}
+
+TEXTMETRICW Font::Metrics() const {
+  const LOGFONTW font = Description();
+  TEXTMETRICW metrics = {};
+  const LONG cell = CellHeight(font.lfHeight);
+  metrics.tmHeight = cell;
+  metrics.tmDescent = cell / 6;
+  metrics.tmAscent = cell - metrics.tmDescent;
+  // The cell is the character height and 3/16 of it: 16/19 of the cell.
+  metrics.tmInternalLeading = font.lfHeight < 0 ? cell + font.lfHeight : cell * 3 / 19;
+  metrics.tmExternalLeading = (cell + 8) / 16;
+  metrics.tmAveCharWidth = font.lfWidth != 0 ? std::abs(font.lfWidth) : (cell * 2 + 2) / 5;
+  metrics.tmMaxCharWidth = metrics.tmAveCharWidth;
+  metrics.tmWeight = font.lfWeight == 0 ? FW_NORMAL : font.lfWeight;
+  const LONG dpi = static_cast<LONG>(FactNumber(facts::kScreenDpi, kDefaultDpi));
+  metrics.tmDigitizedAspectX = dpi;
+  metrics.tmDigitizedAspectY = dpi;
+  metrics.tmFirstChar = ' ';
+  metrics.tmLastChar = 0xFFFC;
+  metrics.tmDefaultChar = 0x1F;
+  metrics.tmBreakChar = ' ';
+  metrics.tmItalic = font.lfItalic;
+  metrics.tmUnderlined = font.lfUnderline;
+  metrics.tmStruckOut = font.lfStrikeOut;
+  metrics.tmPitchAndFamily = TMPF_VECTOR | TMPF_TRUETYPE;
+  metrics.tmCharSet = font.lfCharSet;
+  return metrics;
+}
+
+LOGFONTW GuiFont::Description() const {
+  LOGFONTW font = {};
+  font.lfHeight = static_cast<LONG>(FactNumber(facts::kGuiFontHeight, -11));
+  font.lfWeight = FW_NORMAL;
+  font.lfCharSet = static_cast<BYTE>(FactNumber(facts::kGuiFontCharset, CharsetOf(AnsiCodePage())));
+  ToWide(Fact(facts::kGuiFontFace, "MS Shell Dlg")).copy(font.lfFaceName, LF_FACESIZE - 1);
+  return font;
+}
+
 }  // namespace platform
 
 using namespace platform;
 
-HGDIOBJ WINAPI GetStockObject(int index) {
-  KV_API(GetStockObject, ERROR_INVALID_PARAMETER, nullptr, index);
-  if (index != DEFAULT_GUI_FONT) {
-    SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+HFONT WINAPI CreateFontIndirectW(const LOGFONTW* font) {
+  KV_API(CreateFontIndirectW, ERROR_INVALID_PARAMETER, nullptr, font);
+  if (font == nullptr) {
+    SetLastError(ERROR_INVALID_PARAMETER);
     return nullptr;
   }
-  static const HGDIOBJ gui_font = AddStockObject(std::make_shared<GuiFont>());
-  return gui_font;
+  return static_cast<HFONT>(AddGdiObject(std::make_shared<Font>(*font)));
 }
 
-BOOL WINAPI TranslateCharsetInfo(LPDWORD source, LPCHARSETINFO info, DWORD flags) {
-  KV_API(TranslateCharsetInfo, ERROR_INVALID_PARAMETER, FALSE, source, info, flags);
-  if (flags != TCI_SRCCHARSET) {
-    SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
-    return FALSE;
-  }
-  const auto wanted = reinterpret_cast<ULONG_PTR>(source);
-  const auto found = std::find_if(std::begin(kCharsets), std::end(kCharsets),
-                                  [&](const Charset& c) { return c.number == wanted; });
-  if (found == std::end(kCharsets)) {
+BOOL WINAPI GetTextMetricsW(HDC handle, LPTEXTMETRICW metrics) {
+  KV_API(GetTextMetricsW, ERROR_INVALID_HANDLE, FALSE, handle, metrics);
+  const auto context = RequireGdiObject<DeviceContext>(handle);
+  if (context == nullptr) return FALSE;
+  *metrics = context->font().Metrics();
+  return TRUE;
+}
+
+BOOL WINAPI GetTextExtentPoint32W(HDC handle, LPCWSTR text, int length, LPSIZE size) {
+  KV_API(GetTextExtentPoint32W, ERROR_INVALID_HANDLE, FALSE, handle, text, length, size);
+  const auto context = RequireGdiObject<DeviceContext>(handle);
+  if (context == nullptr) return FALSE;
+  if (length < 0 || (text == nullptr && length > 0)) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;
   }
-  *info = {};
-  info->ciCharset = found->number;
-  info->ciACP = found->code_page;
-  info->fs.fsCsb[0] = found->signature;
+  const TEXTMETRICW metrics = context->font().Metrics();
+  size->cx = length * (metrics.tmAveCharWidth + context->state().character_extra);
+  size->cy = metrics.tmHeight;
   return TRUE;
 }
