@@ -9,9 +9,12 @@
 
 extern "C" {
 // Maps a whole file, PAGE_READONLY or PAGE_READWRITE, made `size` long when it is shorter (0: its
-// own size).
+// own size); files have no names here. INVALID_HANDLE_VALUE: zeroed memory of that size,
+// PAGE_READWRITE, with the names of synchapi.h; what exists keeps its own size.
 HANDLE WINAPI CreateFileMappingW(HANDLE file, LPSECURITY_ATTRIBUTES attributes, DWORD protection,
                                  DWORD size_high, DWORD size_low, LPCWSTR name);
+// Memory by name, for FILE_MAP_ALL_ACCESS; ERROR_FILE_NOT_FOUND when there is none.
+HANDLE WINAPI OpenFileMappingW(DWORD access, BOOL inherit, LPCWSTR name);
 // A view of the whole mapping, which outlives the mapping's handle.
 LPVOID WINAPI MapViewOfFile(HANDLE mapping, DWORD access, DWORD offset_high, DWORD offset_low,
                             SIZE_T size);

@@ -7,6 +7,10 @@
 #define IDLE_PRIORITY_CLASS 0x00000040
 #define THREAD_PRIORITY_IDLE (-15)
 #define STARTF_USESHOWWINDOW 0x00000001
+// The exit code of what has not ended.
+#define STILL_ACTIVE ((DWORD)0x00000103)
+
+typedef DWORD(WINAPI* LPTHREAD_START_ROUTINE)(LPVOID parameter);
 
 typedef struct _STARTUPINFOW {
   DWORD cb;
@@ -47,6 +51,11 @@ BOOL WINAPI CreateProcessW(LPCWSTR application, LPWSTR command_line,
                            LPSECURITY_ATTRIBUTES thread_attributes, BOOL inherit_handles,
                            DWORD flags, LPVOID environment, LPCWSTR directory,
                            LPSTARTUPINFOW startup, LPPROCESS_INFORMATION information);
+// A thread of this process that runs `routine`, whose result is its exit code; no flags.
+HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES attributes, SIZE_T stack_size,
+                           LPTHREAD_START_ROUTINE routine, LPVOID parameter, DWORD flags,
+                           LPDWORD id);
+BOOL WINAPI GetExitCodeThread(HANDLE thread, LPDWORD exit_code);
 BOOL WINAPI SetThreadPriority(HANDLE thread, int priority);
 DWORD WINAPI ResumeThread(HANDLE thread);
 HANDLE WINAPI GetCurrentProcess();

@@ -1,8 +1,12 @@
 #include "platform/kernel/clock.h"
 
+#include <linux/futex.h>
+#include <sys/syscall.h>
 #include <time.h>
+#include <unistd.h>
 
-#include <atomic>
+#include <algorithm>
+#include <climits>
 #include <map>
 #include <set>
 
@@ -22,8 +26,13 @@ struct ClockState {
   std::atomic<bool> is_virtual = false;
   uint64_t sixteenths = kVirtualUpTime * 16;  // virtual up time in 1/16 ms
   int known_threads = 0;
+  // Those that wait and have looked since the last WakeWaiters; time does not pass over the others.
   int waiting_threads = 0;
+  uint64_t wakes = 0;
   std::multiset<uint64_t> deadlines;
+  // Where waits on the host's clock sleep.
+  WakeWord own_word;
+  WakeWord* word = &own_word;
 };
 
 ClockState& state() {
@@ -65,13 +74,47 @@ void MoveIfAllWait() {
   clock.changed.notify_all();
 }
 
+// Sleeps until the word differs from `seen` or the deadline has come; the lock is given up
+// meanwhile.
+void SleepOnWord(std::unique_lock<std::mutex>& lock, WakeWord& word, uint32_t seen,
+                 uint64_t deadline) {
+  timespec left = {};
+  const uint64_t now = HostMilliseconds();
+  const uint64_t milliseconds = deadline > now ? std::min<uint64_t>(deadline - now, INT_MAX) : 0;
+  left.tv_sec = static_cast<time_t>(milliseconds / 1000);
+  left.tv_nsec = static_cast<long>(milliseconds % 1000 * 1'000'000);
+  ++word.sleepers;
+  lock.unlock();
+  syscall(SYS_futex, &word.changes, FUTEX_WAIT, seen, deadline == kNever ? nullptr : &left, nullptr,
+          0);
+  lock.lock();
+  --word.sleepers;
+}
+
+void WakeSleepers(WakeWord& word) {
+  ++word.changes;
+  if (word.sleepers != 0) syscall(SYS_futex, &word.changes, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+}
+
 }  // namespace
+
+void KnowThisThread() {
+  RegisterThread();
+}
+
+void ShareWakes(WakeWord* word) {
+  std::lock_guard lock(state().mutex);
+  WakeWord& old = *state().word;
+  state().word = word != nullptr ? word : &state().own_word;
+  WakeSleepers(old);
+}
 
 void UseVirtualClock(bool on) {
   std::lock_guard lock(state().mutex);
   state().is_virtual = on;
   state().sixteenths = kVirtualUpTime * 16;
   state().changed.notify_all();
+  WakeSleepers(*state().word);
 }
 
 bool ClockIsVirtual() {
@@ -107,7 +150,10 @@ uint64_t DeadlineAfter(uint32_t milliseconds) {
 
 void WakeWaiters() {
   std::lock_guard lock(state().mutex);
+  ++state().wakes;
+  state().waiting_threads = 0;
   state().changed.notify_all();
+  WakeSleepers(*state().word);
 }
 
 bool WaitOnClock(uint64_t deadline, const std::function<bool()>& ready) {
@@ -115,23 +161,23 @@ bool WaitOnClock(uint64_t deadline, const std::function<bool()>& ready) {
   ClockState& clock = state();
   std::unique_lock lock(clock.mutex);
   for (;;) {
+    WakeWord& word = *clock.word;
+    const uint32_t seen = word.changes;
     if (ready()) return true;
     const uint64_t now = clock.is_virtual ? clock.sixteenths / 16 : HostMilliseconds();
     if (now >= deadline) return false;
     if (!clock.is_virtual) {
-      if (deadline == kNever) {
-        clock.changed.wait(lock);
-      } else {
-        clock.changed.wait_for(lock, std::chrono::milliseconds(deadline - now));
-      }
+      SleepOnWord(lock, word, seen, deadline);
       continue;
     }
     const auto mine = clock.deadlines.insert(deadline);
     ++clock.waiting_threads;
+    const uint64_t wakes = clock.wakes;
     const uint64_t before = clock.sixteenths;
     MoveIfAllWait();
     if (clock.sixteenths == before) clock.changed.wait(lock);
-    --clock.waiting_threads;
+    // A wake has counted everybody out already.
+    if (clock.wakes == wakes) --clock.waiting_threads;
     clock.deadlines.erase(mine);
   }
 }
