@@ -4,7 +4,6 @@
 
 #include <windows.h>
 
-#include <array>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -12,6 +11,8 @@
 #include "platform/gdi/bitmap.h"
 #include "platform/gdi/font.h"
 #include "platform/gdi/gdi_object.h"
+#include "platform/gdi/path.h"
+#include "platform/gdi/region.h"
 #include "platform/gdi/transform.h"
 
 namespace platform {
@@ -49,6 +50,8 @@ struct ContextState {
   int character_extra = 0;
   int graphics_mode = GM_COMPATIBLE;
   Transform transform;
+  POINT position = {};
+  std::shared_ptr<const Region> clip;  // null: everything
 };
 
 class DeviceContext : public GdiObject {
@@ -65,12 +68,18 @@ class DeviceContext : public GdiObject {
   Bitmap* surface() const { return static_cast<Bitmap*>(state_.bitmap.object()); }
 
   // Whether what is drawn at this pixel can be seen.
-  bool Shows(int x, int y) const { return surface() != nullptr && surface()->Contains(x, y); }
+  bool Shows(int x, int y) const {
+    return surface() != nullptr && surface()->Contains(x, y) &&
+           (state_.clip == nullptr || state_.clip->Contains(x, y));
+  }
 
   // The previous object of its kind; null when this one cannot be selected here.
   HGDIOBJ Select(HGDIOBJ handle);
   int Save();
   bool Restore(int number);
+
+  // The path being taken up, and the finished one.
+  std::optional<Path> open_path, path;
 
  private:
   // Where an object of this kind goes; null when it cannot.

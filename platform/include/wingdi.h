@@ -377,6 +377,59 @@ BOOL WINAPI SetWorldTransform(HDC context, const XFORM* transform);
 // MWT_RIGHTMULTIPLY after it. In the advanced graphics mode only.
 BOOL WINAPI ModifyWorldTransform(HDC context, const XFORM* transform, DWORD mode);
 
+// Cuts the clipping down to the rectangle in device pixels (the right and bottom edges lie
+// outside); NULLREGION, SIMPLEREGION or COMPLEXREGION by what is left, RGN_ERROR on failure. Not
+// with a world transform (ERROR_CALL_NOT_IMPLEMENTED).
+int WINAPI IntersectClipRect(HDC context, int left, int top, int right, int bottom);
+// The smallest rectangle around what can be drawn into: the clipping within the bitmap, or within
+// the screen. The same results.
+int WINAPI GetClipBox(HDC context, LPRECT rectangle);
+
+// Regions: sets of pixels. Coordinates have 27 bits (-0x4000000 to 0x3FFFFFF); others fail with
+// ERROR_INVALID_PARAMETER. Whoever creates one deletes it with DeleteObject. Null and RGN_ERROR on
+// failure; other results of int are NULLREGION, SIMPLEREGION (one rectangle) or COMPLEXREGION.
+//
+// The pixels from left to right - 1 and from top to bottom - 1, whichever way round the corners are
+// given; empty when they share a coordinate.
+HRGN WINAPI CreateRectRgn(int left, int top, int right, int bottom);
+HRGN WINAPI CreateRectRgnIndirect(const RECT* rectangle);
+// The pixels whose centres lie in the ellipse that the rectangle bounds, or on its edge. At most
+// 32767 wide and high (ERROR_CALL_NOT_IMPLEMENTED).
+HRGN WINAPI CreateEllipticRgn(int left, int top, int right, int bottom);
+// The pixels whose upper left corners lie in the closed polygon by its fill mode, ALTERNATE or
+// WINDING, or on its left or upper edges. At least 2 points.
+HRGN WINAPI CreatePolygonRgn(const POINT* points, int count, int fill_mode);
+// Replaces `target` (any region, also one of the sources) by the combination (RGN_AND, RGN_OR,
+// RGN_XOR, RGN_DIFF; RGN_COPY takes `a` alone).
+int WINAPI CombineRgn(HRGN target, HRGN a, HRGN b, int mode);
+// TRUE for the same pixels; FALSE also for a handle that is no region.
+BOOL WINAPI EqualRgn(HRGN a, HRGN b);
+// The smallest rectangle around the region, zeros for an empty one.
+int WINAPI GetRgnBox(HRGN region, LPRECT rectangle);
+BOOL WINAPI PtInRegion(HRGN region, int x, int y);
+
+// Paths: lines and Bezier curves, in sixteenths of a device pixel, taken up between BeginPath,
+// which drops an earlier path, and EndPath. Outside a path nothing draws lines
+// (ERROR_CALL_NOT_IMPLEMENTED); a call that needs a path fails with ERROR_CAN_NOT_COMPLETE.
+BOOL WINAPI BeginPath(HDC context);
+BOOL WINAPI EndPath(HDC context);
+// Sets the current position, in a path also the start of a figure; `previous` may be null.
+BOOL WINAPI MoveToEx(HDC context, int x, int y, LPPOINT previous);
+BOOL WINAPI LineTo(HDC context, int x, int y);
+// Curves from the current position: two handles and an end point each, so `count` is a multiple of
+// 3.
+BOOL WINAPI PolyBezierTo(HDC context, const POINT* points, DWORD count);
+// A figure of its own, closed, that leaves the current position alone. At least 2 points.
+BOOL WINAPI Polygon(HDC context, const POINT* points, int count);
+// Closes the open figure of the path with a line.
+BOOL WINAPI CloseFigure(HDC context);
+// The finished path in the context's coordinates, rounded: `size` points and their types (PT_…),
+// at most. Returns how many there are, without writing when `size` is 0; -1 when they do not fit.
+int WINAPI GetPath(HDC context, LPPOINT points, LPBYTE types, int size);
+// The pixels that the finished path covers by the context's fill mode, as with polygons, its curves
+// exact to an eighth of a pixel and its figures closed. The path is gone afterwards.
+HRGN WINAPI PathToRegion(HDC context);
+
 // A bitmap of `planes` (1 only) and 1, 4, 8, 16, 24 or 32 bits per pixel (2 become 4). `bits` (may
 // be null: all 0) are its rows from the top down, each padded to a multiple of 2 bytes. 16 bits are
 // 5 bits each of red, green and blue.
