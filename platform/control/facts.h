@@ -88,6 +88,9 @@ inline constexpr char kGuiFontHeight[] = "font.gui.height";    // -11
 inline constexpr char kGuiFontCharset[] = "font.gui.charset";  // that of the ANSI code page
 // Pixels of the screen per inch, across and down.
 inline constexpr char kScreenDpi[] = "screen.dpi";  // 96
+// The font of messages.
+inline constexpr char kMessageFontFace[] = "font.message.face";      // Segoe UI; before 6.0 Tahoma
+inline constexpr char kMessageFontHeight[] = "font.message.height";  // -12; before 6.0 -11
 // System metrics by number: "metric.42" = 0 and so on. Otherwise those of a screen of 1920 by 1080
 // at 96 dpi; the double-byte and Middle East ones follow the ANSI code page.
 inline constexpr char kMetricPrefix[] = "metric.";

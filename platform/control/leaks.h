@@ -21,6 +21,7 @@ enum class Resource {
   kServiceHandle,
   kGdiObject,
   kDeviceContext,
+  kIcon,
   kWindow,
   kWindowClass,
   kHook,

@@ -29,6 +29,9 @@ extern "C" {
 // than FROM_SYSTEM | IGNORE_INSERTS and languages other than the default.
 DWORD WINAPI FormatMessageW(DWORD flags, LPCVOID source, DWORD message, DWORD language,
                             LPWSTR buffer, DWORD size, va_list* arguments);
+// number * numerator / denominator, rounded, halves away from zero; -1 when it does not fit 32 bits
+// or the denominator is 0.
+int WINAPI MulDiv(int number, int numerator, int denominator);
 // The name of an atom ("#n" below 0xC000), cut to fit `size` characters; returns its length without
 // the terminator. 0 on failure: ERROR_INVALID_HANDLE, ERROR_MORE_DATA (size 0).
 UINT WINAPI GlobalGetAtomNameW(ATOM atom, LPWSTR buffer, int size);

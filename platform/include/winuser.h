@@ -38,12 +38,31 @@
 #define WS_TABSTOP 0x00010000
 #define WS_GROUP 0x00020000
 #define WS_EX_DLGMODALFRAME 0x00000001
+#define COLOR_BTNFACE 15
 
 #define SS_LEFT 0x0000
+#define SS_CENTER 0x0001
 #define SS_ICON 0x0003
+#define SS_TYPEMASK 0x001F
+#define STM_SETICON 0x0170
+#define STM_GETICON 0x0171
+#define STM_SETIMAGE 0x0172
+#define STM_GETIMAGE 0x0173
 #define BS_PUSHBUTTON 0x0000
 #define BS_DEFPUSHBUTTON 0x0001
+#define BS_OWNERDRAW 0x000B
+#define BS_TYPEMASK 0x000F
+#define BM_CLICK 0x00F5
 #define BN_CLICKED 0
+#define ODT_BUTTON 4
+#define ODA_DRAWENTIRE 0x0001
+#define ODS_DISABLED 0x0004
+#define ODS_FOCUS 0x0010
+#define IMAGE_ICON 1
+#define LR_DEFAULTCOLOR 0x0000
+#define ICON_SMALL 0
+#define ICON_BIG 1
+#define SPI_GETNONCLIENTMETRICS 41
 
 #define WM_NULL 0x0000
 #define WM_CREATE 0x0001
@@ -58,8 +77,12 @@
 #define WM_PAINT 0x000F
 #define WM_CLOSE 0x0010
 #define WM_QUIT 0x0012
+#define WM_SHOWWINDOW 0x0018
+#define WM_DRAWITEM 0x002B
 #define WM_SETFONT 0x0030
 #define WM_GETFONT 0x0031
+#define WM_GETICON 0x007F
+#define WM_SETICON 0x0080
 #define WM_NCCREATE 0x0081
 #define WM_NCDESTROY 0x0082
 #define WM_GETDLGCODE 0x0087
@@ -105,6 +128,16 @@
 #define QS_ALLINPUT (QS_INPUT | QS_POSTMESSAGE | QS_TIMER | QS_PAINT | QS_HOTKEY | QS_SENDMESSAGE)
 
 #define SW_HIDE 0
+#define SW_SHOWNORMAL 1
+#define SW_SHOW 5
+#define SW_MINIMIZE 6
+#define SWP_NOSIZE 0x0001
+#define SWP_NOMOVE 0x0002
+#define SWP_NOZORDER 0x0004
+#define SWP_NOACTIVATE 0x0010
+#define HWND_TOP ((HWND)0)
+#define HWND_BOTTOM ((HWND)1)
+#define HWND_DESKTOP ((HWND)0)
 #define CF_TEXT 1
 #define CF_UNICODETEXT 13
 
@@ -218,6 +251,49 @@ typedef struct tagCBTACTIVATESTRUCT {
   HWND hWndActive;
 } CBTACTIVATESTRUCT, *LPCBTACTIVATESTRUCT;
 
+typedef struct tagPAINTSTRUCT {
+  HDC hdc;
+  BOOL fErase;
+  RECT rcPaint;
+  BOOL fRestore;
+  BOOL fIncUpdate;
+  BYTE rgbReserved[32];
+} PAINTSTRUCT, *PPAINTSTRUCT, *LPPAINTSTRUCT;
+static_assert(sizeof(PAINTSTRUCT) == (sizeof(void*) == 4 ? 64 : 72));
+
+typedef struct tagDRAWITEMSTRUCT {
+  UINT CtlType;
+  UINT CtlID;
+  UINT itemID;
+  UINT itemAction;
+  UINT itemState;
+  HWND hwndItem;
+  HDC hDC;
+  RECT rcItem;
+  ULONG_PTR itemData;
+} DRAWITEMSTRUCT, *PDRAWITEMSTRUCT, *LPDRAWITEMSTRUCT;
+static_assert(sizeof(DRAWITEMSTRUCT) == (sizeof(void*) == 4 ? 48 : 64));
+
+typedef struct tagNONCLIENTMETRICSW {
+  UINT cbSize;
+  int iBorderWidth;
+  int iScrollWidth;
+  int iScrollHeight;
+  int iCaptionWidth;
+  int iCaptionHeight;
+  LOGFONTW lfCaptionFont;
+  int iSmCaptionWidth;
+  int iSmCaptionHeight;
+  LOGFONTW lfSmCaptionFont;
+  int iMenuWidth;
+  int iMenuHeight;
+  LOGFONTW lfMenuFont;
+  LOGFONTW lfStatusFont;
+  LOGFONTW lfMessageFont;
+  int iPaddedBorderWidth;  // from Windows Vista on
+} NONCLIENTMETRICSW, *PNONCLIENTMETRICSW, *LPNONCLIENTMETRICSW;
+static_assert(sizeof(NONCLIENTMETRICSW) == 504);
+
 #ifndef __LP64__
 #define GetWindowLongPtrW GetWindowLongW
 #define SetWindowLongPtrW SetWindowLongW
@@ -242,6 +318,15 @@ UINT WINAPI RegisterClipboardFormatW(LPCWSTR name);
 
 // The metric, in pixels where it is a length; 0 for one that is not known.
 int WINAPI GetSystemMetrics(int index);
+// SPI_GETNONCLIENTMETRICS only: `parameter` is a NONCLIENTMETRICSW whose size stands in it, 500
+// bytes before Windows Vista, 504 or 500 from then on. FALSE: ERROR_INVALID_PARAMETER.
+BOOL WINAPI SystemParametersInfoW(UINT action, UINT size, PVOID parameter, UINT update);
+// Loads the icon of a module's resources for a size in pixels (IMAGE_ICON, LR_DEFAULTCOLOR only),
+// freed by the caller with DestroyIcon. Null on failure: ERROR_RESOURCE_TYPE_NOT_FOUND,
+// ERROR_RESOURCE_NAME_NOT_FOUND, ERROR_RESOURCE_DATA_NOT_FOUND.
+HANDLE WINAPI LoadImageW(HINSTANCE instance, LPCWSTR name, UINT type, int width, int height,
+                         UINT flags);
+BOOL WINAPI DestroyIcon(HICON icon);
 // A cursor of the system (`instance` must be null), which belongs to the system.
 HCURSOR WINAPI LoadCursorW(HINSTANCE instance, LPCWSTR name);
 // Makes `cursor` the current one; returns the previous one, null when there was none.
@@ -292,12 +377,20 @@ LRESULT WINAPI DispatchMessageW(const MSG* message);
 // the focus, everything else is translated and dispatched. FALSE, with nothing done, for messages
 // of other windows.
 BOOL WINAPI IsDialogMessageW(HWND dialog, LPMSG message);
+// Waits for one of at most 63 objects or for new input of a kind in `wake_mask` (QS_…), which
+// answers WAIT_OBJECT_0 + count. `all` is not there (ERROR_CALL_NOT_IMPLEMENTED).
+DWORD WINAPI MsgWaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL all,
+                                       DWORD milliseconds, DWORD wake_mask);
 // Has WM_TIMER come to a window of the calling thread each `period` milliseconds (10 at least),
 // with `id` (not 0) as wParam; an id that the window has already begins anew. `procedure` must be
 // null. Returns the id, 0 on failure.
 UINT_PTR WINAPI SetTimer(HWND window, UINT_PTR id, UINT period, TIMERPROC procedure);
 // FALSE when the window has no such timer. A WM_TIMER of it does not come any more.
 BOOL WINAPI KillTimer(HWND window, UINT_PTR id);
+// Begins to paint what wants to be painted of the window, all of which counts as painted
+// afterwards; null on failure. EndPaint gives the context back.
+HDC WINAPI BeginPaint(HWND window, LPPAINTSTRUCT paint);
+BOOL WINAPI EndPaint(HWND window, const PAINTSTRUCT* paint);
 // Paints now what wants to be painted of the window and those below it.
 BOOL WINAPI UpdateWindow(HWND window);
 // Read and replace a field of the window (GWL_…, GWLP_…, or a byte offset into its extra bytes);
@@ -324,6 +417,24 @@ HWND WINAPI GetParent(HWND window);
 HWND WINAPI GetDlgItem(HWND dialog, int id);
 DWORD WINAPI GetWindowThreadProcessId(HWND window, LPDWORD process);
 BOOL WINAPI IsWindowEnabled(HWND window);
+// Shows (SW_SHOWNORMAL, also out of the minimised state; SW_SHOW) or minimises a window, which
+// activates or deactivates a top-level one, or hides it (SW_HIDE). Returns whether it was visible;
+// FALSE for other commands (ERROR_CALL_NOT_IMPLEMENTED).
+BOOL WINAPI ShowWindow(HWND window, int command);
+// Whether the window and all above it are visible.
+BOOL WINAPI IsWindowVisible(HWND window);
+// Whether the window is minimised.
+BOOL WINAPI IsIconic(HWND window);
+// Moves and sizes a window, in pixels of the screen or of its parent's client area, and puts it
+// behind another one (HWND_TOP, HWND_BOTTOM) of its parent. SWP_NOSIZE, SWP_NOMOVE, SWP_NOZORDER
+// leave out a part; without SWP_NOACTIVATE a top-level window becomes active.
+BOOL WINAPI SetWindowPos(HWND window, HWND insert_after, int x, int y, int width, int height,
+                         UINT flags);
+// The size of the client area: left and top are 0.
+BOOL WINAPI GetClientRect(HWND window, LPRECT rectangle);
+// Turns points of one window's client area into points of another's (null: of the screen), in
+// place; returns the distance, its low word horizontal.
+int WINAPI MapWindowPoints(HWND from, HWND to, LPPOINT points, UINT count);
 // Gives the keyboard to a window of the calling thread (null: to none), whose top-level window
 // becomes active; returns the window that had it. Null, with the focus where it was, when the
 // window or one above it is disabled or minimised, or a hook objects.

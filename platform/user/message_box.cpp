@@ -84,7 +84,8 @@ class Box {
   int Run() {
     if (Create()) {
       DisabledOwner disabled(window_->owner);
-      ShowAndActivate(window_);
+      Show(window_);
+      SetFocus(GetDlgItem(window_->handle, DefaultButton()));
       WaitForAnswer();
     }
     if (window_ != nullptr) DestroyWindow(window_->handle);

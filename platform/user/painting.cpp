@@ -51,3 +51,20 @@ BOOL WINAPI UpdateWindow(HWND handle) {
     if (const WindowPointer window = WindowOf(last)) CallProcedure(window, WM_PAINT, 0, 0);
   }
 }
+HDC WINAPI BeginPaint(HWND handle, LPPAINTSTRUCT paint) {
+  KV_API(BeginPaint, ERROR_INVALID_WINDOW_HANDLE, nullptr, handle, paint);
+  const WindowPointer window = RequireWindow(handle);
+  if (window == nullptr) return nullptr;
+  *paint = {};
+  paint->hdc = GetDC(handle);
+  GetClientRect(handle, &paint->rcPaint);
+  WindowLock lock;
+  window->needs_paint = false;
+  return paint->hdc;
+}
+
+BOOL WINAPI EndPaint(HWND handle, const PAINTSTRUCT* paint) {
+  KV_API_NOFAIL(EndPaint, FALSE, handle, paint);
+  ReleaseDC(handle, paint->hdc);
+  return TRUE;
+}

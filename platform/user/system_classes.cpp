@@ -1,13 +1,13 @@
 #include "platform/user/system_classes.h"
 
-#include "platform/control/faults.h"
+#include <commctrl.h>
+
+#include "platform/user/control_state.h"
+#include "platform/user/controls.h"
 #include "platform/user/message_box.h"
 
 namespace platform {
 namespace {
-
-// Offset into a control's extra bytes.
-constexpr int kFontOffset = 0;
 
 std::shared_ptr<WindowClass> SystemClass(LPCWSTR name, ATOM atom, WNDPROC procedure, int extra) {
   auto result = std::make_shared<WindowClass>();
@@ -22,21 +22,9 @@ std::shared_ptr<WindowClass> SystemClass(LPCWSTR name, ATOM atom, WNDPROC proced
 
 std::vector<std::shared_ptr<WindowClass>> SystemClasses() {
   return {SystemClass(TEXT("#32770"), kDialogAtom, MessageBoxProcedure, DLGWINDOWEXTRA),
-          SystemClass(TEXT("Static"), 0, ControlProcedure, sizeof(HFONT)),
-          SystemClass(TEXT("Button"), 0, ControlProcedure, sizeof(HFONT))};
-}
-
-LRESULT CALLBACK ControlProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-  OutsideTest own_code;
-  switch (message) {
-    case WM_SETFONT:
-      SetWindowLongPtrW(window, kFontOffset, static_cast<LONG_PTR>(wparam));
-      return 0;
-    case WM_GETFONT:
-      return GetWindowLongPtrW(window, kFontOffset);
-    default:
-      return DefWindowProcW(window, message, wparam, lparam);
-  }
+          SystemClass(TEXT("Static"), 0, StaticProcedure, ControlExtra(kStaticValues)),
+          SystemClass(TEXT("Button"), 0, ButtonProcedure, ControlExtra(kButtonValues)),
+          SystemClass(PROGRESS_CLASSW, 0, ProgressProcedure, ControlExtra(kProgressValues))};
 }
 
 }  // namespace platform

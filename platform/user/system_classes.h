@@ -10,7 +10,4 @@ namespace platform {
 
 std::vector<std::shared_ptr<WindowClass>> SystemClasses();
 
-// The procedure of the standard controls: a font and a text.
-LRESULT CALLBACK ControlProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
-
 }  // namespace platform

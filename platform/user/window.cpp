@@ -169,18 +169,6 @@ WindowPointer SetActive(const WindowPointer& window) {
   return before;
 }
 
-// The active window is gone: its owner becomes active when it can.
-void ActivateAfter(const Window& destroyed) {
-  WindowPointer owner;
-  {
-    WindowLock lock;
-    owner = Find(destroyed.owner);
-    if (owner == nullptr || owner->being_destroyed || owner->thread != destroyed.thread) return;
-    if ((owner->style & (WS_VISIBLE | WS_DISABLED)) != WS_VISIBLE) return;
-  }
-  ShowAndActivate(owner);
-}
-
 }  // namespace
 
 WindowLock::WindowLock() : lock_(tree().mutex) {}
@@ -219,6 +207,21 @@ bool IsSameOrBelow(HWND window, HWND ancestor) {
                      [=](const WindowPointer& w) { return w->handle == ancestor; });
 }
 
+bool PutBehind(const Window& window, HWND insert_after) {
+  auto& order = tree().order[window.parent];
+  auto others = order;
+  std::erase(others, window.handle);
+  auto place = insert_after == HWND_TOP ? others.begin() : others.end();
+  if (insert_after != HWND_TOP && insert_after != HWND_BOTTOM) {
+    place = std::find(others.begin(), others.end(), insert_after);
+    if (place == others.end()) return false;
+    ++place;
+  }
+  others.insert(place, window.handle);
+  order = std::move(others);
+  return true;
+}
+
 RECT ClientArea(DWORD style, const RECT& rectangle) {
   RECT area = rectangle;
   if ((style & WS_CHILD) != 0 || (style & WS_CAPTION) != WS_CAPTION) return area;
@@ -253,7 +256,7 @@ WindowPointer NewWindow(CREATESTRUCTW& record) {
   window->thread = GetCurrentThreadId();
   window->procedure = window->window_class->data.lpfnWndProc;
   window->instance = record.hInstance;
-  window->style = static_cast<DWORD>(record.style);
+  window->style = static_cast<DWORD>(record.style) & ~WS_VISIBLE;
   window->ex_style = record.dwExStyle;
   window->extra.resize(window->window_class->data.cbWndExtra);
   if (!SetFamily(*window, record)) return nullptr;
@@ -262,13 +265,28 @@ WindowPointer NewWindow(CREATESTRUCTW& record) {
   return Announce(window, record) ? window : nullptr;
 }
 
-void ShowAndActivate(const WindowPointer& window) {
+void Show(const WindowPointer& window) {
+  CallProcedure(window, WM_SHOWWINDOW, TRUE, 0);
+  if (!Exists(window)) return;
+  bool is_child;
   {
     WindowLock lock;
     window->style |= WS_VISIBLE;
+    is_child = (window->style & WS_CHILD) != 0;
     Invalidate(*window);
   }
-  Activate(window);
+  if (!is_child) Activate(window);
+}
+
+void ActivateOwner(const Window& window) {
+  WindowPointer owner;
+  {
+    WindowLock lock;
+    owner = Find(window.owner);
+    if (owner == nullptr || owner->being_destroyed || owner->thread != window.thread) return;
+    if ((owner->style & (WS_VISIBLE | WS_DISABLED)) != WS_VISIBLE) return;
+  }
+  Activate(owner);
 }
 
 void Activate(const WindowPointer& window) {
@@ -319,7 +337,7 @@ HWND WINAPI CreateWindowExW(DWORD ex_style, LPCWSTR class_name, LPCWSTR title, D
   record.dwExStyle = ex_style;
   const WindowPointer window = NewWindow(record);
   if (window == nullptr) return nullptr;
-  if ((style & (WS_CHILD | WS_VISIBLE)) == WS_VISIBLE) ShowAndActivate(window);
+  if ((style & WS_VISIBLE) != 0) Show(window);
   return Exists(window) ? window->handle : nullptr;
 }
 
@@ -346,20 +364,11 @@ BOOL WINAPI DestroyWindow(HWND handle) {
   DestroyOwned(window);
   SendDestroy(window);
   Free(window);
-  if (was_active) ActivateAfter(*window);
+  if (was_active) ActivateOwner(*window);
   return TRUE;
 }
 
 BOOL WINAPI IsWindow(HWND handle) {
   KV_API_NOFAIL(IsWindow, FALSE, handle);
   return WindowOf(handle) != nullptr;
-}
-
-BOOL WINAPI GetWindowRect(HWND handle, LPRECT rectangle) {
-  KV_API(GetWindowRect, ERROR_INVALID_WINDOW_HANDLE, FALSE, handle, rectangle);
-  const WindowPointer window = RequireWindow(handle);
-  if (window == nullptr) return FALSE;
-  WindowLock lock;
-  *rectangle = window->rectangle;
-  return TRUE;
 }

@@ -32,6 +32,7 @@ struct Window {
   LONG_PTR id = 0;  // of a child
   LONG_PTR user_data = 0;
   RECT rectangle = {};  // on the screen
+  HICON icons[2] = {};  // by ICON_SMALL, ICON_BIG
   std::vector<BYTE> extra;
   std::map<WideString, HANDLE, LessNoCase> properties;
   bool being_destroyed = false;
@@ -72,6 +73,9 @@ std::vector<WindowPointer> LineOf(HWND window);
 std::vector<WindowPointer> ChildrenOf(HWND parent);
 // Under a WindowLock: whether `window` is `ancestor` or one of the windows below it.
 bool IsSameOrBelow(HWND window, HWND ancestor);
+// Under a WindowLock: puts a window behind another one that has the same parent (HWND_TOP: in front
+// of all, HWND_BOTTOM: behind all); false when there is no such window.
+bool PutBehind(const Window& window, HWND insert_after);
 // The area inside the frame of a window of a style.
 RECT ClientArea(DWORD style, const RECT& rectangle);
 
@@ -87,7 +91,9 @@ WindowPointer NewWindow(CREATESTRUCTW& record);
 void Invalidate(Window& window);
 // Makes a top-level window active, in front of the others, unless a hook objects.
 void Activate(const WindowPointer& window);
-// The same for one that becomes visible.
-void ShowAndActivate(const WindowPointer& window);
+// Makes a window visible, and a top-level one active.
+void Show(const WindowPointer& window);
+// A window is not active any more: its owner becomes so when it can.
+void ActivateOwner(const Window& window);
 
 }  // namespace platform

@@ -1,6 +1,7 @@
 // What single windows hold: long values, text, properties, enabled state.
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "platform/kernel/api_call.h"
 #include "platform/user/window.h"
@@ -248,6 +249,15 @@ LRESULT WINAPI DefWindowProcW(HWND handle, UINT message, WPARAM wparam, LPARAM l
       WindowLock lock;
       window->needs_paint = false;
       return 0;
+    }
+    case WM_SETICON: {
+      WindowLock lock;
+      HICON& icon = window->icons[wparam == ICON_BIG];
+      return reinterpret_cast<LRESULT>(std::exchange(icon, reinterpret_cast<HICON>(lparam)));
+    }
+    case WM_GETICON: {
+      WindowLock lock;
+      return reinterpret_cast<LRESULT>(window->icons[wparam == ICON_BIG]);
     }
     case WM_ACTIVATE:
       if (LOWORD(wparam) != WA_INACTIVE && HIWORD(wparam) == 0) SetFocus(handle);
