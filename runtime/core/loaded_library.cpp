@@ -28,13 +28,6 @@ HMODULE LoadWithItsDirectory(LPCWSTR fileName, DWORD& error) {
   return module;
 }
 
-std::unique_ptr<WCHAR[]> CopyOf(LPCWSTR text) {
-  const int capacity = static_cast<int>(View(text).size()) + 1;
-  std::unique_ptr<WCHAR[]> copy(new (std::nothrow) WCHAR[capacity]);
-  if (copy != nullptr) CopyStringW(copy.get(), capacity, text);
-  return copy;
-}
-
 }  // namespace
 
 LoadedLibrary::LoadedLibrary(LPCWSTR fileName, Quiet quiet) {

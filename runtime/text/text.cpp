@@ -49,6 +49,13 @@ void CopyStringW(LPWSTR output, int capacity, LPCWSTR source) {
   output[text.size()] = 0;
 }
 
+std::unique_ptr<WCHAR[]> CopyOf(LPCWSTR source) {
+  const int capacity = static_cast<int>(View(source).size()) + 1;
+  std::unique_ptr<WCHAR[]> copy(new (std::nothrow) WCHAR[capacity]);
+  CopyStringW(copy.get(), copy == nullptr ? 0 : capacity, source);
+  return copy;
+}
+
 void CopyStringA(LPSTR output, int capacity, LPCSTR source) {
   if (capacity <= 0) return;
   const int whole = LengthA(source);

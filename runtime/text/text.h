@@ -5,6 +5,8 @@
 // nothing when it is 0 or negative. A null source counts as empty.
 #pragma once
 
+#include <memory>
+
 #include "runtime/core/win.h"
 
 namespace kv {
@@ -15,6 +17,8 @@ template <size_t kCapacity>
 void CopyStringW(WCHAR (&output)[kCapacity], LPCWSTR source) {
   CopyStringW(output, static_cast<int>(kCapacity), source);
 }
+// A copy of its own; null when memory runs out.
+std::unique_ptr<WCHAR[]> CopyOf(LPCWSTR source);
 // Copies `source`, cut to capacity - 1 bytes; where the system uses double-byte character sets, a
 // double-byte character of the GUI font's code page whose second byte was cut off goes as a whole.
 void CopyStringA(LPSTR output, int capacity, LPCSTR source);

@@ -2,6 +2,8 @@
 // button.
 #pragma once
 
+#include <memory>
+
 #include "runtime/core/win.h"
 
 namespace kv {
@@ -95,13 +97,12 @@ class CProgressWnd {
   void StopTimer();
   void DelayPassed();
   void Cancel();
-  void DrawBitmap(const DRAWITEMSTRUCT& item) const;
   HWND CancelButton() const { return GetDlgItem(hWnd_, IDCANCEL); }
   static LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
   HINSTANCE hInstance_ = nullptr;
   HMODULE hResources_ = nullptr;
-  LPWSTR className_ = nullptr;
+  std::unique_ptr<WCHAR[]> className_;
   HWND hWnd_ = nullptr;
   HWND hIconControl_ = nullptr;
   HWND hBitmapButton_ = nullptr;
