@@ -94,6 +94,15 @@ struct GlobalMemoryTraits {
 };
 using UniqueGlobal = UniqueResource<GlobalMemoryTraits>;
 
+// Regions, fonts and other graphics objects that DeleteObject ends.
+template <class Object>
+struct GraphicsObjectTraits {
+  using Handle = Object;
+  static Handle Empty() { return nullptr; }
+  static void Close(Handle handle) { DeleteObject(handle); }
+};
+using UniqueRegion = UniqueResource<GraphicsObjectTraits<HRGN>>;
+
 // Keeps a block of global memory locked.
 class GlobalLockScope {
  public:
