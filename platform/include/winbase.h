@@ -9,6 +9,7 @@
 #include <heapapi.h>
 #include <libloaderapi.h>
 #include <memoryapi.h>
+#include <namedpipeapi.h>
 #include <processenv.h>
 #include <processthreadsapi.h>
 #include <securitybaseapi.h>

@@ -119,6 +119,33 @@ typedef struct _DOC_INFO_1W {
   LPWSTR pDatatype;
 } DOC_INFO_1W, DOC_INFO_1;
 
+typedef struct _JOB_INFO_2W {
+  DWORD JobId;
+  LPWSTR pPrinterName;
+  LPWSTR pMachineName;
+  LPWSTR pUserName;
+  LPWSTR pDocument;
+  LPWSTR pNotifyName;
+  LPWSTR pDatatype;
+  LPWSTR pPrintProcessor;
+  LPWSTR pParameters;
+  LPWSTR pDriverName;
+  LPDEVMODEW pDevMode;
+  LPWSTR pStatus;
+  PSECURITY_DESCRIPTOR pSecurityDescriptor;
+  DWORD Status;
+  DWORD Priority;
+  DWORD Position;
+  DWORD StartTime;
+  DWORD UntilTime;
+  DWORD TotalPages;
+  DWORD Size;
+  SYSTEMTIME Submitted;
+  DWORD Time;
+  DWORD PagesPrinted;
+} JOB_INFO_2W, *LPJOB_INFO_2W, JOB_INFO_2;
+static_assert(sizeof(JOB_INFO_2W) == (sizeof(void*) == 4 ? 104 : 160));
+
 typedef struct _PORT_INFO_1W {
   LPWSTR pName;
 } PORT_INFO_1W, PORT_INFO_1;
@@ -167,6 +194,10 @@ BOOL WINAPI GetPrinterW(HANDLE printer, DWORD level, LPBYTE buffer, DWORD size, 
 BOOL WINAPI EnumPrintersW(DWORD flags, LPWSTR name, DWORD level, LPBYTE buffer, DWORD size,
                           LPDWORD needed, LPDWORD returned);
 
+// Level 2: a job of the printer; ERROR_INVALID_PARAMETER when it is gone. When it was submitted is
+// not told.
+BOOL WINAPI GetJobW(HANDLE printer, DWORD job, DWORD level, LPBYTE buffer, DWORD size,
+                    LPDWORD needed);
 DWORD WINAPI StartDocPrinterW(HANDLE printer, DWORD level, LPBYTE document);
 BOOL WINAPI StartPagePrinter(HANDLE printer);
 BOOL WINAPI WritePrinter(HANDLE printer, LPVOID data, DWORD size, LPDWORD written);

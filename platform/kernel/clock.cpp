@@ -93,7 +93,8 @@ void SleepOnWord(std::unique_lock<std::mutex>& lock, WakeWord& word, uint32_t se
 
 void WakeSleepers(WakeWord& word) {
   ++word.changes;
-  if (word.sleepers != 0) syscall(SYS_futex, &word.changes, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+  if (word.sleepers != 0)
+    syscall(SYS_futex, &word.changes, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
 }
 
 }  // namespace

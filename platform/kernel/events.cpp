@@ -28,7 +28,9 @@ class Event : public Waitable {
   void Reset() { State() &= ~kSignalled; }
 
  private:
-  std::atomic<uint32_t>& State() { return object_ != nullptr ? object_->state().value : own_state_; }
+  std::atomic<uint32_t>& State() {
+    return object_ != nullptr ? object_->state().value : own_state_;
+  }
 
   const std::shared_ptr<SharedObject> object_;
   std::atomic<uint32_t> own_state_;

@@ -41,9 +41,9 @@ DWORD MapWhole(Mapping& mapping, DWORD access, void*& view) {
                              MAP_SHARED, mapping.descriptor(), mapping.offset());
   if (address == MAP_FAILED) return ERROR_NOT_ENOUGH_MEMORY;
   std::lock_guard lock(views().mutex);
-  views().mapped.emplace(
-      address, MappedView{mapping.size(), mapping.KeptByViews(),
-                          std::make_unique<CountedResource>(Resource::kFileView)});
+  views().mapped.emplace(address,
+                         MappedView{mapping.size(), mapping.KeptByViews(),
+                                    std::make_unique<CountedResource>(Resource::kFileView)});
   view = address;
   return ERROR_SUCCESS;
 }

@@ -11,6 +11,7 @@
 #include "platform/kernel/api_call.h"
 #include "platform/kernel/disk_space.h"
 #include "platform/kernel/host_error.h"
+#include "platform/kernel/pipes.h"
 #include "platform/kernel/result.h"
 
 namespace platform {
@@ -174,6 +175,14 @@ DWORD File::SetEnd() {
   return error != ERROR_SUCCESS ? error : ResizeFile(shared_, static_cast<uint64_t>(position));
 }
 
+HANDLE OpenPipeClient(WideView name, const File::Opening& opening) {
+  const bool known = opening.access == (GENERIC_READ | GENERIC_WRITE) && opening.share == 0 &&
+                     opening.disposition == OPEN_EXISTING && opening.flags == 0;
+  std::shared_ptr<PipeClient> client;
+  const DWORD error = known ? PipeClient::Open(name, client) : ERROR_CALL_NOT_IMPLEMENTED;
+  return Finish(error) ? OpenHandle(std::move(client)) : INVALID_HANDLE_VALUE;
+}
+
 DWORD ReadHostFile(int descriptor, size_t limit, std::vector<BYTE>& content) {
   struct stat status;
   if (fstat(descriptor, &status) != 0) return ErrorOfErrno(errno);
@@ -202,6 +211,9 @@ HANDLE WINAPI CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_AT
   if (model != nullptr) {
     SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
     return INVALID_HANDLE_VALUE;
+  }
+  if (PipePlace::IsPipeName(View(path))) {
+    return OpenPipeClient(View(path), {access, share, disposition, flags});
   }
   std::shared_ptr<File> file;
   bool existed = false;

@@ -62,6 +62,8 @@ class File : public ByteStream {
   std::filesystem::path host_path_;
 };
 
+// CreateFileW for the name of a pipe: for reading and writing what exists, unshared.
+HANDLE OpenPipeClient(WideView name, const File::Opening& opening);
 // Deletes a file under the rules of DeleteFileW; the error code.
 DWORD DeleteHostFile(const std::filesystem::path& host);
 // The whole content of a file, at most `limit` bytes; the error code.

@@ -68,9 +68,7 @@ class Mutex : public Waitable, public std::enable_shared_from_this<Mutex> {
   bool ChangesSilently() const override { return object_ != nullptr; }
 
  private:
-  std::atomic<uint32_t>& Held() {
-    return object_ != nullptr ? object_->state().value : held_;
-  }
+  std::atomic<uint32_t>& Held() { return object_ != nullptr ? object_->state().value : held_; }
   void GiveUp(uint32_t held) {
     owner_ = 0;
     Held() = held;

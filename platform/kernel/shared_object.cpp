@@ -56,8 +56,8 @@ bool LeadsTo(const std::filesystem::path& path, int descriptor) {
 }
 
 SharedState* MapState(int descriptor) {
-  void* const address = mmap(nullptr, SharedObject::kStateSize, PROT_READ | PROT_WRITE, MAP_SHARED,
-                             descriptor, 0);
+  void* const address =
+      mmap(nullptr, SharedObject::kStateSize, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
   return address == MAP_FAILED ? nullptr : static_cast<SharedState*>(address);
 }
 
@@ -74,12 +74,6 @@ DWORD Begin(int descriptor, const ObjectRequest& request) {
   state->size = request.size;
   munmap(state, SharedObject::kStateSize);
   return ERROR_SUCCESS;
-}
-
-uint64_t HashOf(std::string_view text) {
-  uint64_t hash = 14695981039346656037ull;
-  for (const char c : text) hash = (hash ^ static_cast<uint8_t>(c)) * 1099511628211ull;
-  return hash;
 }
 
 }  // namespace
@@ -113,8 +107,7 @@ void SharedObject::Close() {
 }
 
 SharedObjects::SharedObjects(Machine& machine) : directory_(machine.directory() / "objects") {
-  const int descriptor =
-      open((directory_ / "wakes").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+  const int descriptor = open((directory_ / "wakes").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
   if (descriptor < 0) return;
   if (ftruncate(descriptor, sizeof(WakeWord)) == 0) {
     void* const address =
@@ -224,9 +217,15 @@ std::string FileNameFor(WideView text) {
     name += escaped;
   }
   if (name.size() <= kLongestFileName) return name;
-  char hash[20];
-  std::snprintf(hash, sizeof hash, "~%016llX", static_cast<unsigned long long>(HashOf(utf8)));
-  return name.substr(0, kLongestFileName - 20) + hash;
+  return name.substr(0, kLongestFileName - 20) + "~" + HashText(utf8);
+}
+
+std::string HashText(std::string_view text) {
+  uint64_t hash = 14695981039346656037ull;
+  for (const char c : text) hash = (hash ^ static_cast<uint8_t>(c)) * 1099511628211ull;
+  char digits[17];
+  std::snprintf(digits, sizeof digits, "%016llX", static_cast<unsigned long long>(hash));
+  return digits;
 }
 
 }  // namespace platform

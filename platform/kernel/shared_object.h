@@ -98,5 +98,7 @@ class SharedObjects {
 DWORD ObjectPath(WideView name, std::filesystem::path& path);
 // `text` as a file name of the host.
 std::string FileNameFor(WideView text);
+// 16 digits that differ for different texts.
+std::string HashText(std::string_view text);
 
 }  // namespace platform
