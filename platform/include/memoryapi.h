@@ -21,5 +21,10 @@ LPVOID WINAPI MapViewOfFile(HANDLE mapping, DWORD access, DWORD offset_high, DWO
 BOOL WINAPI UnmapViewOfFile(LPCVOID view);
 LPVOID WINAPI VirtualAlloc(LPVOID address, SIZE_T size, DWORD type, DWORD protection);
 BOOL WINAPI VirtualFree(LPVOID address, SIZE_T size, DWORD type);
+// The same for the pseudo handle of the calling process; others fail with
+// ERROR_CALL_NOT_IMPLEMENTED.
+LPVOID WINAPI VirtualAllocEx(HANDLE process, LPVOID address, SIZE_T size, DWORD type,
+                             DWORD protection);
+BOOL WINAPI VirtualFreeEx(HANDLE process, LPVOID address, SIZE_T size, DWORD type);
 BOOL WINAPI VirtualProtect(LPVOID address, SIZE_T size, DWORD protection, PDWORD old_protection);
 }

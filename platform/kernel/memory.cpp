@@ -182,6 +182,53 @@ BYTE* MapPages(SIZE_T size, int protection) {
   return aligned;
 }
 
+LPVOID AllocatePages(LPVOID address, SIZE_T size, DWORD type, DWORD protection) {
+  const int host_protection = HostProtection(protection);
+  const bool commits = (type & MEM_COMMIT) != 0 && (type & ~(MEM_COMMIT | MEM_RESERVE)) == 0;
+  if (address != nullptr || !commits) {
+    SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+    return nullptr;
+  }
+  if (size == 0 || host_protection < 0) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return nullptr;
+  }
+  const SIZE_T rounded = RoundedUp(size, kPageSize);
+  BYTE* const pages = rounded < size ? nullptr : MapPages(rounded, host_protection);
+  if (pages == nullptr) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return nullptr;
+  }
+  Region region{rounded, std::vector<DWORD>(rounded / kPageSize, protection),
+                std::make_unique<CountedResource>(Resource::kVirtualMemory)};
+  std::lock_guard lock(regions().mutex);
+  regions().all.emplace(pages, std::move(region));
+  return pages;
+}
+
+BOOL FreePages(LPVOID address, SIZE_T size, DWORD type) {
+  if (type != MEM_RELEASE || size != 0) {
+    SetLastError(type == MEM_RELEASE ? ERROR_INVALID_PARAMETER : ERROR_CALL_NOT_IMPLEMENTED);
+    return FALSE;
+  }
+  std::lock_guard lock(regions().mutex);
+  const auto found = regions().all.find(static_cast<BYTE*>(address));
+  if (found == regions().all.end()) {
+    SetLastError(ERROR_INVALID_ADDRESS);
+    return FALSE;
+  }
+  munmap(found->first, found->second.size);
+  regions().all.erase(found);
+  return TRUE;
+}
+
+// Only the calling process's memory can be changed.
+bool IsOwnProcess(HANDLE process) {
+  if (process == GetCurrentProcess()) return true;
+  SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+  return false;
+}
+
 }  // namespace
 
 HGLOBAL AllocateMemory(Resource kind, UINT flags, SIZE_T size) {
@@ -309,44 +356,25 @@ HLOCAL WINAPI LocalFree(HLOCAL memory) {
 
 LPVOID WINAPI VirtualAlloc(LPVOID address, SIZE_T size, DWORD type, DWORD protection) {
   KV_API(VirtualAlloc, ERROR_NOT_ENOUGH_MEMORY, nullptr, address, size, type, protection);
-  const int host_protection = platform::HostProtection(protection);
-  const bool commits = (type & MEM_COMMIT) != 0 && (type & ~(MEM_COMMIT | MEM_RESERVE)) == 0;
-  if (address != nullptr || !commits) {
-    SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
-    return nullptr;
-  }
-  if (size == 0 || host_protection < 0) {
-    SetLastError(ERROR_INVALID_PARAMETER);
-    return nullptr;
-  }
-  const SIZE_T rounded = platform::RoundedUp(size, platform::kPageSize);
-  BYTE* const pages = rounded < size ? nullptr : platform::MapPages(rounded, host_protection);
-  if (pages == nullptr) {
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return nullptr;
-  }
-  platform::Region region{rounded, std::vector<DWORD>(rounded / platform::kPageSize, protection),
-                          std::make_unique<platform::CountedResource>(Resource::kVirtualMemory)};
-  std::lock_guard lock(regions().mutex);
-  regions().all.emplace(pages, std::move(region));
-  return pages;
+  return platform::AllocatePages(address, size, type, protection);
+}
+
+LPVOID WINAPI VirtualAllocEx(HANDLE process, LPVOID address, SIZE_T size, DWORD type,
+                             DWORD protection) {
+  KV_API(VirtualAllocEx, ERROR_NOT_ENOUGH_MEMORY, nullptr, process, address, size, type,
+         protection);
+  if (!platform::IsOwnProcess(process)) return nullptr;
+  return platform::AllocatePages(address, size, type, protection);
 }
 
 BOOL WINAPI VirtualFree(LPVOID address, SIZE_T size, DWORD type) {
   KV_API_NOFAIL(VirtualFree, FALSE, address, size, type);
-  if (type != MEM_RELEASE || size != 0) {
-    SetLastError(type == MEM_RELEASE ? ERROR_INVALID_PARAMETER : ERROR_CALL_NOT_IMPLEMENTED);
-    return FALSE;
-  }
-  std::lock_guard lock(regions().mutex);
-  const auto found = regions().all.find(static_cast<BYTE*>(address));
-  if (found == regions().all.end()) {
-    SetLastError(ERROR_INVALID_ADDRESS);
-    return FALSE;
-  }
-  munmap(found->first, found->second.size);
-  regions().all.erase(found);
-  return TRUE;
+  return platform::FreePages(address, size, type);
+}
+
+BOOL WINAPI VirtualFreeEx(HANDLE process, LPVOID address, SIZE_T size, DWORD type) {
+  KV_API_NOFAIL(VirtualFreeEx, FALSE, process, address, size, type);
+  return platform::IsOwnProcess(process) && platform::FreePages(address, size, type);
 }
 
 BOOL WINAPI VirtualProtect(LPVOID address, SIZE_T size, DWORD protection, PDWORD old_protection) {
