@@ -160,5 +160,7 @@
 #define IDS_CTL_SPOOLER_NEEDS_RIGHTS 14104   // text
 #define IDS_CTL_SPOOLER_NOT_RESTARTED 14105  // text
 #define IDS_CTL_SPOOLER_RESTARTED 14106      // text
+#define IDS_CTL_DOCNAME_SUMMARY 14140        // text
+#define IDS_CTL_DOCNAME_USAGE 14141          // text
 
 #endif

@@ -4,7 +4,7 @@ namespace kvctl {
 namespace {
 constexpr const Command* kCommands[] = {&kPortsCommand,  &kMonitorsCommand, &kInstallCommand,
                                         &kPrintCommand,  &kSettingsCommand, &kSessionsCommand,
-                                        &kWhoamiCommand, &kSpoolerCommand};
+                                        &kWhoamiCommand, &kSpoolerCommand,  &kDocnameCommand};
 }
 
 std::span<const Command* const> AllCommands() {
