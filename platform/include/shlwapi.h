@@ -1,7 +1,7 @@
 // The version record of the shell's and the common controls' libraries.
 #pragma once
 
-#include <winnt.h>
+#include <shtypes.h>
 
 typedef struct _DLLVERSIONINFO {
   DWORD cbSize;
@@ -12,3 +12,8 @@ typedef struct _DLLVERSIONINFO {
 } DLLVERSIONINFO;
 static_assert(sizeof(DLLVERSIONINFO) == 20);
 typedef HRESULT(CALLBACK* DLLGETVERSIONPROC)(DLLVERSIONINFO* version);
+
+extern "C" {
+// Copies the name, cut to the capacity in characters, and frees what it holds.
+HRESULT WINAPI StrRetToBufW(STRRET* name, PCUITEMID_CHILD item, LPWSTR text, UINT capacity);
+}

@@ -129,6 +129,7 @@
 
 #define SW_HIDE 0
 #define SW_SHOWNORMAL 1
+#define SW_SHOWMINNOACTIVE 7
 #define SW_SHOW 5
 #define SW_MINIMIZE 6
 #define SWP_NOSIZE 0x0001

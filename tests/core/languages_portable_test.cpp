@@ -13,8 +13,10 @@ namespace {
 
 using Text = std::basic_string<WCHAR>;
 
-constexpr UINT kFirst = 10000;
-constexpr UINT kLast = 15000;
+// Where the numbers lie.
+constexpr struct {
+  UINT first, last;
+} kRanges[] = {{10000, 10100}, {12000, 12300}, {14000, 14500}};
 constexpr size_t kReportCapacity = 1024;
 constexpr size_t kProgramCapacity = 2048;
 
@@ -26,10 +28,12 @@ std::map<UINT, Text> TextsOf(const Text& file) {
   std::map<UINT, Text> texts;
   const HMODULE library = LoadLibraryW((directory + file).c_str());
   if (library == nullptr) return texts;
-  for (UINT number = kFirst; number < kLast; ++number) {
-    WCHAR text[4096];
-    const int size = LoadStringW(library, number, text, 4096);
-    if (size > 0) texts[number] = Text(text, static_cast<size_t>(size));
+  for (const auto& range : kRanges) {
+    for (UINT number = range.first; number < range.last; ++number) {
+      WCHAR text[4096];
+      const int size = LoadStringW(library, number, text, 4096);
+      if (size > 0) texts[number] = Text(text, static_cast<size_t>(size));
+    }
   }
   FreeLibrary(library);
   return texts;

@@ -1,0 +1,177 @@
+// Component objects: apartments, the task allocator, the classes that the product asks for.
+#include <intshcut.h>
+#include <shlobj.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "platform/kernel/counted_blocks.h"
+#include "platform/shell/com_object.h"
+
+extern "C" {
+const IID IID_IUnknown = {0x00000000, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+const IID IID_IMalloc = {0x00000002, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+const IID IID_IPersist = {0x0000010C, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+const IID IID_IPersistFile = {0x0000010B, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+}
+
+namespace platform {
+namespace {
+
+constexpr CLSID kInternetShortcutClass = {
+    0xFBF23B40, 0xE3F0, 0x101B, {0x84, 0x88, 0x00, 0xAA, 0x00, 0x3E, 0x56, 0xF8}};
+
+thread_local int initializations = 0;
+
+// Blocks know their size, which is kept before them.
+class TaskMemory {
+ public:
+  static TaskMemory& Get() {
+    static TaskMemory* const instance = new TaskMemory;
+    return *instance;
+  }
+  void* Allocate(SIZE_T size) {
+    auto* const block = static_cast<SIZE_T*>(blocks_.Allocate(size + kHead));
+    *block = size;
+    std::lock_guard lock(mutex_);
+    live_.push_back(reinterpret_cast<BYTE*>(block) + kHead);
+    return live_.back();
+  }
+  bool Owns(void* block) {
+    std::lock_guard lock(mutex_);
+    return std::find(live_.begin(), live_.end(), block) != live_.end();
+  }
+  void Free(void* block) {
+    {
+      std::lock_guard lock(mutex_);
+      const auto found = std::find(live_.begin(), live_.end(), block);
+      if (found == live_.end()) return;
+      live_.erase(found);
+    }
+    blocks_.Free(static_cast<BYTE*>(block) - kHead);
+  }
+  SIZE_T SizeOf(void* block) {
+    return Owns(block) ? *reinterpret_cast<SIZE_T*>(static_cast<BYTE*>(block) - kHead)
+                       : static_cast<SIZE_T>(-1);
+  }
+
+ private:
+  static constexpr size_t kHead = 16;  // keeps what follows aligned
+  CountedBlocks blocks_{Resource::kHeapBlock};
+  std::mutex mutex_;
+  std::vector<void*> live_;
+};
+
+class TaskAllocator final : public ComObject<IMalloc> {
+ public:
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** object) override {
+    const bool known = id == IID_IUnknown || id == IID_IMalloc;
+    return HandOut(known ? this : nullptr, known ? this : nullptr, object);
+  }
+  void* STDMETHODCALLTYPE Alloc(SIZE_T size) override { return TaskMemory::Get().Allocate(size); }
+  void* STDMETHODCALLTYPE Realloc(void* block, SIZE_T size) override {
+    void* const grown = Alloc(size);
+    if (block != nullptr) {
+      std::memcpy(grown, block, std::min(size, GetSize(block)));
+      Free(block);
+    }
+    return grown;
+  }
+  void STDMETHODCALLTYPE Free(void* block) override { TaskMemory::Get().Free(block); }
+  SIZE_T STDMETHODCALLTYPE GetSize(void* block) override { return TaskMemory::Get().SizeOf(block); }
+  int STDMETHODCALLTYPE DidAlloc(void* block) override {
+    return block == nullptr ? -1 : TaskMemory::Get().Owns(block);
+  }
+  void STDMETHODCALLTYPE HeapMinimize() override {}
+};
+
+}  // namespace
+
+LPWSTR CopyForTask(WideView text) {
+  const auto copy = static_cast<LPWSTR>(CoTaskMemAlloc((text.size() + 1) * sizeof(WCHAR)));
+  if (copy != nullptr) *std::copy(text.begin(), text.end(), copy) = 0;
+  return copy;
+}
+
+void CopyCut(WideView text, LPWSTR buffer, int capacity) {
+  if (buffer == nullptr || capacity < 1) return;
+  text = text.substr(0, static_cast<size_t>(capacity) - 1);
+  *std::copy(text.begin(), text.end(), buffer) = 0;
+}
+
+DWORD ReadWholeFile(LPCWSTR path, std::string& bytes) {
+  const HANDLE file = CreateFileW(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return GetLastError();
+  bytes.resize(GetFileSize(file, nullptr));
+  DWORD read = 0;
+  const BOOL done = ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr);
+  const DWORD error = done ? ERROR_SUCCESS : GetLastError();
+  CloseHandle(file);
+  bytes.resize(read);
+  return error;
+}
+
+DWORD WriteWholeFile(LPCWSTR path, std::string_view bytes) {
+  const HANDLE file = CreateFileW(path, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return GetLastError();
+  DWORD written = 0;
+  const BOOL done =
+      WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+  const DWORD error = done ? ERROR_SUCCESS : GetLastError();
+  CloseHandle(file);
+  return error;
+}
+
+}  // namespace platform
+
+using namespace platform;
+
+HRESULT WINAPI CoInitializeEx(LPVOID reserved, DWORD mode) {
+  KV_API_ENTER_(CoInitializeEx, ERROR_OUTOFMEMORY, true, reserved, mode);
+  if (kv_call.error() != 0) return HRESULT_FROM_WIN32(kv_call.error());
+  if (reserved != nullptr || mode != COINIT_APARTMENTTHREADED) return E_INVALIDARG;
+  return initializations++ == 0 ? S_OK : S_FALSE;
+}
+
+void WINAPI CoUninitialize() {
+  KV_API_VOID(CoUninitialize);
+  if (initializations > 0) --initializations;
+}
+
+HRESULT WINAPI CoCreateInstance(REFCLSID class_id, LPUNKNOWN outer, DWORD context, REFIID id,
+                                LPVOID* object) {
+  KV_API_ENTER_(CoCreateInstance, ERROR_OUTOFMEMORY, true, class_id, outer, context, id, object);
+  *object = nullptr;
+  if (kv_call.error() != 0) return HRESULT_FROM_WIN32(kv_call.error());
+  if (initializations == 0) return CO_E_NOTINITIALIZED;
+  if (outer != nullptr) return CLASS_E_NOAGGREGATION;
+  if (context != CLSCTX_INPROC_SERVER) return E_INVALIDARG;
+  IUnknown* made = nullptr;
+  if (class_id == CLSID_ShellLink) made = NewShellLink();
+  if (class_id == kInternetShortcutClass) made = NewInternetShortcut();
+  if (made == nullptr) return REGDB_E_CLASSNOTREG;
+  const HRESULT result = made->QueryInterface(id, object);
+  made->Release();
+  return result;
+}
+
+HRESULT WINAPI CoGetMalloc(DWORD context, IMalloc** allocator) {
+  KV_API_ENTER_(CoGetMalloc, ERROR_OUTOFMEMORY, true, context, allocator);
+  *allocator = nullptr;
+  if (kv_call.error() != 0) return HRESULT_FROM_WIN32(kv_call.error());
+  if (context != 1) return E_INVALIDARG;
+  *allocator = new TaskAllocator;
+  return S_OK;
+}
+
+LPVOID WINAPI CoTaskMemAlloc(SIZE_T size) {
+  KV_API(CoTaskMemAlloc, ERROR_OUTOFMEMORY, nullptr, size);
+  return TaskMemory::Get().Allocate(size);
+}
+
+void WINAPI CoTaskMemFree(LPVOID block) {
+  KV_API_VOID(CoTaskMemFree, block);
+  TaskMemory::Get().Free(block);
+}

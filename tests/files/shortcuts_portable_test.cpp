@@ -1,0 +1,113 @@
+// Shell and Internet shortcuts come back as they were written.
+#include <gtest/gtest.h>
+
+#include "runtime/files/internet_shortcut.h"
+#include "runtime/files/item_lists.h"
+#include "runtime/files/shell_link.h"
+#include "runtime/text/wide_text.h"
+
+namespace kv {
+namespace {
+
+class ShortcutsTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_GE(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), 0);
+    WCHAR directory[MAX_PATH];
+    GetTempPathW(MAX_PATH, directory);
+    GetTempFileNameW(directory, TEXT("~KV"), 0, file_);
+  }
+  void TearDown() override {
+    DeleteFileW(file_);
+    CoUninitialize();
+  }
+  WCHAR file_[MAX_PATH];
+};
+
+TEST_F(ShortcutsTest, AShortcutKeepsWhatItWasGiven) {
+  ShortcutContents contents;
+  contents.target = file_;
+  contents.workingDirectory = TEXT("C:\\");
+  contents.showCommand = SW_SHOWMINNOACTIVE;
+  contents.arguments = TEXT("/x \"\u0416 \U0001F5A8\"");
+  contents.iconFile = TEXT("C:\\icons.dll");
+  contents.iconIndex = -7;
+  contents.description = TEXT("d\u00E9scription");
+  {
+    CShellLink link;
+    ASSERT_TRUE(link.ready());
+    ASSERT_TRUE(link.Save(file_, contents));
+  }
+  const CShellLink link(file_);
+  ASSERT_TRUE(link.ready());
+  WCHAR text[256], path[MAX_PATH];
+  EXPECT_TRUE(link.GetArguments(text));
+  EXPECT_EQ(WideView(text), contents.arguments);
+  EXPECT_TRUE(link.GetDescription(text));
+  EXPECT_EQ(WideView(text), contents.description);
+  EXPECT_TRUE(link.GetWorkingDirectory(path, MAX_PATH));
+  EXPECT_EQ(WideView(path), contents.workingDirectory);
+  int index = 0, show = 0;
+  EXPECT_TRUE(link.GetIconLocation(path, index));
+  EXPECT_EQ(WideView(path), contents.iconFile);
+  EXPECT_EQ(index, -7);
+  EXPECT_TRUE(link.GetShowCmd(show));
+  EXPECT_EQ(show, SW_SHOWMINNOACTIVE);
+  EXPECT_TRUE(link.GetPath(path, MAX_PATH));
+  EXPECT_TRUE(EqualNoCase(path, file_));
+  EXPECT_TRUE(link.GetWorkingDirectory(path, 3));
+  EXPECT_EQ(WideView(path), TEXT("C:")) << "cut to the capacity";
+}
+
+TEST_F(ShortcutsTest, WhatIsNoShortcutIsNotReady) {
+  const CShellLink empty(file_);
+  EXPECT_FALSE(empty.ready());
+  WCHAR text[256] = TEXT("x");
+  int index = 0, show = 0;
+  WCHAR path[MAX_PATH] = TEXT("x");
+  EXPECT_FALSE(empty.GetArguments(text));
+  EXPECT_EQ(text[0], 0);
+  EXPECT_FALSE(empty.GetIconLocation(path, index));
+  EXPECT_EQ(index, -1);
+  EXPECT_FALSE(empty.GetShowCmd(show));
+  EXPECT_EQ(show, SW_SHOWNORMAL);
+  EXPECT_FALSE(empty.GetPath(path, MAX_PATH));
+  EXPECT_FALSE(CShellLink(TEXT("C:\\no such\\file.lnk")).ready());
+  ShortcutContents contents;
+  contents.target = file_;
+  EXPECT_FALSE(CShellLink().Save(TEXT("C:\\no such\\file.lnk"), contents));
+}
+
+TEST_F(ShortcutsTest, AnInternetShortcutKeepsItsAddress) {
+  constexpr WCHAR kAddress[] = TEXT("https://example.org/a?b=c&d=%20e");
+  EXPECT_TRUE(CInternetShortcut().Save(file_, kAddress));
+  CInternetShortcut shortcut(file_);
+  ASSERT_TRUE(shortcut.ready());
+  WCHAR address[100];
+  EXPECT_TRUE(shortcut.GetURL(address, 100));
+  EXPECT_EQ(WideView(address), kAddress);
+  EXPECT_TRUE(shortcut.GetURL(address, 6));
+  EXPECT_EQ(WideView(address), TEXT("https"));
+  EXPECT_FALSE(CInternetShortcut(TEXT("C:\\no such\\file.url")).ready());
+  EXPECT_FALSE(CInternetShortcut().GetURL(address, 100)) << "none given yet";
+  EXPECT_EQ(address[0], 0);
+}
+
+TEST_F(ShortcutsTest, ItemListsAreMeasuredComparedAndJoined) {
+  alignas(ITEMIDLIST) static constexpr BYTE kA[] = {3, 0, 'a', 4, 0, 'b', 'c', 0, 0};
+  alignas(ITEMIDLIST) static constexpr BYTE kB[] = {3, 0, 'a', 0, 0};
+  alignas(ITEMIDLIST) static constexpr BYTE kEmpty[] = {0, 0};
+  const auto list = [](const BYTE* bytes) { return reinterpret_cast<PCIDLIST_ABSOLUTE>(bytes); };
+  EXPECT_EQ(ItemListSize(list(kA)), 7u);
+  EXPECT_EQ(ItemListSize(list(kEmpty)), 0u);
+  EXPECT_TRUE(ItemListStartsWith(list(kA), list(kB)));
+  EXPECT_FALSE(ItemListStartsWith(list(kB), list(kA)));
+  EXPECT_TRUE(ItemListStartsWith(list(kB), list(kEmpty)));
+  const UniqueItemList joined(ItemListConcat(list(kB), list(kA)));
+  ASSERT_TRUE(joined);
+  constexpr BYTE kJoined[] = {3, 0, 'a', 3, 0, 'a', 4, 0, 'b', 'c', 0, 0};
+  EXPECT_EQ(memcmp(joined.Get(), kJoined, sizeof(kJoined)), 0);
+}
+
+}  // namespace
+}  // namespace kv

@@ -1,0 +1,245 @@
+// Shortcuts that depend on the system, shortcuts written by other programs, and shortcuts in menus.
+#include <shlobj.h>
+
+#include <fstream>
+
+#include "platform/control/message_boxes.h"
+#include "platform/control/profiles.h"
+#include "platform/control/shell_items.h"
+#include "runtime/files/item_lists.h"
+#include "runtime/files/open_command.h"
+#include "runtime/files/program_group.h"
+#include "runtime/files/shell_link.h"
+#include "tests/support/failing_new.h"
+#include "tests/support/runtime_test.h"
+#include "tests/support/test_key.h"
+
+namespace kv::test {
+namespace {
+
+constexpr WCHAR kLink[] = TEXT("C:\\test.lnk");
+constexpr WCHAR kShellFolders[] =
+    TEXT("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders");
+
+class ShortcutsMachineTest : public RuntimeTest {
+ protected:
+  void SetUp() override {
+    RuntimeTest::SetUp();
+    platform::SetFact(platform::facts::kUserIsElevated, "1");
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+  }
+  void TearDown() override {
+    CoUninitialize();
+    RuntimeTest::TearDown();
+  }
+  static void Associate(const WideString& extension, const WideString& command) {
+    const WideString name = TEXT("Class") + extension;
+    SetText(Key::Create(HKEY_CLASSES_ROOT, extension), TEXT(""), name);
+    SetText(Key::Create(HKEY_CLASSES_ROOT, name + TEXT("\\shell\\open\\command")), TEXT(""),
+            command);
+  }
+  static ShortcutContents To(LPCWSTR target) {
+    ShortcutContents contents;
+    contents.target = target;
+    return contents;
+  }
+  static WideString PathIn(LPCWSTR file) {
+    WCHAR path[MAX_PATH];
+    CShellLink(file).GetPath(path, MAX_PATH);
+    return path;
+  }
+  static WideString NameIn(int folder) {
+    WCHAR name[300] = TEXT("?");
+    return GetShortcutFolderName(kLink, folder, name, 300) ? WideString(TEXT("in:")) + name
+                                                           : WideString(name);
+  }
+  static void WriteBytes(LPCWSTR file, const std::string& bytes) {
+    std::ofstream(platform::HostPath(file), std::ios::binary) << bytes;
+  }
+};
+
+TEST_F(ShortcutsMachineTest, OnlyVistaStartsTheProgramOfADocument) {
+  Associate(TEXT(".abc"), TEXT("\"C:\\Program Files\\abc.exe\" /open \"%1\""));
+  Associate(TEXT(".bare"), TEXT("C:\\bare.exe \"%1\""));
+  const struct {
+    const char* profile;
+    LPCWSTR target;
+    bool as_administrator;
+    LPCWSTR path;
+    LPCWSTR arguments;
+    DWORD flags;
+  } kCases[] = {
+      {"windows-vista", TEXT("C:\\a.abc"), true, TEXT("C:\\Program Files\\abc.exe"),
+       TEXT("C:\\a.abc"), SLDF_RUNAS_USER},
+      {"windows-vista", TEXT("C:\\a.EXE"), true, TEXT("C:\\a.EXE"), TEXT("own"), SLDF_RUNAS_USER},
+      {"windows-vista", TEXT("C:\\a.none"), true, TEXT("C:\\a.none"), TEXT("own"), SLDF_RUNAS_USER},
+      {"windows-vista", TEXT("C:\\a.abc"), false, TEXT("C:\\a.abc"), TEXT("own"), 0},
+      {"windows-7", TEXT("C:\\a.abc"), true, TEXT("C:\\a.abc"), TEXT("own"), 0},
+      {"windows-xp", TEXT("C:\\a.abc"), true, TEXT("C:\\a.abc"), TEXT("own"), 0},
+  };
+  for (const auto& c : kCases) {
+    ASSERT_TRUE(platform::UseProfile(c.profile)) << c.profile;
+    Restart();
+    ShortcutContents contents = To(c.target);
+    contents.arguments = TEXT("own");
+    contents.runAsAdministrator =
+        c.as_administrator ? RunAsAdministrator::kYes : RunAsAdministrator::kNo;
+    ASSERT_TRUE(CShellLink().Save(kLink, contents));
+    const CShellLink link(kLink);
+    WCHAR arguments[256];
+    ASSERT_TRUE(link.GetArguments(arguments));
+    EXPECT_EQ(PathIn(kLink), c.path) << c.profile;
+    EXPECT_EQ(WideString(arguments), c.arguments) << c.profile;
+    DWORD flags = 0;
+    std::ifstream file(platform::HostPath(kLink), std::ios::binary);
+    file.seekg(20).read(reinterpret_cast<char*>(&flags), sizeof(flags));
+    EXPECT_EQ(flags & SLDF_RUNAS_USER, c.flags) << c.profile;
+  }
+}
+
+TEST_F(ShortcutsMachineTest, OpenCommandsNameTheirPrograms) {
+  Associate(TEXT(".txt"), TEXT("C:\\edit.exe %1"));
+  Associate(TEXT(".q"), TEXT("\"C:\\a b.exe\" \"%1\""));
+  SetText(Key::Create(HKEY_CLASSES_ROOT, TEXT(".lost")), TEXT(""), TEXT("NoSuchClass"));
+  const auto program = [](LPCWSTR extension) {
+    const auto text = GetOpenCommandProgram(extension);
+    return text == nullptr ? WideString(TEXT("null")) : WideString(text.get());
+  };
+  EXPECT_EQ(program(TEXT("txt")), TEXT("C:\\edit.exe"));
+  EXPECT_EQ(program(TEXT(".txt")), TEXT("C:\\edit.exe"));
+  EXPECT_EQ(program(TEXT("q")), TEXT("C:\\a b.exe"));
+  EXPECT_EQ(program(TEXT("lost")), TEXT("null"));
+  EXPECT_EQ(program(TEXT("none")), TEXT("null"));
+  FailAllocation(1);
+  EXPECT_EQ(program(TEXT("txt")), TEXT("null"));
+  FailAllocation(0);
+}
+
+TEST_F(ShortcutsMachineTest, ShortcutsToAddressesShowTheBrowser) {
+  Associate(TEXT(".htm"), TEXT("\"C:\\browser.exe\" -url %1"));
+  ASSERT_TRUE(CShellLink().Save(kLink, To(TEXT("https://example.org/\u0416"))));
+  WCHAR icon[MAX_PATH];
+  int index = -1;
+  const CShellLink link(kLink);
+  EXPECT_TRUE(link.GetIconLocation(icon, index));
+  EXPECT_EQ(WideString(icon), TEXT("C:\\browser.exe"));
+  EXPECT_EQ(index, 0);
+  WCHAR name[100] = TEXT("x");
+  EXPECT_FALSE(link.GetPath(name, 100)) << "the target is no file";
+  EXPECT_TRUE(GetShortcutInternetName(kLink, name, 100));
+  EXPECT_EQ(WideString(name), TEXT("https://example.org/\u0416"));
+  EXPECT_FALSE(GetShortcutPrinterName(kLink, name, 100));
+  EXPECT_EQ(name[0], 0);
+}
+
+TEST_F(ShortcutsMachineTest, TargetsAreFoundInTheirSpecialFolders) {
+  SetText(Key::Create(HKEY_CURRENT_USER, kShellFolders), TEXT("Personal"), TEXT("C:\\My Files"));
+  ASSERT_TRUE(CreateDirectoryW(TEXT("C:\\My Files"), nullptr));
+  ASSERT_TRUE(CShellLink().Save(kLink, To(TEXT("C:\\My Files\\sub\\letter.txt"))));
+  EXPECT_EQ(NameIn(CSIDL_PERSONAL), TEXT("in:sub\\letter.txt"));
+  EXPECT_EQ(NameIn(CSIDL_DRIVES), TEXT("in:C:\\My Files\\sub\\letter.txt"));
+  EXPECT_EQ(NameIn(CSIDL_PRINTERS), TEXT(""));
+  EXPECT_EQ(NameIn(CSIDL_STARTUP), TEXT("")) << "the user has no such folder";
+  EXPECT_EQ(NameIn(999), TEXT(""));
+
+  // What dragging a printer makes.
+  UniqueItemList printer(platform::PrinterItemList(TEXT("Folvane \u0416")));
+  {
+    ComReference<IShellLinkW> link;
+    ASSERT_EQ(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
+                               reinterpret_cast<void**>(link.Receive())),
+              S_OK);
+    ASSERT_EQ(link.Get()->SetIDList(printer.Get()), S_OK);
+    ASSERT_EQ(QueryFor<IPersistFile>(link, IID_IPersistFile).Get()->Save(kLink, TRUE), S_OK);
+  }
+  EXPECT_EQ(NameIn(CSIDL_PRINTERS), TEXT("in:Folvane \u0416"));
+  EXPECT_EQ(NameIn(CSIDL_INTERNET), TEXT(""));
+  EXPECT_EQ(PathIn(kLink), TEXT(""));
+}
+
+// A link as the ANSI editions of Windows wrote them: no item list, narrow texts, a path in two
+// pieces.
+TEST_F(ShortcutsMachineTest, OldShortcutsAreRead) {
+  std::string bytes(0x4C, '\0');
+  const BYTE kHead[] = {
+      0x4C, 0,    0, 0, 0x01, 0x14, 2, 0, 0,    0,   0,
+      0,    0xC0, 0, 0, 0,    0,    0, 0, 0x46, 0x26};  // information, name, arguments
+  bytes.replace(0, sizeof(kHead), reinterpret_cast<const char*>(kHead), sizeof(kHead));
+  bytes[60] = 3;  // the show command
+  const std::string base("C:\\old\0", 7), suffix("\\x.exe\0", 7);
+  const BYTE kInformation[] = {0x1C + 14, 0, 0,    0, 0x1C, 0, 0, 0, 1, 0, 0,        0, 0x1C, 0,
+                               0,         0, 0x1C, 0, 0,    0, 0, 0, 0, 0, 0x1C + 7, 0, 0,    0};
+  bytes.append(reinterpret_cast<const char*>(kInformation), sizeof(kInformation));
+  bytes += base + suffix;
+  const std::string name("\x03\0nam", 5), arguments("\x02\0/\xE9", 4);
+  WriteBytes(kLink, bytes + name + arguments + std::string(4, '\0'));
+  const CShellLink link(kLink);
+  ASSERT_TRUE(link.ready());
+  EXPECT_EQ(PathIn(kLink), TEXT("C:\\old\\x.exe"));
+  WCHAR text[256];
+  EXPECT_TRUE(link.GetDescription(text));
+  EXPECT_EQ(WideString(text), TEXT("nam"));
+  EXPECT_TRUE(link.GetArguments(text));
+  EXPECT_EQ(WideString(text), TEXT("/\u00E9"));
+  int show = 0;
+  link.GetShowCmd(show);
+  EXPECT_EQ(show, 3);
+  // Every shorter file ends within a promised part.
+  for (size_t size = 0; size < bytes.size() + name.size() + arguments.size(); size += 3) {
+    WriteBytes(kLink, (bytes + name + arguments).substr(0, size));
+    EXPECT_FALSE(CShellLink(kLink).ready()) << size;
+  }
+}
+
+TEST_F(ShortcutsMachineTest, GroupsAreFoundByTheirPrograms) {
+  constexpr WCHAR kMenu[] = TEXT("C:\\Menu");
+  SetText(Key::Create(HKEY_CURRENT_USER, kShellFolders), TEXT("Programs"), kMenu);
+  WCHAR group[MAX_PATH] = TEXT("x");
+  EXPECT_FALSE(FindProgramGroup(HKEY_CURRENT_USER, TEXT("a.exe"), group, MAX_PATH));
+  EXPECT_EQ(group[0], 0) << "no menu";
+  for (const WCHAR* directory :
+       {kMenu, TEXT("C:\\Menu\\Games"), TEXT("C:\\Menu\\Tools"), TEXT("C:\\Menu\\Tools\\Deep")}) {
+    ASSERT_TRUE(CreateDirectoryW(directory, nullptr));
+  }
+  CShellLink().Save(TEXT("C:\\Menu\\direct.lnk"), To(TEXT("C:\\direct.exe")));
+  CShellLink().Save(TEXT("C:\\Menu\\Tools\\a.lnk"), To(TEXT("C:\\bin\\A.exe")));
+  CShellLink().Save(TEXT("C:\\Menu\\Tools\\Deep\\b.lnk"), To(TEXT("C:\\deep.exe")));
+  WriteBytes(TEXT("C:\\Menu\\Games\\a.lnk"), "no link");
+  EXPECT_TRUE(FindProgramGroup(HKEY_CURRENT_USER, TEXT("a.EXE"), group, MAX_PATH));
+  EXPECT_EQ(WideString(group), TEXT("C:\\Menu\\Tools"));
+  EXPECT_TRUE(FindProgramGroup(HKEY_CURRENT_USER, TEXT("a.exe"), group, 8));
+  EXPECT_EQ(WideString(group), TEXT("C:\\Menu")) << "cut to the capacity";
+  for (const WCHAR* program : {TEXT("direct.exe"), TEXT("deep.exe"), TEXT("none.exe")}) {
+    EXPECT_FALSE(FindProgramGroup(HKEY_CURRENT_USER, program, group, MAX_PATH));
+    EXPECT_EQ(group[0], 0);
+  }
+  CoUninitialize();
+  EXPECT_FALSE(FindProgramGroup(HKEY_CURRENT_USER, TEXT("a.exe"), group, MAX_PATH));
+  CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+}
+
+// Whatever call fails: no crash, nothing leaked (the fixture looks), and what was not written is
+// reported.
+TEST_F(ShortcutsMachineTest, EveryFailureIsSurvived) {
+  SetText(Key::Create(HKEY_CURRENT_USER, kShellFolders), TEXT("Personal"), TEXT("C:\\"));
+  Associate(TEXT(".htm"), TEXT("\"C:\\browser.exe\""));
+  for (uint64_t n = 1;; ++n) {
+    DeleteFileW(kLink);
+    platform::FailAnyCall(n);
+    const BOOL saved = CShellLink().Save(kLink, To(TEXT("mailto:x@example.org")));
+    WCHAR name[MAX_PATH];
+    const BOOL found = GetShortcutInternetName(kLink, name, MAX_PATH) && name[0] != 0;
+    const bool failed = platform::InjectedFailures() != 0;
+    platform::FailAnyCall(0);
+    platform::ResetFaults();
+    EXPECT_EQ(saved, GetFileAttributesW(kLink) != INVALID_FILE_ATTRIBUTES) << n;
+    if (!failed) {
+      EXPECT_TRUE(saved && found);
+      EXPECT_GT(n, 10u);
+      break;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace kv::test
