@@ -162,5 +162,16 @@
 #define IDS_CTL_SPOOLER_RESTARTED 14106      // text
 #define IDS_CTL_DOCNAME_SUMMARY 14140        // text
 #define IDS_CTL_DOCNAME_USAGE 14141          // text
+#define IDS_CTL_SHORTCUT_SUMMARY 14160  // text
+#define IDS_CTL_SHORTCUT_USAGE 14161  // text
+#define IDS_CTL_SHORTCUT_NOT_WRITTEN 14162  // 1 the shortcut; 2 its target
+#define IDS_CTL_SHORTCUT_NOT_READ 14163  // 1 the shortcut
+#define IDS_CTL_SHORTCUT_TARGET 14164  // 1 a path
+#define IDS_CTL_SHORTCUT_ADDRESS 14165  // 1 an address
+#define IDS_CTL_SHORTCUT_PRINTER 14166  // 1 a printer
+#define IDS_CTL_SHORTCUT_ARGUMENTS 14167  // 1 the arguments
+#define IDS_CTL_SHORTCUT_DIRECTORY 14168  // 1 a path
+#define IDS_CTL_SHORTCUT_ICON 14169  // 1 a file; 2 the icon's index
+#define IDS_CTL_SHORTCUT_DESCRIPTION 14170  // 1 a text
 
 #endif

@@ -2,9 +2,9 @@
 
 namespace kvctl {
 namespace {
-constexpr const Command* kCommands[] = {&kPortsCommand,  &kMonitorsCommand, &kInstallCommand,
-                                        &kPrintCommand,  &kSettingsCommand, &kSessionsCommand,
-                                        &kWhoamiCommand, &kSpoolerCommand,  &kDocnameCommand};
+constexpr const Command* kCommands[] = {
+    &kPortsCommand,    &kMonitorsCommand, &kInstallCommand, &kPrintCommand,   &kSettingsCommand,
+    &kSessionsCommand, &kWhoamiCommand,   &kSpoolerCommand, &kDocnameCommand, &kShortcutCommand};
 }
 
 std::span<const Command* const> AllCommands() {
