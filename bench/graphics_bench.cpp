@@ -62,7 +62,6 @@ void QuarterTurn(benchmark::State& state) {
 
 void EveryDepth(benchmark::internal::Benchmark* benchmark) {
   for (int depth : {1, 2, 4, 8, 16, 24, 32}) benchmark->Arg(depth);
-  benchmark->UseRealTime();
 }
 BENCHMARK(Copy)->Apply(EveryDepth);
 BENCHMARK(HalfTurn)->Apply(EveryDepth);

@@ -43,22 +43,25 @@ struct Pixels16 {
 };
 struct Pixels24 {
   static constexpr int kBytes = 3, kPixels = 4;
-  struct Words {
-    DWORD word[3];
-  };
   static void Exchange(BYTE* a, BYTE* b) {
-    const Words x = Mirrored(a), y = Mirrored(b);
-    std::memcpy(a, &y, sizeof y);
-    std::memcpy(b, &x, sizeof x);
+    const DWORD a0 = Word(a), a1 = Word(a + 4), a2 = Word(a + 8);
+    const DWORD b0 = Word(b), b1 = Word(b + 4), b2 = Word(b + 8);
+    WriteMirrored(a0, a1, a2, b);
+    WriteMirrored(b0, b1, b2, a);
   }
   // Four pixels lie in three words as 1000, 2211 and 3332 (the highest byte first).
-  static Words Mirrored(const BYTE* from) {
-    Words w;
-    std::memcpy(&w, from, sizeof w);
-    const DWORD p0 = w.word[0], p1 = w.word[0] >> 24 | w.word[1] << 8,
-                p2 = w.word[1] >> 16 | w.word[2] << 16, p3 = w.word[2] >> 8;
-    return {{p3 | p2 << 24, (p2 >> 8 & 0xFFFF) | p1 << 16, (p1 >> 16 & 0xFF) | p0 << 8}};
+  static void WriteMirrored(DWORD word0, DWORD word1, DWORD word2, BYTE* to) {
+    const DWORD p1 = word0 >> 24 | word1 << 8, p2 = word1 >> 16 | word2 << 16, p3 = word2 >> 8;
+    SetWord(to, p3 | p2 << 24);
+    SetWord(to + 4, (p2 >> 8 & 0xFFFF) | p1 << 16);
+    SetWord(to + 8, (p1 >> 16 & 0xFF) | word0 << 8);
   }
+  static DWORD Word(const BYTE* from) {
+    DWORD word;
+    std::memcpy(&word, from, sizeof word);
+    return word;
+  }
+  static void SetWord(BYTE* to, DWORD word) { std::memcpy(to, &word, sizeof word); }
 };
 struct Pixels32 {
   static constexpr int kBytes = 4, kPixels = 4;

@@ -129,7 +129,7 @@ struct Tile4 : TileSize<4, 128> {
   }
 };
 
-struct Tile8 : TileSize<8, 64> {
+struct Tile8 : TileSize<8, 128> {
   static void Turn(const BYTE* source, BYTE* target) {
     for (int row = 0; row < kSize; row += 16) {
       for (int column = 0; column < kSize; column += 16) {
@@ -142,7 +142,7 @@ struct Tile8 : TileSize<8, 64> {
   }
 };
 
-struct Tile16 : TileSize<16, 64> {
+struct Tile16 : TileSize<16, 128> {
   static void Turn(const BYTE* source, BYTE* target) {
     for (int row = 0; row < kSize; row += 8) {
       for (int column = 0; column < kSize; column += 8) {
@@ -196,6 +196,8 @@ struct Tile32 : TileSize<32, 64> {
   }
 };
 
+constexpr size_t kLine = 64;  // of the cache
+
 // Copies a tile's part of a row; the constant size of whole tiles makes it a few moves.
 template <int kWhole>
 void CopyRun(BYTE* to, const BYTE* from, size_t bytes) {
@@ -203,6 +205,14 @@ void CopyRun(BYTE* to, const BYTE* from, size_t bytes) {
     std::memcpy(to, from, kWhole);
   } else {
     std::memcpy(to, from, bytes);
+  }
+}
+
+// Writes whole lines past the cache, which then need not be read before.
+template <int kWhole>
+void StreamRun(BYTE* to, const BYTE* from) {
+  for (int at = 0; at < kWhole; at += static_cast<int>(kRegister)) {
+    _mm_stream_si128(reinterpret_cast<__m128i*>(to + at), Load(from + at));
   }
 }
 
@@ -215,40 +225,89 @@ class QuarterTurn {
         width_(width),
         height_(height),
         sourceStride_(static_cast<size_t>(DibStride(width, Tile::kBits))),
-        targetStride_(static_cast<size_t>(DibStride(height, Tile::kBits))) {}
+        targetStride_(static_cast<size_t>(DibStride(height, Tile::kBits))),
+        lead_(FindLead()) {}
 
   void Run() {
     for (int x = 0; x < width_; x += Tile::kSize) {
-      for (int y = 0; y < height_; y += Tile::kSize) {
-        Gather(x, y);
-        Tile::Turn(gathered_, turned_);
-        Write(x, y);
-      }
+      if (lead_ > 0) TurnTile(x, 0, lead_);
+      for (int y = std::max(lead_, 0); y < height_; y += Tile::kSize)
+        TurnTile(x, y, std::min(Tile::kSize, height_ - y));
     }
+    _mm_sfence();
   }
 
  private:
+  static constexpr int kNoStreaming = -1;
+  // Below, the target had better stay in the cache for its reader.
+  static constexpr size_t kLeastStreamed = 4 << 20;
+
   static size_t BytesOf(int pixels) { return (static_cast<size_t>(pixels) * Tile::kBits + 7) / 8; }
 
-  // The tile's source rows, from the one that becomes target column y.
-  void Gather(int x, int y) {
-    const int rows = std::min(Tile::kSize, height_ - y);
-    const size_t bytes = BytesOf(std::min(Tile::kSize, width_ - x));
-    const BYTE* from = source_ + (height_ - 1 - y) * sourceStride_ + BytesOf(x);
+  // The pixels in front of the first cache line that begins in a target row, when all rows lie
+  // alike and tiles write whole lines; kNoStreaming otherwise.
+  int FindLead() const {
+    if (targetStride_ % kLine != 0 || Tile::kBytes % kLine != 0 ||
+        targetStride_ * width_ < kLeastStreamed) {
+      return kNoStreaming;
+    }
+    for (int lead = 0; lead < std::min(Tile::kSize, height_); ++lead) {
+      const bool isWhole = lead * Tile::kBits % 8 == 0;
+      const auto address = reinterpret_cast<ULONG_PTR>(target_ + BytesOf(lead));
+      if (isWhole && address % kLine == 0) return lead;
+    }
+    return kNoStreaming;
+  }
+
+  // Turns `rows` source rows, from the one that becomes target column y.
+  void TurnTile(int x, int y, int rows) {
+    const int columns = std::min(Tile::kSize, width_ - x);
+    Gather(x, y, rows, columns);
+    FetchAhead(x, y, rows, columns);
+    Tile::Turn(gathered_, turned_);
+    Write(x, y, rows, columns);
+  }
+
+  void Gather(int x, int y, int rows, int columns) {
+    const size_t bytes = BytesOf(columns);
+    const BYTE* from = SourceRow(y) + BytesOf(x);
     for (int row = 0; row < rows; ++row, from -= sourceStride_) {
       CopyRun<Tile::kBytes>(gathered_ + row * Tile::kBytes, from, bytes);
     }
     // Rows that are not there fill up the target's last bytes.
     std::memset(gathered_ + rows * Tile::kBytes, 0, (Tile::kSize - rows) * Tile::kBytes);
   }
+  // The row that becomes target column y.
+  const BYTE* SourceRow(int y) const { return source_ + (height_ - 1 - y) * sourceStride_; }
 
-  void Write(int x, int y) {
-    const int rows = std::min(Tile::kSize, width_ - x);
-    const bool isLast = height_ - y <= Tile::kSize;
-    const size_t begin = BytesOf(y), bytes = BytesOf(std::min(Tile::kSize, height_ - y));
+  // While a tile is turned, the lines of the next one arrive, and those that it will be written to.
+  // As functions of their own these two would count as doing nothing, and be left out.
+  [[gnu::always_inline]] void FetchAhead(int x, int y, int rows, int columns) const {
+    const int next = y + rows;
+    for (int row = next; row < std::min(next + Tile::kSize, height_); ++row) {
+      Fetch(SourceRow(row) + BytesOf(x), BytesOf(columns));
+    }
+    if (lead_ != kNoStreaming) return;
+    const BYTE* to = target_ + x * targetStride_ + BytesOf(y);
+    for (int row = 0; row < columns; ++row) Fetch(to + row * targetStride_, BytesOf(rows));
+  }
+  [[gnu::always_inline]] static void Fetch(const BYTE* from, size_t bytes) {
+    for (size_t at = 0; at < bytes; at += kLine) {
+      _mm_prefetch(reinterpret_cast<const char*>(from + at), _MM_HINT_T0);
+    }
+  }
+
+  void Write(int x, int y, int rows, int columns) {
+    const bool isWhole = rows == Tile::kSize, isLast = y + rows == height_;
+    const size_t begin = BytesOf(y), bytes = BytesOf(rows);
     BYTE* to = target_ + x * targetStride_ + begin;
-    for (int row = 0; row < rows; ++row, to += targetStride_) {
-      CopyRun<Tile::kBytes>(to, turned_ + row * Tile::kBytes, bytes);
+    const BYTE* from = turned_;
+    for (int row = 0; row < columns; ++row, to += targetStride_, from += Tile::kBytes) {
+      if (isWhole && lead_ != kNoStreaming) {
+        StreamRun<Tile::kBytes>(to, from);
+      } else {
+        CopyRun<Tile::kBytes>(to, from, bytes);
+      }
       if (isLast) std::memset(to + bytes, 0, targetStride_ - begin - bytes);
     }
   }
@@ -257,8 +316,9 @@ class QuarterTurn {
   BYTE* target_;
   int width_, height_;
   size_t sourceStride_, targetStride_;
-  alignas(64) BYTE gathered_[Tile::kSize * Tile::kBytes + 1] = {};
-  alignas(64) BYTE turned_[Tile::kSize * Tile::kBytes];
+  int lead_;
+  alignas(kLine) BYTE gathered_[Tile::kSize * Tile::kBytes + 1] = {};
+  alignas(kLine) BYTE turned_[Tile::kSize * Tile::kBytes];
 };
 
 }  // namespace
