@@ -49,6 +49,10 @@ inline constexpr char kUserIntegrity[] = "user.integrity";
 inline constexpr char kUserGroups[] = "user.groups";
 inline constexpr char kUserPrivileges[] = "user.privileges";
 
+// What the user answers when a program asks to be run with the powers of an administrator: 1
+// agrees. Who is no administrator needs somebody else's password and refuses otherwise.
+inline constexpr char kElevationConsent[] = "elevation.consent";  // 1 for administrators
+
 // Further accounts of the computer, separated by commas: "Bob:1002" with a relative id or a whole
 // SID, "Staff:1100:group". What the facts "user.administrator", "user.elevated" and so on say of
 // the process's user, "account.Bob.administrator" says of Bob, who is no administrator otherwise.
@@ -66,8 +70,8 @@ inline constexpr char kSessionPrefix[] = "session.";
 // The session of the calling process, and the one at the console.
 inline constexpr char kProcessSession[] = "process.session";  // 1; 0 before 6.0
 inline constexpr char kConsoleSession[] = "console.session";  // 1; 0 before 6.0
-// Further processes by id: "400,812", each with "process.400.name", "process.400.user" and
-// "process.400.session".
+// Further processes by id: "400,812", each with "process.400.name", "process.400.user",
+// "process.400.session" and "process.400.elevated". "explorer.exe" is its session's desktop shell.
 inline constexpr char kProcesses[] = "processes";
 inline constexpr char kProcessPrefix[] = "process.";
 // Whether a terminal server is in install mode.
@@ -76,6 +80,18 @@ inline constexpr char kInstallMode[] = "terminal.install_mode";  // 0
 // "service.Spooler.start_time" and "…stop_time": how long the service is pending, in milliseconds;
 // "never": it stays so. "…start_error" and "…stop_error": the error with which it refuses.
 inline constexpr char kServicePrefix[] = "service.";
+
+// What printer drivers can do: "driver.Generic / Text Only.copies" and so on. "fields" is the mask of
+// DM_ flags that the driver minds and "extra" the size of its private data in bytes; "copies" (1),
+// "duplex" (0), "color" (1), "truetype" (0) and "escapes" ("4115,4097", none) are what it offers.
+// "bins" lists paper bins ("15:Automatic,1:Upper"), "margins" what of the paper it cannot print on
+// ("4233,4233,4233,4233": left, top, right, bottom in micrometres), "papers" forms beyond the common
+// ones ("300:Banner:210000x1000000").
+inline constexpr char kDriverPrefix[] = "driver.";
+// What other machines of the network share: "server.ALPHA.printers" lists the printers of a server's
+// spooler with their shares ("HP Laser:laser,Ink:ink"), "server.ALPHA.resources" what a look at the
+// network finds there ("print:laser:HP Laser,disk:public:Files,container:box:").
+inline constexpr char kServerPrefix[] = "server.";
 
 // Locale identifiers in decimal or with 0x.
 inline constexpr char kSystemLocale[] = "locale.system";  // 0x0409

@@ -9,6 +9,7 @@
 #include <windef.h>
 #include <winerror.h>
 #include <wingdi.h>
+#include <winnetwk.h>
 #include <winnls.h>
 #include <winnt.h>
 #include <winreg.h>

@@ -17,7 +17,16 @@
 #define PLANES 14
 #define LOGPIXELSX 88
 #define LOGPIXELSY 90
+#define PHYSICALWIDTH 110
+#define PHYSICALHEIGHT 111
+#define PHYSICALOFFSETX 112
+#define PHYSICALOFFSETY 113
 #define DT_RASDISPLAY 1
+#define DT_RASPRINTER 2
+
+#define QUERYESCSUPPORT 8
+#define CLIP_TO_PATH 4097
+#define POSTSCRIPT_PASSTHROUGH 4115
 
 #define OBJ_PEN 1
 #define OBJ_BRUSH 2
@@ -259,6 +268,56 @@ typedef struct _devicemodeW {
 } DEVMODEW, *PDEVMODEW, *LPDEVMODEW;
 static_assert(sizeof(DEVMODEW) == 220);
 
+typedef struct _devicemodeA {
+  BYTE dmDeviceName[CCHDEVICENAME];
+  WORD dmSpecVersion;
+  WORD dmDriverVersion;
+  WORD dmSize;
+  WORD dmDriverExtra;
+  DWORD dmFields;
+  union {
+    struct {
+      short dmOrientation;
+      short dmPaperSize;
+      short dmPaperLength;
+      short dmPaperWidth;
+      short dmScale;
+      short dmCopies;
+      short dmDefaultSource;
+      short dmPrintQuality;
+    };
+    struct {
+      POINTL dmPosition;
+      DWORD dmDisplayOrientation;
+      DWORD dmDisplayFixedOutput;
+    };
+  };
+  short dmColor;
+  short dmDuplex;
+  short dmYResolution;
+  short dmTTOption;
+  short dmCollate;
+  BYTE dmFormName[CCHFORMNAME];
+  WORD dmLogPixels;
+  DWORD dmBitsPerPel;
+  DWORD dmPelsWidth;
+  DWORD dmPelsHeight;
+  union {
+    DWORD dmDisplayFlags;
+    DWORD dmNup;
+  };
+  DWORD dmDisplayFrequency;
+  DWORD dmICMMethod;
+  DWORD dmICMIntent;
+  DWORD dmMediaType;
+  DWORD dmDitherType;
+  DWORD dmReserved1;
+  DWORD dmReserved2;
+  DWORD dmPanningWidth;
+  DWORD dmPanningHeight;
+} DEVMODEA, *PDEVMODEA, *LPDEVMODEA;
+static_assert(sizeof(DEVMODEA) == 156);
+
 #define DM_SPECVERSION 0x0401
 #define DM_ORIENTATION 0x00000001
 #define DM_PAPERSIZE 0x00000002
@@ -275,6 +334,8 @@ static_assert(sizeof(DEVMODEW) == 220);
 #define DM_TTOPTION 0x00004000
 #define DM_COLLATE 0x00008000
 #define DM_FORMNAME 0x00010000
+#define DM_LOGPIXELS 0x00020000
+#define DM_BITSPERPEL 0x00040000
 #define DM_ICMMETHOD 0x00800000
 #define DM_ICMINTENT 0x01000000
 #define DM_MEDIATYPE 0x02000000
@@ -285,6 +346,26 @@ static_assert(sizeof(DEVMODEW) == 220);
 #define DMORIENT_LANDSCAPE 2
 #define DMPAPER_LETTER 1
 #define DMPAPER_A4 9
+#define DMPAPER_USER 256
+#define DMCOLOR_MONOCHROME 1
+#define DMCOLOR_COLOR 2
+#define DMDUP_SIMPLEX 1
+#define DMDUP_VERTICAL 2
+#define DMTT_SUBDEV 3
+
+// Modes of DocumentPropertiesW.
+#define DM_OUT_DEFAULT 1
+#define DM_OUT_BUFFER 2
+#define DM_IN_PROMPT 4
+#define DM_IN_BUFFER 8
+
+// What DeviceCapabilitiesW is asked for.
+#define DC_FIELDS 1
+#define DC_BINS 6
+#define DC_DUPLEX 7
+#define DC_BINNAMES 12
+#define DC_TRUETYPE 15
+#define DC_COPIES 18
 
 // Device contexts and graphics objects belong to the process. A null or foreign handle fails with
 // ERROR_INVALID_HANDLE. Lengths are pixels; a context's own coordinates are pixels as well, turned
@@ -458,4 +539,24 @@ BOOL WINAPI BitBlt(HDC target, int x, int y, int width, int height, HDC source, 
 BOOL WINAPI TransparentBlt(HDC target, int x, int y, int width, int height, HDC source,
                            int source_x, int source_y, int source_width, int source_height,
                            UINT transparent);
+
+// A context of an installed printer's pages. `driver` is null or "WINSPOOL", `port` null; `mode`
+// (may be null: the printer's own settings) is read as the driver reads device modes. Null on
+// failure: ERROR_INVALID_PRINTER_NAME, ERROR_CALL_NOT_IMPLEMENTED for other devices. Nothing of
+// what is drawn goes anywhere. GetDeviceCaps tells the resolution, the paper (PHYSICALWIDTH,
+// PHYSICALHEIGHT), the printable area (HORZRES, VERTRES) and where on the paper that begins.
+HDC WINAPI CreateDCW(LPCWSTR driver, LPCWSTR device, LPCWSTR port, const DEVMODEW* mode);
+// Lets a printer's context follow other settings; returns `context`. Null for any other context
+// (ERROR_INVALID_HANDLE) and without a mode (ERROR_INVALID_PARAMETER).
+HDC WINAPI ResetDCW(HDC context, const DEVMODEW* mode);
+// QUERYESCSUPPORT only (else 0 with ERROR_CALL_NOT_IMPLEMENTED): 1 when the context's driver has
+// the escape whose number (4 bytes) `in` holds, 0 when not and for contexts without a driver.
+int WINAPI ExtEscape(HDC context, int escape, int in_size, LPCSTR in, int out_size, LPSTR out);
+// What the driver of a printer offers: DC_FIELDS (the DM_ flags it minds), DC_DUPLEX (1 or 0),
+// DC_COPIES (how many at most), DC_TRUETYPE; DC_BINS and DC_BINNAMES give the number of paper bins
+// and, with `out`, their ids (WORD) and names (24 characters each, without a terminator when all
+// are used). `port` and `mode` do not matter. -1 on failure: ERROR_INVALID_PRINTER_NAME,
+// ERROR_CALL_NOT_IMPLEMENTED for other capabilities.
+int WINAPI DeviceCapabilitiesW(LPCWSTR device, LPCWSTR port, WORD capability, LPWSTR out,
+                               const DEVMODEW* mode);
 }

@@ -23,6 +23,8 @@
 #define JOB_STATUS_PRINTING 0x00000010
 #define JOB_STATUS_PRINTED 0x00000080
 
+#define DSPRINT_UNPUBLISH 0x00000004
+
 #define PORT_TYPE_WRITE 0x0001
 #define PORT_TYPE_READ 0x0002
 
@@ -88,6 +90,85 @@ typedef struct _PRINTER_INFO_5W {
   DWORD TransmissionRetryTimeout;
 } PRINTER_INFO_5W, PRINTER_INFO_5;
 static_assert(sizeof(PRINTER_INFO_5W) == (sizeof(void*) == 4 ? 20 : 32));
+
+typedef struct _PRINTER_INFO_3 {
+  PSECURITY_DESCRIPTOR pSecurityDescriptor;
+} PRINTER_INFO_3, *LPPRINTER_INFO_3;
+
+typedef struct _PRINTER_INFO_6 {
+  DWORD dwStatus;
+} PRINTER_INFO_6, *LPPRINTER_INFO_6;
+
+typedef struct _PRINTER_INFO_7W {
+  LPWSTR pszObjectGUID;
+  DWORD dwAction;
+} PRINTER_INFO_7W, *LPPRINTER_INFO_7W;
+static_assert(sizeof(PRINTER_INFO_7W) == 2 * sizeof(void*));
+
+typedef struct _PRINTER_INFO_8W {
+  LPDEVMODEW pDevMode;
+} PRINTER_INFO_8W, *LPPRINTER_INFO_8W;
+
+typedef struct _PRINTER_INFO_9W {
+  LPDEVMODEW pDevMode;
+} PRINTER_INFO_9W, *LPPRINTER_INFO_9W;
+
+typedef struct _PRINTER_INFO_1A {
+  DWORD Flags;
+  LPSTR pDescription;
+  LPSTR pName;
+  LPSTR pComment;
+} PRINTER_INFO_1A, *LPPRINTER_INFO_1A;
+static_assert(sizeof(PRINTER_INFO_1A) == (sizeof(void*) == 4 ? 16 : 32));
+
+typedef struct _PRINTER_INFO_2A {
+  LPSTR pServerName;
+  LPSTR pPrinterName;
+  LPSTR pShareName;
+  LPSTR pPortName;
+  LPSTR pDriverName;
+  LPSTR pComment;
+  LPSTR pLocation;
+  LPDEVMODEA pDevMode;
+  LPSTR pSepFile;
+  LPSTR pPrintProcessor;
+  LPSTR pDatatype;
+  LPSTR pParameters;
+  PSECURITY_DESCRIPTOR pSecurityDescriptor;
+  DWORD Attributes;
+  DWORD Priority;
+  DWORD DefaultPriority;
+  DWORD StartTime;
+  DWORD UntilTime;
+  DWORD Status;
+  DWORD cJobs;
+  DWORD AveragePPM;
+} PRINTER_INFO_2A, *LPPRINTER_INFO_2A;
+static_assert(sizeof(PRINTER_INFO_2A) == (sizeof(void*) == 4 ? 84 : 136));
+
+typedef struct _PRINTER_INFO_4A {
+  LPSTR pPrinterName;
+  LPSTR pServerName;
+  DWORD Attributes;
+} PRINTER_INFO_4A, *LPPRINTER_INFO_4A;
+static_assert(sizeof(PRINTER_INFO_4A) == (sizeof(void*) == 4 ? 12 : 24));
+
+typedef struct _PRINTER_INFO_5A {
+  LPSTR pPrinterName;
+  LPSTR pPortName;
+  DWORD Attributes;
+  DWORD DeviceNotSelectedTimeout;
+  DWORD TransmissionRetryTimeout;
+} PRINTER_INFO_5A, *LPPRINTER_INFO_5A;
+static_assert(sizeof(PRINTER_INFO_5A) == (sizeof(void*) == 4 ? 20 : 32));
+
+typedef struct _PRINTER_INFO_8A {
+  LPDEVMODEA pDevMode;
+} PRINTER_INFO_8A, *LPPRINTER_INFO_8A;
+
+typedef struct _PRINTER_INFO_9A {
+  LPDEVMODEA pDevMode;
+} PRINTER_INFO_9A, *LPPRINTER_INFO_9A;
 
 typedef struct _DRIVER_INFO_2W {
   DWORD cVersion;
@@ -190,7 +271,19 @@ HANDLE WINAPI AddPrinterW(LPWSTR server, DWORD level, LPBYTE info);
 BOOL WINAPI DeletePrinter(HANDLE printer);
 BOOL WINAPI OpenPrinterW(LPWSTR name, LPHANDLE printer, LPPRINTER_DEFAULTSW defaults);
 BOOL WINAPI ClosePrinter(HANDLE printer);
+// Levels 1 to 9 (7 to 9 from Windows 2000 on, else ERROR_INVALID_LEVEL). Level 8 is what all users
+// start from, level 9 what the calling user has set (a null pointer when nothing).
 BOOL WINAPI GetPrinterW(HANDLE printer, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed);
+// The same with ANSI texts and DEVMODEA.
+BOOL WINAPI GetPrinterA(HANDLE printer, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed);
+// Command 0 with level 2 or 8 (PRINTER_ACCESS_ADMINISTER) or 9 (PRINTER_ACCESS_USE). Level 2 keeps
+// the name (another one: ERROR_CALL_NOT_IMPLEMENTED) and the security descriptor, and without a
+// DEVMODE the old one; a null DEVMODE of level 8 or 9 removes what was set. FALSE:
+// ERROR_ACCESS_DENIED (also for printers of other servers, but for level 9),
+// ERROR_INVALID_SHARENAME, and the errors of AddPrinterW.
+BOOL WINAPI SetPrinterW(HANDLE printer, DWORD level, LPBYTE info, DWORD command);
+// PRINTER_ENUM_LOCAL, PRINTER_ENUM_CONNECTIONS (the user's, of other servers) or PRINTER_ENUM_NAME
+// with a server's name; with PRINTER_ENUM_SHARED the shared ones only.
 BOOL WINAPI EnumPrintersW(DWORD flags, LPWSTR name, DWORD level, LPBYTE buffer, DWORD size,
                           LPDWORD needed, LPDWORD returned);
 
@@ -204,4 +297,13 @@ BOOL WINAPI WritePrinter(HANDLE printer, LPVOID data, DWORD size, LPDWORD writte
 BOOL WINAPI EndPagePrinter(HANDLE printer);
 BOOL WINAPI EndDocPrinter(HANDLE printer);
 BOOL WINAPI AbortPrinter(HANDLE printer);
+
+// Asks the printer's driver for settings. Mode 0: the size in bytes of a DEVMODE of this driver.
+// Otherwise starts from the settings in force for the calling user; DM_IN_BUFFER lays over them
+// what `in` carries and the driver understands (a device mode of another size counts as none);
+// DM_IN_PROMPT shows them in a box whose OK button keeps them; DM_OUT_BUFFER writes them to `out`.
+// Returns IDOK, or IDCANCEL without writing. -1 on failure: ERROR_INVALID_HANDLE,
+// ERROR_CALL_NOT_IMPLEMENTED for other modes.
+LONG WINAPI DocumentPropertiesW(HWND owner, HANDLE printer, LPWSTR device, PDEVMODEW out,
+                                PDEVMODEW in, DWORD mode);
 }

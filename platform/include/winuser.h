@@ -78,6 +78,7 @@
 #define WM_CLOSE 0x0010
 #define WM_QUIT 0x0012
 #define WM_SHOWWINDOW 0x0018
+#define WM_SETTINGCHANGE 0x001A
 #define WM_DRAWITEM 0x002B
 #define WM_SETFONT 0x0030
 #define WM_GETFONT 0x0031
@@ -111,6 +112,8 @@
 #define VK_ESCAPE 0x1B
 #define VK_SPACE 0x20
 
+#define EWX_SHUTDOWN 0x00000001
+#define EWX_REBOOT 0x00000002
 #define PM_NOREMOVE 0x0000
 #define PM_REMOVE 0x0001
 #define QS_KEY 0x0001
@@ -137,6 +140,8 @@
 #define SWP_NOZORDER 0x0004
 #define SWP_NOACTIVATE 0x0010
 #define HWND_TOP ((HWND)0)
+#define HWND_BROADCAST ((HWND)0xFFFF)
+#define SMTO_ABORTIFHUNG 0x0002
 #define HWND_BOTTOM ((HWND)1)
 #define HWND_DESKTOP ((HWND)0)
 #define CF_TEXT 1
@@ -357,6 +362,11 @@ BOOL WINAPI IsWindow(HWND window);
 // window of another thread it waits until that thread looks at its messages, and serves meanwhile
 // what others send to the calling thread; 0 when the window goes away before.
 LRESULT WINAPI SendMessageW(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
+// The same for all top-level windows of the process: `window` must be HWND_BROADCAST and the flags SMTO_ABORTIFHUNG (else ERROR_CALL_NOT_IMPLEMENTED). Each window of
+// another thread gets `timeout` milliseconds to answer. Returns 1, whatever the windows did, and
+// leaves `result` (may be null) 0.
+LRESULT WINAPI SendMessageTimeoutW(HWND window, UINT message, WPARAM wparam, LPARAM lparam,
+                                   UINT flags, UINT timeout, PDWORD_PTR result);
 LRESULT WINAPI DefWindowProcW(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
 LRESULT WINAPI CallWindowProcW(WNDPROC previous, HWND window, UINT message, WPARAM wparam,
                                LPARAM lparam);
@@ -416,6 +426,12 @@ HWND WINAPI GetLastActivePopup(HWND window);
 HWND WINAPI GetParent(HWND window);
 // The child with the identifier; null when there is none (ERROR_CONTROL_ID_NOT_FOUND).
 HWND WINAPI GetDlgItem(HWND dialog, int id);
+// Windows of the system, good for little but being owners and asking for their process. No shell
+// runs: null.
+HWND WINAPI GetDesktopWindow();
+HWND WINAPI GetShellWindow();
+// Asks for a restart (EWX_REBOOT) or shutdown of the machine; needs SeShutdownPrivilege.
+BOOL WINAPI ExitWindowsEx(UINT flags, DWORD reason);
 DWORD WINAPI GetWindowThreadProcessId(HWND window, LPDWORD process);
 BOOL WINAPI IsWindowEnabled(HWND window);
 // Shows (SW_SHOWNORMAL, also out of the minimised state; SW_SHOW) or minimises a window, which

@@ -6,6 +6,7 @@
 #include "platform/spooler/level_packing.h"
 #include "platform/spooler/print_records.h"
 #include "platform/spooler/printer_handles.h"
+#include "platform/spooler/printer_levels.h"
 #include "platform/spooler/spooler.h"
 #include "platform/spooler/spooler_calls.h"
 
@@ -130,7 +131,7 @@ BOOL WINAPI GetPrinterDriverW(HANDLE printer, LPWSTR environment, DWORD level, L
   if (fields.empty() || !RequireLocalSpooler(nullptr)) return FALSE;
   const WideString known = FindEnvironment(environment);
   if (known.empty()) return FailSpooler(ERROR_INVALID_ENVIRONMENT);
-  const auto record = ReadPrinter(open->name);
+  const auto record = FindPrinter(open->name);
   if (!record) return FailSpooler(ERROR_PRINTER_DELETED);
   const auto driver = ReadDriver(known, record->driver);
   if (!driver) return FailSpooler(ERROR_UNKNOWN_PRINTER_DRIVER);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 namespace platform {
 namespace {
@@ -42,6 +43,21 @@ size_t NeededFor(const std::vector<InfoRecord>& records) {
 }
 
 }  // namespace
+
+void AppendText(InfoField& field, const WideString& text, TextForm form) {
+  field.alignment = sizeof(WCHAR);
+  if (form == TextForm::kWide) {
+    const auto* bytes = reinterpret_cast<const uint8_t*>(text.c_str());
+    field.target.insert(field.target.end(), bytes, bytes + (text.size() + 1) * sizeof(WCHAR));
+    return;
+  }
+  std::string narrow(2 * text.size() + 1, '\0');
+  const int size = WideCharToMultiByte(CP_ACP, 0, text.c_str(), -1, narrow.data(),
+                                       static_cast<int>(narrow.size()), nullptr, nullptr);
+  field.target.insert(field.target.end(), narrow.begin(), narrow.begin() + std::max(size, 1));
+  // Texts of an odd length keep their neighbours aligned.
+  if (field.target.size() % sizeof(WCHAR) != 0) field.target.push_back(0);
+}
 
 bool PackInfo(const std::vector<InfoRecord>& records, LPBYTE buffer, DWORD size, LPDWORD needed) {
   if (needed == nullptr) {

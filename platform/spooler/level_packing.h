@@ -29,6 +29,12 @@ using InfoRecord = std::vector<InfoField>;
 // is less: the buffer is then untouched. False with ERROR_INVALID_PARAMETER when `needed` is null.
 bool PackInfo(const std::vector<InfoRecord>& records, LPBYTE buffer, DWORD size, LPDWORD needed);
 
+// How the texts of a structure are encoded: in UTF-16, or in the machine's ANSI code page.
+enum class TextForm { kWide, kNarrow };
+
+// Appends a text with its terminator to what a field leads to.
+void AppendText(InfoField& field, const WideString& text, TextForm form);
+
 // A member of Record that is a field of a structure.
 template <class Record>
 class LevelField {
@@ -44,7 +50,7 @@ class LevelField {
     return field;
   }
 
-  InfoField Of(const Record& record) const {
+  InfoField Of(const Record& record, TextForm form) const {
     InfoField field;
     if (number_ != nullptr) {
       field.number = record.*number_;
@@ -52,27 +58,21 @@ class LevelField {
     }
     field.is_pointer = true;
     if (text_ != nullptr) {
-      AppendText(field, record.*text_);
+      AppendText(field, record.*text_, form);
       field.null = null_when_empty_ && (record.*text_).empty();
     } else if (bytes_ != nullptr) {
       field.target = record.*bytes_;
       field.alignment = sizeof(void*);
       field.null = field.target.empty();
     } else {
-      for (const WideString& text : record.*texts_) AppendText(field, text);
-      AppendText(field, {});
+      for (const WideString& text : record.*texts_) AppendText(field, text, form);
+      AppendText(field, {}, form);
       field.null = (record.*texts_).empty();
     }
     return field;
   }
 
  private:
-  static void AppendText(InfoField& field, const WideString& text) {
-    const auto* bytes = reinterpret_cast<const uint8_t*>(text.c_str());
-    field.target.insert(field.target.end(), bytes, bytes + (text.size() + 1) * sizeof(WCHAR));
-    field.alignment = sizeof(WCHAR);
-  }
-
   DWORD Record::*number_ = nullptr;
   Bytes Record::*bytes_ = nullptr;
   WideString Record::*text_ = nullptr;
@@ -99,11 +99,11 @@ std::span<const LevelField<Record>> FieldsOfLevel(std::span<const Level<Record>>
 
 template <class Record>
 BOOL PackLevel(std::span<const LevelField<Record>> fields, const std::vector<Record>& records,
-               LPBYTE buffer, DWORD size, LPDWORD needed) {
+               LPBYTE buffer, DWORD size, LPDWORD needed, TextForm form = TextForm::kWide) {
   std::vector<InfoRecord> packed;
   for (const Record& record : records) {
     InfoRecord& info = packed.emplace_back();
-    for (const LevelField<Record>& field : fields) info.push_back(field.Of(record));
+    for (const LevelField<Record>& field : fields) info.push_back(field.Of(record, form));
   }
   return PackInfo(packed, buffer, size, needed);
 }

@@ -36,6 +36,9 @@ struct PrinterRecord {
   DWORD retry_timeout = 0;         // ms
   WideString description;          // "name,driver,location"
   DWORD flags = 0;                 // of level 1
+  Bytes user_devmode;              // of the calling user; not kept here
+  WideString directory_object;     // no printer is published in a directory
+  DWORD directory_action = DSPRINT_UNPUBLISH;
 };
 
 std::optional<PrinterRecord> ReadPrinter(WideView name);

@@ -1,16 +1,16 @@
-// Printers: adding, opening, describing and deleting them.
+// Printers: adding, opening and deleting them.
 #include <windows.h>
 
 #include <algorithm>
 
 #include "platform/kernel/api_call.h"
 #include "platform/security/rights.h"
-#include "platform/spooler/default_devmode.h"
-#include "platform/spooler/level_packing.h"
-#include "platform/spooler/print_records.h"
+#include "platform/spooler/printer_changes.h"
 #include "platform/spooler/printer_handles.h"
+#include "platform/spooler/printer_levels.h"
 #include "platform/spooler/spooler.h"
 #include "platform/spooler/spooler_calls.h"
+#include "platform/spooler/user_printers.h"
 
 namespace platform {
 namespace {
@@ -19,96 +19,16 @@ using Printer = PrinterRecord;
 
 constexpr size_t kLongestPrinterName = 220;
 
-constexpr auto kServer = LevelField<Printer>::OrNull(&Printer::server);
-constexpr LevelField<Printer> kPrinter1[] = {&Printer::flags, &Printer::description, &Printer::name,
-                                             &Printer::comment};
-constexpr LevelField<Printer> kPrinter2[] = {
-    kServer,
-    &Printer::name,
-    &Printer::share,
-    &Printer::port,
-    &Printer::driver,
-    &Printer::comment,
-    &Printer::location,
-    &Printer::devmode,
-    &Printer::separator_file,
-    &Printer::processor,
-    &Printer::datatype,
-    &Printer::parameters,
-    &Printer::security,
-    &Printer::attributes,
-    &Printer::priority,
-    &Printer::default_priority,
-    &Printer::start_time,
-    &Printer::until_time,
-    &Printer::status,
-    &Printer::jobs,
-    &Printer::average_ppm,
-};
-constexpr LevelField<Printer> kPrinter4[] = {&Printer::name, kServer, &Printer::attributes};
-constexpr LevelField<Printer> kPrinter5[] = {&Printer::name, &Printer::port, &Printer::attributes,
-                                             &Printer::not_selected_timeout,
-                                             &Printer::retry_timeout};
-constexpr Level<Printer> kLevels[] = {
-    {1, kPrinter1}, {2, kPrinter2}, {4, kPrinter4}, {5, kPrinter5}};
-
-std::optional<Printer> DescribePrinter(WideView name) {
-  auto printer = ReadPrinter(name);
-  if (!printer) return printer;
-  if (printer->devmode.empty()) printer->devmode = DefaultDevMode(printer->name);
-  printer->jobs = static_cast<DWORD>(Spooler::Current().state().Jobs(printer->name).size());
-  return printer;
-}
-
 bool IsPrinterName(WideView name) {
   return !name.empty() && name.size() <= kLongestPrinterName &&
          name.find_first_of(TEXT("\\,!")) == WideView::npos;
 }
 
-bool PortsExist(WideView ports) {
-  while (!ports.empty()) {
-    const size_t end = std::min(ports.find(TEXT(',')), ports.size());
-    if (Spooler::Current().MonitorOfPort(ports.substr(0, end)) == nullptr) return false;
-    ports.remove_prefix(std::min(end + 1, ports.size()));
-  }
-  return true;
-}
-
-Printer PrinterFrom(const PRINTER_INFO_2W& info) {
-  Printer printer;
-  printer.name = View(info.pPrinterName);
-  printer.share = View(info.pShareName);
-  printer.port = View(info.pPortName);
-  printer.driver = View(info.pDriverName);
-  printer.comment = View(info.pComment);
-  printer.location = View(info.pLocation);
-  printer.separator_file = View(info.pSepFile);
-  printer.processor = View(info.pPrintProcessor);
-  printer.datatype = View(info.pDatatype);
-  printer.parameters = View(info.pParameters);
-  printer.attributes = info.Attributes | PRINTER_ATTRIBUTE_LOCAL;
-  printer.priority = info.Priority == 0 ? 1 : info.Priority;
-  printer.default_priority = info.DefaultPriority;
-  printer.start_time = info.StartTime;
-  printer.until_time = info.UntilTime;
-  printer.not_selected_timeout = 15'000;
-  printer.retry_timeout = 45'000;
-  if (info.pDevMode != nullptr) {
-    const auto* bytes = reinterpret_cast<const uint8_t*>(info.pDevMode);
-    printer.devmode.assign(bytes, bytes + info.pDevMode->dmSize + info.pDevMode->dmDriverExtra);
-  }
-  return printer;
-}
-
 // Why the printer cannot be added, or 0.
-DWORD RefusalOf(const Printer& printer) {
+DWORD RefusalToAdd(const Printer& printer) {
   if (!IsPrinterName(printer.name)) return ERROR_INVALID_PRINTER_NAME;
   if (ReadPrinter(printer.name)) return ERROR_PRINTER_ALREADY_EXISTS;
-  if (!ReadDriver(NativeEnvironment(), printer.driver)) return ERROR_UNKNOWN_PRINTER_DRIVER;
-  if (printer.port.empty() || !PortsExist(printer.port)) return ERROR_UNKNOWN_PORT;
-  if (!HasPrintProcessor(printer.processor)) return ERROR_UNKNOWN_PRINTPROCESSOR;
-  if (!printer.datatype.empty() && !IsDatatype(printer.datatype)) return ERROR_INVALID_DATATYPE;
-  return 0;
+  return RefusalOf(printer);
 }
 
 // The rights asked for, generic ones resolved; using the printer when nothing is asked.
@@ -123,10 +43,11 @@ ACCESS_MASK ResolveAccess(ACCESS_MASK asked, ACCESS_MASK allowed) {
   return asked == 0 ? PRINTER_READ : access;
 }
 
-BOOL OpenLocalPrinter(WideView name, const PRINTER_DEFAULTSW& defaults, LPHANDLE handle) {
-  const auto printer = ReadPrinter(name);
+BOOL OpenNamedPrinter(WideView name, const PRINTER_DEFAULTSW& defaults, LPHANDLE handle) {
+  const auto printer = FindPrinter(name);
   if (!printer) return FailSpooler(ERROR_INVALID_PRINTER_NAME);
-  const ACCESS_MASK allowed = CallerIsElevatedAdministrator() ? PRINTER_ALL_ACCESS : PRINTER_READ;
+  const bool administers = printer->server.empty() && CallerIsElevatedAdministrator();
+  const ACCESS_MASK allowed = administers ? PRINTER_ALL_ACCESS : PRINTER_READ;
   const ACCESS_MASK access = ResolveAccess(defaults.DesiredAccess, allowed);
   if ((access & ~allowed) != 0) return FailSpooler(ERROR_ACCESS_DENIED);
   const WideView datatype = View(defaults.pDatatype);
@@ -134,17 +55,6 @@ BOOL OpenLocalPrinter(WideView name, const PRINTER_DEFAULTSW& defaults, LPHANDLE
   *handle = OpenPrinterHandle(
       {printer->name, access, WideString(datatype.empty() ? printer->datatype : datatype), {}});
   return TRUE;
-}
-
-std::vector<Printer> ListPrinters(DWORD flags) {
-  std::vector<Printer> printers;
-  if ((flags & (PRINTER_ENUM_LOCAL | PRINTER_ENUM_NAME)) == 0) return printers;
-  for (const Printer& printer : ReadPrinters()) {
-    const bool shared = (printer.attributes & PRINTER_ATTRIBUTE_SHARED) != 0;
-    if ((flags & PRINTER_ENUM_SHARED) != 0 && !shared) continue;
-    if (auto described = DescribePrinter(printer.name)) printers.push_back(std::move(*described));
-  }
-  return printers;
 }
 
 }  // namespace
@@ -160,11 +70,12 @@ HANDLE WINAPI AddPrinterW(LPWSTR server, DWORD level, LPBYTE info) {
   }
   if (!RequireSpoolerAdministrator(server)) return nullptr;
   const Printer printer = PrinterFrom(*reinterpret_cast<const PRINTER_INFO_2W*>(info));
-  const DWORD refusal = RefusalOf(printer);
+  const DWORD refusal = RefusalToAdd(printer);
   if (refusal != 0 || !WritePrinter(printer)) {
     SetLastError(refusal != 0 ? refusal : ERROR_CANTWRITE);
     return nullptr;
   }
+  AddDeviceEntry(printer.name, printer.port);
   return OpenPrinterHandle({printer.name, PRINTER_ALL_ACCESS, printer.datatype, {}});
 }
 
@@ -176,7 +87,9 @@ BOOL WINAPI DeletePrinter(HANDLE printer) {
   if (!Spooler::Current().state().Jobs(open->name).empty()) {
     return FailSpooler(ERROR_PRINTER_HAS_JOBS_QUEUED);
   }
-  return RemovePrinter(open->name) ? TRUE : FailSpooler(ERROR_PRINTER_DELETED);
+  if (!RemovePrinter(open->name)) return FailSpooler(ERROR_PRINTER_DELETED);
+  RemoveDeviceEntry(open->name);
+  return TRUE;
 }
 
 BOOL WINAPI OpenPrinterW(LPWSTR name, LPHANDLE printer, LPPRINTER_DEFAULTSW defaults) {
@@ -184,7 +97,7 @@ BOOL WINAPI OpenPrinterW(LPWSTR name, LPHANDLE printer, LPPRINTER_DEFAULTSW defa
   if (printer == nullptr) return FailSpooler(ERROR_INVALID_PARAMETER);
   if (name == nullptr) return FailSpooler(ERROR_CALL_NOT_IMPLEMENTED);
   if (!RequireLocalSpooler(nullptr)) return FALSE;
-  return OpenLocalPrinter(WithoutOwnServer(name),
+  return OpenNamedPrinter(WithoutOwnServer(name),
                           defaults == nullptr ? PRINTER_DEFAULTSW{} : *defaults, printer);
 }
 
@@ -194,28 +107,4 @@ BOOL WINAPI ClosePrinter(HANDLE printer) {
   if (closed == nullptr) return FALSE;
   if (closed->job != nullptr) closed->job->End();
   return TRUE;
-}
-
-BOOL WINAPI GetPrinterW(HANDLE printer, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed) {
-  KV_API(GetPrinterW, ERROR_INVALID_HANDLE, FALSE, printer, level, buffer, size, needed);
-  const auto open = PrinterOfHandle(printer);
-  if (open == nullptr) return FALSE;
-  const auto fields = FieldsOfLevel<Printer>(kLevels, level);
-  if (fields.empty() || !RequireLocalSpooler(nullptr)) return FALSE;
-  const auto described = DescribePrinter(open->name);
-  if (!described) return FailSpooler(ERROR_PRINTER_DELETED);
-  return PackLevel<Printer>(fields, {*described}, buffer, size, needed);
-}
-
-BOOL WINAPI EnumPrintersW(DWORD flags, LPWSTR name, DWORD level, LPBYTE buffer, DWORD size,
-                          LPDWORD needed, LPDWORD returned) {
-  KV_API(EnumPrintersW, RPC_S_SERVER_UNAVAILABLE, FALSE, flags, name, level, buffer, size, needed,
-         returned);
-  constexpr DWORD kKnown =
-      PRINTER_ENUM_LOCAL | PRINTER_ENUM_CONNECTIONS | PRINTER_ENUM_NAME | PRINTER_ENUM_SHARED;
-  if ((flags & ~kKnown) != 0) return FailSpooler(ERROR_CALL_NOT_IMPLEMENTED);
-  const auto fields = FieldsOfLevel<Printer>(kLevels, level);
-  if (fields.empty()) return FALSE;
-  if (!RequireLocalSpooler((flags & PRINTER_ENUM_NAME) != 0 ? name : nullptr)) return FALSE;
-  return PackLevel(fields, ListPrinters(flags), buffer, size, needed, returned);
 }

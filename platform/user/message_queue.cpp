@@ -156,6 +156,11 @@ void NotePaint(DWORD thread) {
 }
 
 LRESULT SendToThread(DWORD thread, HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+  return SendToThreadUntil(kNever, thread, window, message, wparam, lparam);
+}
+
+LRESULT SendToThreadUntil(uint64_t deadline, DWORD thread, HWND window, UINT message, WPARAM wparam,
+                          LPARAM lparam) {
   OpenQueue();
   const auto sent =
       std::make_shared<SentMessage>(SentMessage{window, message, wparam, lparam, 0, false});
@@ -168,13 +173,16 @@ LRESULT SendToThread(DWORD thread, HWND window, UINT message, WPARAM wparam, LPA
   }
   WakeWaiters();
   for (;;) {
-    WaitOnClock(kNever, [&] {
+    const bool in_time = WaitOnClock(deadline, [&] {
       QueueLock lock(queues().mutex);
       return sent->done || !MyQueue().sent.empty();
     });
     ServeSentMessages();
     QueueLock lock(queues().mutex);
     if (sent->done) return sent->result;
+    if (in_time) continue;
+    if (Queue* const queue = QueueOf(thread)) std::erase(queue->sent, sent);
+    return 0;
   }
 }
 

@@ -44,6 +44,10 @@ void NotePaint(DWORD thread);
 // Has another thread call the window's procedure and waits for the result, serving meanwhile what
 // others send to the calling thread; 0 when the window or the thread went away.
 LRESULT SendToThread(DWORD thread, HWND window, UINT message, WPARAM wparam, LPARAM lparam);
+// The same, until the clock reaches `deadline` (UpTime milliseconds) at the latest; the thread
+// never sees a message that it has not begun with until then.
+LRESULT SendToThreadUntil(uint64_t deadline, DWORD thread, HWND window, UINT message, WPARAM wparam,
+                          LPARAM lparam);
 // Calls the procedures for everything that other threads have sent to the calling one.
 void ServeSentMessages();
 
