@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <string>
 #include <string_view>
 
 namespace platform {
@@ -18,5 +19,11 @@ class Impersonation {
   Impersonation(const Impersonation&) = delete;
   Impersonation& operator=(const Impersonation&) = delete;
 };
+
+// Gives a user of the machine (see the fact "accounts") a profile as a first logon does: its
+// directory with the hive "ntuser.dat", with `classes` the hive "UsrClass.dat" of class
+// registrations too, and its entry in the profile list. Nothing is loaded below HKEY_USERS.
+// Returns the SID as text; empty when there is no such user.
+std::basic_string<WCHAR> MakeProfile(std::basic_string_view<WCHAR> user, bool classes);
 
 }  // namespace platform

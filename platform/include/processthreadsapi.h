@@ -5,6 +5,7 @@
 
 #define CREATE_SUSPENDED 0x00000004
 #define IDLE_PRIORITY_CLASS 0x00000040
+#define PROCESS_QUERY_INFORMATION 0x0400
 #define THREAD_PRIORITY_IDLE (-15)
 #define STARTF_USESHOWWINDOW 0x00000001
 // The exit code of what has not ended.
@@ -43,14 +44,28 @@ typedef struct _PROCESS_INFORMATION {
 static_assert(sizeof(PROCESS_INFORMATION) == (sizeof(void*) == 4 ? 16 : 24));
 
 extern "C" {
-// Starts a batch script (a path that ends in ".bat", on Windows 9x behind "command.com /c"), which
-// runs in a process of its own once it is resumed; a script that is not created suspended fails
-// with ERROR_CALL_NOT_IMPLEMENTED, anything but a script with ERROR_BAD_EXE_FORMAT.
+// Without flags: starts a program that the host can run, by name or path at the front of the
+// command line, with or without ".exe" and quotes; the child sees the same machine, command line,
+// current directory and streams. ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_ACCESS_DENIED,
+// ERROR_BAD_EXE_FORMAT. CREATE_SUSPENDED | IDLE_PRIORITY_CLASS: a batch script (a path that ends in
+// ".bat", on Windows 9x behind "command.com /c"), which runs in a process of its own once it is
+// resumed, and for which nobody can wait. The start-up information is not looked at.
 BOOL WINAPI CreateProcessW(LPCWSTR application, LPWSTR command_line,
                            LPSECURITY_ATTRIBUTES process_attributes,
                            LPSECURITY_ATTRIBUTES thread_attributes, BOOL inherit_handles,
                            DWORD flags, LPVOID environment, LPCWSTR directory,
                            LPSTARTUPINFOW startup, LPPROCESS_INFORMATION information);
+// The same for a program in the name of a token's user; needs SeImpersonatePrivilege, and of the
+// token the rights to query, duplicate and assign.
+BOOL WINAPI CreateProcessWithTokenW(HANDLE token, DWORD logon_flags, LPCWSTR application,
+                                    LPWSTR command_line, DWORD flags, LPVOID environment,
+                                    LPCWSTR directory, LPSTARTUPINFOW startup,
+                                    LPPROCESS_INFORMATION information);
+// A process of this machine, for PROCESS_QUERY_INFORMATION; ERROR_INVALID_PARAMETER when there is
+// none of that id.
+HANDLE WINAPI OpenProcess(DWORD access, BOOL inherit, DWORD id);
+// Of a process that this one has started; STILL_ACTIVE while it runs.
+BOOL WINAPI GetExitCodeProcess(HANDLE process, LPDWORD exit_code);
 // A thread of this process that runs `routine`, whose result is its exit code; no flags.
 HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES attributes, SIZE_T stack_size,
                            LPTHREAD_START_ROUTINE routine, LPVOID parameter, DWORD flags,

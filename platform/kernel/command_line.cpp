@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/kernel/api_call.h"
+#include "platform/kernel/process_record.h"
 #include "platform/kernel/text.h"
 
 namespace platform {
@@ -29,6 +30,7 @@ WideString Quoted(WideView argument) {
 }
 
 WideString ReadCommandLine() {
+  if (const WideString& told = ProcessRecord::Own().command_line; !told.empty()) return told;
   std::ifstream file("/proc/self/cmdline", std::ios::binary);
   const std::string all((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
   WideString line;

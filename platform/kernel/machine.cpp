@@ -7,6 +7,7 @@
 
 #include "platform/control/faults.h"
 #include "platform/kernel/installation.h"
+#include "platform/kernel/process_record.h"
 
 namespace platform {
 namespace {
@@ -90,12 +91,15 @@ void Machine::WriteFacts() const {
 
 std::string Machine::Fact(std::string_view name, std::string_view otherwise) const {
   std::lock_guard lock(facts_mutex_);
+  const ProcessFacts& told = ProcessRecord::Own().facts;
+  if (const auto own = told.find(name); own != told.end()) return own->second;
   const auto found = facts_.find(name);
   return found == facts_.end() ? std::string(otherwise) : found->second;
 }
 
 void Machine::SetFact(std::string_view name, std::string_view value) {
   std::lock_guard lock(facts_mutex_);
+  ProcessRecord::Own().facts.erase(std::string(name));
   facts_[std::string(name)] = value;
   WriteFacts();
 }

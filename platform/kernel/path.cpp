@@ -9,6 +9,7 @@
 #include "platform/kernel/buffer.h"
 #include "platform/kernel/directory_cache.h"
 #include "platform/kernel/directory_listing.h"
+#include "platform/kernel/process_record.h"
 #include "platform/kernel/wow64.h"
 
 namespace platform {
@@ -268,6 +269,8 @@ std::filesystem::path HostPath(std::basic_string_view<WCHAR> path) {
 
 // A program starts where its user stands on the host, so that relative names of real files work.
 CurrentDirectory::CurrentDirectory(Machine&) {
+  path_ = ProcessRecord::Own().directory;
+  if (!path_.empty()) return;
   std::error_code error;
   const std::filesystem::path host = std::filesystem::current_path(error);
   path_ = error ? WideString(TEXT("C:\\")) : WindowsPath(host);

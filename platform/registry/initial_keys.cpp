@@ -152,9 +152,9 @@ void UpdateVersionKeys() {
   WriteSystemVersion(FindKey(TEXT("MACHINE\\SYSTEM")));
 }
 
-void FillUserHive(const RegistryKey& root) {
+void FillUserHive(const RegistryKey& root, WideView profile_directory) {
   Write(root, kUserFolders);
-  const WideString profile = UserProfileDirectory();
+  const WideString profile(profile_directory);
   const RegistryKey folders = root.Create(kShellFolders);
   folders.SetText(TEXT("AppData"), profile + TEXT("\\AppData\\Roaming"));
   folders.SetText(TEXT("Local AppData"), profile + TEXT("\\AppData\\Local"));

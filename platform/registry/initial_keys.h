@@ -8,7 +8,7 @@ namespace platform {
 // Each takes the root of the empty hive.
 void FillSoftwareHive(const RegistryKey& root);
 void FillSystemHive(const RegistryKey& root);
-void FillUserHive(const RegistryKey& root);
+void FillUserHive(const RegistryKey& root, WideView profile_directory);
 
 // Writes what tells the Windows version again, after the facts have changed.
 void UpdateVersionKeys();

@@ -1,5 +1,6 @@
 #include "platform/registry/open_keys.h"
 
+#include <algorithm>
 #include <unordered_map>
 
 #include "platform/control/leaks.h"
@@ -72,6 +73,12 @@ bool CloseKeyHandle(HKEY handle) {
   closed = std::move(found->second);
   handles().open.erase(found);
   return true;
+}
+
+bool HasOpenHandles(const Hive& hive) {
+  std::lock_guard lock(handles().mutex);
+  return std::any_of(handles().open.begin(), handles().open.end(),
+                     [&](const auto& entry) { return &entry.second.key.key.hive() == &hive; });
 }
 
 REGSAM AllowedAccess(const RegistryKey& key) {

@@ -20,6 +20,8 @@ LSTATUS UseKey(HKEY handle, REGSAM right, OpenKey& key);
 // Closes a handle; true for predefined ones, which stay. False when it is not open.
 bool CloseKeyHandle(HKEY handle);
 bool IsPredefined(HKEY handle);
+// Whether a handle of this process leads into the hive.
+bool HasOpenHandles(const Hive& hive);
 
 // What the caller may do with a key: everything with his own, everything with the machine's and
 // other users' keys as an elevated administrator, else reading the machine's.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/kernel/installation.h"
 #include "platform/registry/initial_keys.h"
 #include "platform/security/rights.h"
 
@@ -13,6 +14,8 @@ using Op = JournalRecord::Op;
 // In the root hive, a key with this value is where the hive file that it names (relative to the
 // machine's directory) hangs.
 constexpr const WCHAR* kMountValue = TEXT("hive");
+// Marks a hive that a program loaded, and may unload.
+constexpr const WCHAR* kLoadedValue = TEXT("loaded");
 constexpr const WCHAR* kSystemSid = TEXT("S-1-5-18");
 
 RegistryPath Part(const RegistryPath& path, size_t from) {
@@ -33,6 +36,13 @@ WideString MountedFile(const RegistryNode& node) {
   if (value == nullptr) return {};
   const auto* units = reinterpret_cast<const WCHAR*>(value->data.data());
   return WideString(units, value->data.size() / sizeof(WCHAR));
+}
+
+// Whether a hive of this file hangs at or below the key.
+bool HasMounted(const RegistryNode& node, const WideString& file) {
+  if (EqualNoCase(MountedFile(node), file)) return true;
+  return std::any_of(node.children.begin(), node.children.end(),
+                     [&](const RegistryNode* child) { return HasMounted(*child, file); });
 }
 
 }  // namespace
@@ -62,7 +72,7 @@ void Registry::Install() {
     };
     FillSoftwareHive(fresh("registry/software", TEXT("MACHINE\\SOFTWARE")));
     FillSystemHive(fresh("registry/system", TEXT("MACHINE\\SYSTEM")));
-    FillUserHive(fresh("registry/default", TEXT("USER\\.DEFAULT")));
+    FillUserHive(fresh("registry/default", TEXT("USER\\.DEFAULT")), UserProfileDirectory());
     AddHive(root, TEXT("USER\\S-1-5-18"), "registry/default");
     return ERROR_SUCCESS;
   });
@@ -83,7 +93,9 @@ void Registry::AddHive(Hive::Change& root, WideView place, const std::filesystem
 std::shared_ptr<Hive> Registry::OpenHive(const std::filesystem::path& relative, WideView place) {
   std::lock_guard lock(mutex_);
   std::shared_ptr<Hive>& hive = hives_[relative];
-  if (hive == nullptr) hive = Hive::Open(directory_ / relative, WideString(place));
+  if (hive == nullptr || hive->place() != place) {
+    hive = Hive::Open(directory_ / relative, WideString(place));
+  }
   return hive;
 }
 
@@ -92,11 +104,14 @@ void Registry::EnsureUserHive(const WideString& sid) {
   if (MountOf(place).hive != root_) return;
   root_->Modify([&](Hive::Change& root) {
     const WideString name = Join(place, place.size());
-    const std::filesystem::path file = "registry/user-" + ToUtf8(sid);
+    const std::filesystem::path host = HostPath(UserProfileDirectory() + TEXT("\\ntuser.dat"));
+    std::error_code ignored;
+    std::filesystem::create_directories(host.parent_path(), ignored);
+    const std::filesystem::path file = Relative(host);
     if (root.tree().Find(KeyTree::kRoot)->Child(place[0])->Child(sid) != nullptr) {
       return ERROR_SUCCESS;
     }
-    FillUserHive(RegistryKey(OpenHive(file, name), KeyTree::kRoot));
+    FillUserHive(RegistryKey(OpenHive(file, name), KeyTree::kRoot), UserProfileDirectory());
     AddHive(root, name, file);
     return ERROR_SUCCESS;
   });
@@ -104,14 +119,13 @@ void Registry::EnsureUserHive(const WideString& sid) {
 
 RegistryPath Registry::RootPath(HKEY predefined) {
   if (predefined == HKEY_LOCAL_MACHINE) return {TEXT("MACHINE")};
-  if (predefined == HKEY_USERS) return {TEXT("USER")};
   if (predefined == HKEY_CLASSES_ROOT) {
     return {TEXT("MACHINE"), TEXT("SOFTWARE"), TEXT("Classes")};
   }
-  if (predefined != HKEY_CURRENT_USER) return {};
+  if (predefined != HKEY_CURRENT_USER && predefined != HKEY_USERS) return {};
   const WideString sid = ProcessUserSid();
   if (sid != kSystemSid) EnsureUserHive(sid);
-  return {TEXT("USER"), sid};
+  return predefined == HKEY_USERS ? RegistryPath{TEXT("USER")} : RegistryPath{TEXT("USER"), sid};
 }
 
 Registry::Mount Registry::MountOf(const RegistryPath& path) {
@@ -172,6 +186,46 @@ std::optional<RegistryPath> Registry::PathOf(const RegistryKey& key) const {
     path.insert(path.end(), below.rbegin(), below.rend());
     return path;
   });
+}
+
+// Files of the machine by their place in it, so that machines can be moved.
+std::filesystem::path Registry::Relative(const std::filesystem::path& file) const {
+  const std::filesystem::path relative = file.lexically_relative(directory_);
+  return relative.empty() || *relative.begin() == ".." ? file : relative;
+}
+
+LSTATUS Registry::Load(const RegistryPath& path, const std::filesystem::path& file) {
+  const std::filesystem::path relative = Relative(file);
+  return root_->Modify([&](Hive::Change& root) -> LSTATUS {
+    const RegistryNode* const top = root.tree().Find(KeyTree::kRoot);
+    if (HasMounted(*top, ToWide(relative.string()))) return ERROR_SHARING_VIOLATION;
+    const RegistryNode* const parent = top->Child(path[0]);
+    if (parent == nullptr) return ERROR_INVALID_PARAMETER;
+    if (parent->Child(path[1]) != nullptr) return ERROR_SHARING_VIOLATION;
+    const WideString place = Join(path, path.size());
+    if (OpenHive(relative, place) == nullptr) return ERROR_BADDB;
+    AddHive(root, place, relative);
+    const uint32_t id = root.tree().Find(KeyTree::kRoot)->Child(path[0])->Child(path[1])->id;
+    root.Apply({Op::kSetValue, id, REG_SZ, kLoadedValue, {}});
+    return ERROR_SUCCESS;
+  });
+}
+
+LSTATUS Registry::Unload(const RegistryPath& path) {
+  std::filesystem::path file;
+  const LSTATUS status = root_->Modify([&](Hive::Change& root) -> LSTATUS {
+    const RegistryNode* node = root.tree().Find(KeyTree::kRoot)->Child(path[0]);
+    if (node != nullptr) node = node->Child(path[1]);
+    if (node == nullptr) return ERROR_FILE_NOT_FOUND;
+    if (node->Value(kLoadedValue) == nullptr) return ERROR_ACCESS_DENIED;
+    file = ToUtf8(MountedFile(*node));
+    root.Apply({Op::kDeleteKey, node->id, 0, {}, {}});
+    return ERROR_SUCCESS;
+  });
+  if (status != ERROR_SUCCESS) return status;
+  std::lock_guard lock(mutex_);
+  hives_.erase(file);
+  return ERROR_SUCCESS;
 }
 
 LSTATUS Registry::FlushAll() {

@@ -76,6 +76,14 @@ class Registry {
   bool IsAboveHives(const RegistryKey& key) const { return &key.hive() == root_.get(); }
   LSTATUS FlushAll();
 
+  // Hangs the hive file in the tree, one level below `place`; a file that does not exist becomes an
+  // empty hive. ERROR_SHARING_VIOLATION when the file or the name is in use, ERROR_BADDB for what
+  // is no hive. It stays until it is unloaded, whatever happens to the process.
+  LSTATUS Load(const RegistryPath& path, const std::filesystem::path& file);
+  // ERROR_ACCESS_DENIED for a hive that the system itself uses, or while this process has keys of
+  // it open; ERROR_FILE_NOT_FOUND when none of that name is loaded.
+  LSTATUS Unload(const RegistryPath& path);
+
  private:
   struct Mount {
     std::shared_ptr<Hive> hive;
@@ -85,6 +93,7 @@ class Registry {
   std::shared_ptr<Hive> OpenHive(const std::filesystem::path& relative, WideView place);
   void Install();
   void AddHive(Hive::Change& root, WideView place, const std::filesystem::path& relative);
+  std::filesystem::path Relative(const std::filesystem::path& file) const;
   void EnsureUserHive(const WideString& sid);
 
   const std::filesystem::path directory_;

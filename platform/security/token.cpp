@@ -35,13 +35,15 @@ std::shared_ptr<Token> Token::Duplicate() const {
   std::lock_guard lock(mutex_);
   copy->switched_ = switched_;
   copy->level = level;
+  copy->unelevated = unelevated;
   return copy;
 }
 
 User Token::Owner() const {
-  if (user_.empty()) return User::OfProcess();
-  const std::optional<User> user = User::Named(user_);
-  return user ? *user : User::OfProcess();
+  std::optional<User> user;
+  if (!user_.empty()) user = User::Named(user_);
+  if (!user) user = User::OfProcess();
+  return unelevated ? user->Unelevated() : *user;
 }
 
 std::vector<TokenGroup> Token::Groups() const {

@@ -32,6 +32,8 @@ class Token {
   bool Enable(DWORD privilege, bool on);
 
   SECURITY_IMPERSONATION_LEVEL level = SecurityImpersonation;
+  // Whether it is without the powers of an administrator whatever the facts say of its user.
+  bool unelevated = false;
 
  private:
   WideString user_;

@@ -4,9 +4,11 @@
 #include <cstring>
 
 #include "platform/kernel/api_call.h"
+#include "platform/kernel/processes.h"
 #include "platform/kernel/system_version.h"
 #include "platform/security/rights.h"
 #include "platform/security/token.h"
+#include "platform/services/sessions.h"
 
 namespace platform {
 namespace {
@@ -95,6 +97,17 @@ BOOL GetElevation(const Token& token, LPVOID information, DWORD size, PDWORD nee
   return TRUE;
 }
 
+// The token of a process that somebody else started; null when it has ended.
+std::shared_ptr<Token> TokenOfProcess(DWORD id) {
+  for (const SessionProcess& process : AllProcesses()) {
+    if (process.id != id) continue;
+    auto token = std::make_shared<Token>(process.user);
+    token->unelevated = !process.elevated;
+    return token;
+  }
+  return nullptr;
+}
+
 BOOL Hand(std::shared_ptr<Token> token, DWORD access, PHANDLE handle) {
   *handle = OpenHandle(std::make_shared<TokenHandle>(std::move(token), access));
   return TRUE;
@@ -108,6 +121,14 @@ using namespace platform;
 BOOL WINAPI OpenProcessToken(HANDLE process, DWORD access, PHANDLE token) {
   KV_API(OpenProcessToken, ERROR_ACCESS_DENIED, FALSE, process, access, token);
   if (!RequireNtFamily()) return FALSE;
+  if (const auto opened = ObjectOf<OpenedProcess>(process)) {
+    const std::shared_ptr<Token> theirs = TokenOfProcess(opened->id());
+    if (theirs == nullptr) return Fail(ERROR_ACCESS_DENIED);
+    // Other users' tokens are an administrator's to open.
+    const bool own = theirs->Owner().SidText() == CallerSid();
+    if (!own && !CallerIsElevatedAdministrator()) return Fail(ERROR_ACCESS_DENIED);
+    return Hand(theirs, access, token);
+  }
   if (process != GetCurrentProcess()) {
     return Fail(ObjectOf(process) == nullptr ? ERROR_INVALID_HANDLE : ERROR_CALL_NOT_IMPLEMENTED);
   }

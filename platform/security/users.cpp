@@ -163,13 +163,21 @@ bool User::IsAdministrator() const {
 }
 
 bool User::IsElevated() const {
-  if (!IsAdministrator()) return false;
+  if (!IsAdministrator() || unelevated_) return false;
   return IsLocalSystem() || InstalledVersion().major < 6 || Flag("elevated", false);
+}
+
+User User::Unelevated() const {
+  User user = *this;
+  // There is nothing to be without for the system itself, and before user account control.
+  user.unelevated_ = !IsLocalSystem() && InstalledVersion().major >= 6;
+  return user;
 }
 
 DWORD User::IntegrityLevel() const {
   const std::string said = Fact("integrity");
-  if (!said.empty()) return static_cast<DWORD>(std::strtoul(said.c_str(), nullptr, 0));
+  if (!said.empty() && !unelevated_)
+    return static_cast<DWORD>(std::strtoul(said.c_str(), nullptr, 0));
   if (IsLocalSystem()) return SECURITY_MANDATORY_SYSTEM_RID;
   return IsElevated() ? SECURITY_MANDATORY_HIGH_RID : SECURITY_MANDATORY_MEDIUM_RID;
 }

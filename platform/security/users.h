@@ -37,6 +37,8 @@ class User {
   // Whether the user's programs carry the powers of an administrator: always before user account
   // control (6.0).
   bool IsElevated() const;
+  // The same user in a program that runs without those powers.
+  User Unelevated() const;
   DWORD IntegrityLevel() const;
   // Groups beside those that come with being a user or an administrator.
   std::vector<Sid> MoreGroups() const;
@@ -51,6 +53,7 @@ class User {
   std::string prefix_;
   WideString name_;
   WideString sid_;
+  bool unelevated_ = false;
 };
 
 }  // namespace platform

@@ -76,14 +76,23 @@ std::vector<SessionProcess> AllProcesses() {
   WCHAR path[MAX_PATH] = {};
   GetModuleFileNameW(nullptr, path, MAX_PATH - 1);
   std::vector<SessionProcess> processes = {{ProcessSession(), static_cast<DWORD>(getpid()),
-                                            WideString(BaseName(path)), User::OfProcess().name()}};
+                                            WideString(BaseName(path)), User::OfProcess().name(),
+                                            User::OfProcess().IsElevated()}};
   for (const std::string& id : Split(Fact(facts::kProcesses), ',')) {
     const std::string prefix = facts::kProcessPrefix + id + ".";
     processes.push_back({static_cast<DWORD>(FactNumber(prefix + "session", ProcessSession())),
-                         NumberOf(id), ToWide(Fact(prefix + "name")),
-                         ToWide(Fact(prefix + "user"))});
+                         NumberOf(id), ToWide(Fact(prefix + "name")), ToWide(Fact(prefix + "user")),
+                         FactNumber(prefix + "elevated", 0) != 0});
   }
   return processes;
+}
+
+std::optional<SessionProcess> ShellProcess() {
+  for (SessionProcess& process : AllProcesses()) {
+    const bool is_shell = EqualNoCase(process.name, TEXT("explorer.exe"));
+    if (is_shell && process.session == ProcessSession()) return std::move(process);
+  }
+  return std::nullopt;
 }
 
 }  // namespace platform

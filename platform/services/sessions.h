@@ -26,6 +26,7 @@ struct SessionProcess {
   DWORD id = 0;
   WideString name;
   WideString user;
+  bool elevated = false;
 };
 
 // In the order in which the system lists them.
@@ -36,5 +37,7 @@ DWORD ProcessSession();
 DWORD ConsoleSession();
 // This process and those that the facts describe.
 std::vector<SessionProcess> AllProcesses();
+// The desktop shell of the process's session; nothing when none runs.
+std::optional<SessionProcess> ShellProcess();
 
 }  // namespace platform

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/kernel/api_call.h"
+#include "platform/user/shell_window.h"
 #include "platform/user/window.h"
 
 namespace platform {
@@ -137,6 +138,10 @@ LONG_PTR WINAPI SetWindowLongPtrW(HWND handle, int index, LONG_PTR value) {
 
 DWORD WINAPI GetWindowThreadProcessId(HWND handle, LPDWORD process) {
   KV_API(GetWindowThreadProcessId, ERROR_INVALID_WINDOW_HANDLE, 0, handle, process);
+  if (const auto shell = ProcessOfShellWindow(handle)) {
+    if (process != nullptr) *process = *shell;
+    return *shell;
+  }
   const WindowPointer window = RequireWindow(handle);
   if (window == nullptr) return 0;
   if (process != nullptr) *process = GetCurrentProcessId();

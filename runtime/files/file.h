@@ -8,6 +8,8 @@
 
 namespace kv {
 
+class CProgressWnd;
+
 // Wraps one file handle. Writes are not buffered. Failures of the system's calls are reported with
 // message boxes unless a function says otherwise; a failed operation leaves the handle as it was.
 // Sizes, positions and counts are bytes; a text length of -1 measures the text. Used by one thread.
@@ -104,9 +106,11 @@ class File {
 
   // Appends the whole file `sourceName` at the position.
   BOOL AppendFile(LPCWSTR sourceName);
-  // Appends at most `maximum` bytes of an open file from `offset` on. FALSE, unreported, for an
-  // offset behind its end.
-  BOOL AppendFromHandle(HANDLE source, DWORD offset, DWORD maximum);
+  // Appends at most `maximum` bytes of an open file from `offset` on. A progress window (null: none)
+  // advances with each part of at most 32767 bytes. FALSE, unreported, for an offset behind its end
+  // and when the user cancels; what was written until then stays.
+  BOOL AppendFromHandle(HANDLE source, DWORD offset, DWORD maximum,
+                        CProgressWnd* progress = nullptr);
 
   BOOL IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
   HANDLE handle() const { return handle_; }

@@ -3,8 +3,12 @@
 #include "resources/string_ids.h"
 #include "runtime/core/handles.h"
 #include "runtime/core/messages.h"
+#include "runtime/core/startup_context.h"
+#include "runtime/files/file.h"
 #include "runtime/files/paths.h"
+#include "runtime/files/whole_files.h"
 #include "runtime/text/wide_text.h"
+#include "runtime/ui/progress_window.h"
 
 namespace kv {
 namespace {
@@ -18,6 +22,20 @@ BOOL JoinWhole(LPCWSTR directory, LPCWSTR name, WCHAR (&path)[MAX_PATH]) {
   if (PathJoin(directory, name, path, MAX_PATH)) return TRUE;
   SetLastError(ERROR_FILENAME_EXCED_RANGE);
   return FALSE;
+}
+
+constexpr UINT kProgressIcon = 11;
+
+BOOL CopyBehindWindow(const File& from, File& to, LPCWSTR name, LPCWSTR className,
+                      UINT textNumber) {
+  CProgressWnd window;
+  if (!window.Create(startupContext.hInstance, startupContext.hResources, className,
+                     startupContext.productName, kProgressIcon, kProgressIcon, TRUE, nullptr, 0, 0,
+                     0, 0, nullptr, nullptr)) {
+    return FALSE;
+  }
+  window.SetTextFromResource(textNumber, name);
+  return to.AppendFromHandle(from.handle(), 0, 0xFFFFFFFF, &window);
 }
 
 }  // namespace
@@ -99,6 +117,23 @@ BOOL CopyFileToDir(LPCWSTR sourceDirectory, LPCWSTR name, LPCWSTR targetDirector
   if (!DirectoryExists(targetDirectory)) return FALSE;
   if (!JoinWhole(targetDirectory, View(newName).empty() ? name : newName, target)) return FALSE;
   return CopyFileTo(source, target, overwrite, quiet);
+}
+
+BOOL CopyFileWithProgress(LPCWSTR source, LPCWSTR target, LPCWSTR className, UINT textNumber) {
+  if (View(className).empty()) {
+    if (CopyFileW(source, target, FALSE)) return TRUE;
+    const DWORD error = GetLastError();
+    ShowError(IDS_COPY_FAILED, source, target);
+    SetLastError(error);
+    return FALSE;
+  }
+  const std::unique_ptr<File> from = NewFile(source, File::kForReading);
+  if (from == nullptr) return FALSE;
+  const std::unique_ptr<File> to = NewFile(target, File::kCreate | File::kForWriting);
+  if (to == nullptr) return FALSE;
+  if (CopyBehindWindow(*from, *to, GetFileName(target), className, textNumber)) return TRUE;
+  to->CloseAndDelete(Quiet::kNo);
+  return FALSE;
 }
 
 }  // namespace kv

@@ -38,4 +38,10 @@ BOOL CopyFileTo(LPCWSTR source, LPCWSTR target, Overwrite overwrite, Quiet quiet
 BOOL CopyFileToDir(LPCWSTR sourceDirectory, LPCWSTR name, LPCWSTR targetDirectory, LPCWSTR newName,
                    Overwrite overwrite, Quiet quiet);
 
+// Copies a file over `target` while a progress window of the class `className` shows the text
+// `textNumber` of the language resource library, a format for the target's file name; the user may
+// cancel. A copy that ends early is deleted. Without a class name (null, empty) there is no window.
+// FALSE after a report, but for a cancelled copy.
+BOOL CopyFileWithProgress(LPCWSTR source, LPCWSTR target, LPCWSTR className, UINT textNumber);
+
 }  // namespace kv

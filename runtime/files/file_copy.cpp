@@ -1,4 +1,6 @@
 // Copying from other files.
+#include <limits.h>
+
 #include <algorithm>
 #include <memory>
 #include <new>
@@ -6,6 +8,7 @@
 #include "runtime/core/messages.h"
 #include "runtime/files/file.h"
 #include "runtime/files/whole_files.h"
+#include "runtime/ui/progress_window.h"
 
 namespace kv {
 namespace {
@@ -43,6 +46,18 @@ BOOL ReadSource(HANDLE source, void* bytes, DWORD size) {
   return FALSE;
 }
 
+// One step for each part; the bar's numbers end with the type.
+void SetRangeOfParts(CProgressWnd& progress, DWORD size, DWORD part) {
+  const ULONGLONG whole = (ULONGLONG{size} + part - 1) / part * part;
+  progress.SetRangeAndStep(0, static_cast<int>(std::min<ULONGLONG>(whole, INT_MAX)),
+                           static_cast<int>(part));
+}
+
+BOOL StepAndAsk(CProgressWnd& progress) {
+  progress.StepIt();
+  return progress.Pump();
+}
+
 }  // namespace
 
 BOOL File::AppendFile(LPCWSTR sourceName) {
@@ -60,7 +75,7 @@ BOOL File::AppendFile(LPCWSTR sourceName) {
   return TRUE;
 }
 
-BOOL File::AppendFromHandle(HANDLE source, DWORD offset, DWORD maximum) {
+BOOL File::AppendFromHandle(HANDLE source, DWORD offset, DWORD maximum, CProgressWnd* progress) {
   const DWORD size = GetFileSize(source, nullptr);
   if (size == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) {
     ShowLastError(TEXT("GetFileSize"));
@@ -72,7 +87,9 @@ BOOL File::AppendFromHandle(HANDLE source, DWORD offset, DWORD maximum) {
   if (!SeekSource(source, offset)) return FALSE;
   const CopyBuffer buffer(remaining);
   if (!buffer) return FALSE;
+  if (progress != nullptr) SetRangeOfParts(*progress, remaining, buffer.capacity());
   while (remaining > 0) {
+    if (progress != nullptr && !StepAndAsk(*progress)) return FALSE;
     const DWORD chunk = std::min<DWORD>(remaining, buffer.capacity());
     if (!ReadSource(source, buffer.bytes(), chunk) || !Write(buffer.bytes(), chunk)) return FALSE;
     remaining -= chunk;
