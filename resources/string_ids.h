@@ -173,5 +173,12 @@
 #define IDS_CTL_SHORTCUT_DIRECTORY 14168  // 1 a path
 #define IDS_CTL_SHORTCUT_ICON 14169  // 1 a file; 2 the icon's index
 #define IDS_CTL_SHORTCUT_DESCRIPTION 14170  // 1 a text
+#define IDS_CTL_DESCRIBE_SUMMARY 14180  // text
+#define IDS_CTL_DESCRIBE_USAGE 14181  // text
+#define IDS_CTL_DESCRIBE_NOTHING 14182  // text
+#define IDS_CTL_LOCALES_SUMMARY 14184  // text
+#define IDS_CTL_LOCALES_USAGE 14185  // text
+#define IDS_CTL_LOCALES_NONE 14186  // text
+#define IDS_CTL_LOCALES_UNKNOWN 14187  // 1 the name
 
 #endif

@@ -20,7 +20,6 @@ constexpr DWORD kIsUnicode = 0x80;
 constexpr DWORD kPartFlags = 0xFF;
 
 constexpr DWORD kHasLocalPath = 1;
-constexpr DWORD kLinkInfoHead = 0x1C;
 constexpr DWORD kWideLinkInfoHead = 0x24;
 constexpr DWORD kVolumeSize = 0x11;  // head and an empty label
 constexpr DWORD kFixedDrive = 3;

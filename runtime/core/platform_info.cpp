@@ -1,10 +1,8 @@
 #include "runtime/core/platform_info.h"
 
 #include "runtime/core/find_proc.h"
-#include "runtime/core/handles.h"
 #include "runtime/core/loaded_library.h"
-#include "runtime/core/version_details.h"
-#include "runtime/files/special_folders.h"
+#include "runtime/core/version_record.h"
 #include "runtime/text/wide_text.h"
 
 namespace kv {
@@ -14,35 +12,7 @@ constexpr DWORD kNotNtFamily = 0x80000000;
 constexpr DWORD kUnknownArchitecture = 0xFFFF;
 
 constexpr WORD Version(int major, int minor) {
-  return static_cast<WORD>(major * 256 + minor);
-}
-
-// What the system says of its version; the product type is known from the extended record only.
-struct VersionRecord {
-  OSVERSIONINFOEXW info = {};
-  bool extended = false;
-
-  bool IsWorkstation() const { return extended && info.wProductType == VER_NT_WORKSTATION; }
-};
-
-BOOL ReadVersionRecord(VersionRecord& record) {
-  const auto plain = reinterpret_cast<OSVERSIONINFOW*>(&record.info);
-  record.info.dwOSVersionInfoSize = sizeof(OSVERSIONINFOEXW);
-  record.extended = GetVersionExW(plain) != FALSE;
-  if (!record.extended) {
-    record.info = {};
-    record.info.dwOSVersionInfoSize = sizeof(OSVERSIONINFOW);
-    if (!GetVersionExW(plain)) return FALSE;
-  }
-  WCHAR path[MAX_PATH];
-  GetSystemFilePath(TEXT("user32.dll"), path);
-  VersionDetails user32 = {};
-  GetFileVersionDetails(path, user32);
-  if (user32.productMajor != 0 || user32.productMinor != 0) {
-    record.info.dwMajorVersion = user32.productMajor;
-    record.info.dwMinorVersion = user32.productMinor;
-  }
-  return TRUE;
+  return VersionRecord::MakeVersion(major, minor);
 }
 
 DWORD Win9xKindOf(WORD version) {
@@ -75,21 +45,10 @@ DWORD NtKindOf(WORD version, bool workstation) {
   }
 }
 
-// "ProductType" of the registry, for systems whose version record does not tell.
 BOOL IsServerByRegistry() {
-  constexpr DWORD kProductTypeBytes = 512;
-  UniqueKey key;
-  WCHAR text[kProductTypeBytes / sizeof(WCHAR) + 1] = {};
-  if (RegOpenKeyW(HKEY_LOCAL_MACHINE, TEXT("System\\CurrentControlSet\\Control\\ProductOptions"),
-                  key.Receive()) != ERROR_SUCCESS) {
-    return FALSE;
-  }
-  DWORD size = kProductTypeBytes;
-  if (RegQueryValueExW(key.Get(), TEXT("ProductType"), nullptr, nullptr,
-                       reinterpret_cast<BYTE*>(text), &size) != ERROR_SUCCESS) {
-    text[0] = 0;
-  }
-  return EqualAsciiNoCase(text, TEXT("ServerNt"));
+  WCHAR type[257];
+  ReadProductType(type);
+  return EqualAsciiNoCase(type, TEXT("ServerNt"));
 }
 
 WORD ReadComctlMajor() {
@@ -107,15 +66,13 @@ PlatformFacts FindOutPlatformFacts(bool wantServer, bool wantComctl) {
   }
   VersionRecord record;
   if (!ReadVersionRecord(record)) return facts;
-  const WORD version = Version(record.info.dwMajorVersion, record.info.dwMinorVersion);
+  const WORD version = record.version();
   if (record.info.dwPlatformId == VER_PLATFORM_WIN32_WINDOWS)
     facts.win9xKind = Win9xKindOf(version);
   if (record.info.dwPlatformId == VER_PLATFORM_WIN32_NT) {
     facts.ntKind = NtKindOf(version, record.IsWorkstation());
     if (wantServer) {
-      facts.isServer = record.extended ? record.info.wProductType == VER_NT_DOMAIN_CONTROLLER ||
-                                             record.info.wProductType == VER_NT_SERVER
-                                       : IsServerByRegistry();
+      facts.isServer = record.extended ? record.IsServer() : IsServerByRegistry();
     }
   }
   facts.osMajor = static_cast<WORD>(record.info.dwMajorVersion);

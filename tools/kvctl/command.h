@@ -36,6 +36,8 @@ extern const Command kSessionsCommand;
 extern const Command kWhoamiCommand;
 extern const Command kSpoolerCommand;
 extern const Command kShortcutCommand;
+extern const Command kDescribeCommand;
+extern const Command kLocalesCommand;
 extern const Command kDocnameCommand;
 
 // All of them, in the order of the help text.

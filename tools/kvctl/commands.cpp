@@ -2,9 +2,10 @@
 
 namespace kvctl {
 namespace {
-constexpr const Command* kCommands[] = {
-    &kPortsCommand,    &kMonitorsCommand, &kInstallCommand, &kPrintCommand,   &kSettingsCommand,
-    &kSessionsCommand, &kWhoamiCommand,   &kSpoolerCommand, &kDocnameCommand, &kShortcutCommand};
+constexpr const Command* kCommands[] = {&kPortsCommand,    &kMonitorsCommand, &kInstallCommand,
+                                        &kPrintCommand,    &kSettingsCommand, &kSessionsCommand,
+                                        &kWhoamiCommand,   &kSpoolerCommand,  &kDocnameCommand,
+                                        &kShortcutCommand, &kDescribeCommand, &kLocalesCommand};
 }
 
 std::span<const Command* const> AllCommands() {

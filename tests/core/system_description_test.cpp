@@ -1,0 +1,202 @@
+// The whole text that describes the system, for every Windows version.
+#include "runtime/core/system_description.h"
+
+#include "platform/control/message_boxes.h"
+#include "platform/control/profiles.h"
+#include "tests/support/runtime_test.h"
+
+namespace kv::test {
+namespace {
+
+namespace facts = platform::facts;
+
+class SystemDescriptionTest : public RuntimeTest {
+ protected:
+  void Use(const char* profile, const char* architecture = "") {
+    ASSERT_TRUE(platform::UseProfile(profile, architecture)) << profile;
+    Restart();
+  }
+  static void SetMetric(int metric, long value) {
+    platform::SetFactNumber(facts::kMetricPrefix + std::to_string(metric), value);
+  }
+  static std::string Description(int detail) {
+    WCHAR text[kSystemDescriptionCapacity];
+    DescribeSystem(text, detail);
+    return platform::ToUtf8(text);
+  }
+};
+
+// "x64" and "x86" of a text, by how this program runs on a machine of that architecture.
+std::string WithProcessor(std::string text) {
+  const size_t mark = text.find('#');
+  if (mark == std::string::npos) return text;
+  const bool x64 = platform::Fact(facts::kArchitecture) == "x64";
+  return text.replace(mark, 1, x64 ? "x64" : "x86");
+}
+
+TEST_F(SystemDescriptionTest, EveryVersionHasItsName) {
+  const std::map<std::string, std::pair<std::string, std::string>> kNames = {
+      {"windows-95", {"Windows 95", ""}},
+      {"windows-98", {"Windows 98", ""}},
+      {"windows-98-se", {"Windows 98 SE", ""}},
+      {"windows-me", {"Windows Me", ""}},
+      {"windows-nt4", {"Windows NT Workstation # 4.00", " Service Pack 5"}},
+      {"windows-2000", {"Windows 2000 Professional #", " SP4"}},
+      {"windows-2000-server", {"Windows 2000 Server #", " SP4"}},
+      {"windows-xp", {"Windows XP Professional #", " SP3"}},
+      {"windows-xp-rtm", {"Windows XP Professional #", ""}},
+      {"windows-server-2003", {"Windows Server 2003 Standard Edition #", " SP2"}},
+      {"windows-server-2003-r2", {"Windows Server 2003 R2 Standard Edition #", " SP2"}},
+      {"windows-vista", {"Windows Vista Business #", " SP2"}},
+      {"windows-server-2008", {"Windows Server 2008 #", " SP2"}},
+      {"windows-7", {"Windows 7 Professional #", " SP1"}},
+      {"windows-server-2008-r2", {"Windows Server 2008 R2 #", " SP1"}},
+      {"windows-8", {"Windows 8 #", ""}},
+      {"windows-server-2012", {"Windows Server 2012 #", ""}},
+      {"windows-8.1", {"Windows 8.1 #", ""}},
+      {"windows-server-2012-r2", {"Windows 8.1 #", ""}},
+      {"windows-10", {"Windows 10 #", ""}},
+      {"windows-11", {"Windows 10 #", ""}},
+  };
+  EXPECT_EQ(kNames.size(), platform::ProfileNames().size());
+  for (const auto& [profile, name] : kNames) {
+    SCOPED_TRACE(profile);
+    const bool both = sizeof(void*) == 4 && platform::UseProfile(profile, "x86");
+    if (!both && !platform::UseProfile(profile, "x64")) continue;
+    EXPECT_EQ(Description(kShortDetail), WithProcessor(name.first));
+    EXPECT_EQ(Description(kWithServicePack), WithProcessor(name.first) + name.second);
+  }
+}
+
+TEST_F(SystemDescriptionTest, EditionsFollowSuitesAndMetrics) {
+  const struct {
+    const char* profile;
+    long suite;
+    int metric;
+    const char* expected;
+  } kEditions[] = {
+      {"windows-xp", VER_SUITE_PERSONAL, 0, "Windows XP Home x64"},
+      {"windows-vista", VER_SUITE_PERSONAL, 0, "Windows Vista Home Basic x64"},
+      {"windows-vista", VER_SUITE_PERSONAL, SM_MEDIACENTER, "Windows Vista Home Premium x64"},
+      {"windows-vista", 0, SM_MEDIACENTER, "Windows Vista Ultimate x64"},
+      {"windows-7", VER_SUITE_PERSONAL, SM_MEDIACENTER, "Windows 7 Home Premium x64"},
+      {"windows-7", 0, SM_MEDIACENTER, "Windows 7 Ultimate x64"},
+      {"windows-7", 0, SM_STARTER, "Windows 7 Starter x64"},
+      {"windows-10", VER_SUITE_PERSONAL, 0, "Windows 10 Home x64"},
+      {"windows-server-2003", VER_SUITE_BLADE, 0, "Windows Server 2003 Web Edition x64"},
+      {"windows-server-2003", VER_SUITE_DATACENTER | VER_SUITE_ENTERPRISE, 0,
+       "Windows Server 2003 Datacenter Edition x64"},
+      {"windows-server-2003", VER_SUITE_ENTERPRISE, 0,
+       "Windows Server 2003 Enterprise Edition x64"},
+      {"windows-server-2008", VER_SUITE_ENTERPRISE, SM_SERVERR2,
+       "Windows Server 2008 R2 Enterprise x64"},
+      {"windows-server-2012", VER_SUITE_ENTERPRISE, 0, "Windows Server 2012 x64"},
+      {"windows-server-2012-r2", VER_SUITE_DATACENTER, 0, "Windows 8.1 Datacenter x64"},
+  };
+  for (const auto& edition : kEditions) {
+    Use(edition.profile, "x64");
+    platform::SetFactNumber(facts::kSuiteMask, edition.suite);
+    if (edition.metric != 0) SetMetric(edition.metric, 1);
+    EXPECT_EQ(Description(kShortDetail), edition.expected);
+    if (edition.metric != 0) SetMetric(edition.metric, 0);
+  }
+  Use("windows-10", "x64");
+  platform::SetFactNumber(facts::kMajor, 11);
+  platform::InstallSystemFiles();
+  EXPECT_EQ(Description(kShortDetail), "Windows NT x64 11.00") << "newer than the names";
+}
+
+TEST_F(SystemDescriptionTest, OtherLanguagesAreNamed) {
+  Use("windows-10", "x64");
+  platform::SetFactNumber(facts::kSystemLocale, 0x0807);
+  EXPECT_EQ(Description(kShortDetail), "Windows 10 x64 German");
+  EXPECT_EQ(Description(kWithServicePack), "Windows 10 x64 German (Switzerland)");
+  platform::SetFactNumber(facts::kSystemLocale, 0x0411);
+  EXPECT_EQ(Description(kWithServicePack), "Windows 10 x64 Japanese");
+  platform::FailCall("EnumSystemLocalesW", 1);
+  EXPECT_EQ(Description(kWithServicePack), "Windows 10 x64") << "no list, no name";
+}
+
+TEST_F(SystemDescriptionTest, TheFullTextTellsAll) {
+  Use("windows-7", "x64");
+  platform::SetFact(facts::kAccounts, "Bob:1002");
+  platform::SetFact(facts::kSessions, "1,2");
+  platform::SetFact(facts::kSessionPrefix + std::string("2.user"), "Bob");
+  platform::SetFact(facts::kSessionPrefix + std::string("2.client"), "LAPTOP");
+  platform::SetFact(facts::kSessionPrefix + std::string("2.protocol"), "2");
+  SetMetric(SM_MEDIACENTER, 1);
+  SetMetric(SM_TABLETPC, 1);
+  WCHAR computer[MAX_PATH];
+  DWORD size = MAX_PATH;
+  GetComputerNameW(computer, &size);
+  const std::string architecture = sizeof(void*) == 4
+                                       ? "\nArchitecture: x86 (reported), AMD64 (actual)"
+                                       : "\nArchitecture: AMD64";
+  EXPECT_EQ(Description(kFullDetail),
+            "computer " + platform::ToUtf8(computer) +
+                ", user Ada\n"
+                "Windows 7 Ultimate x64 SP1" +
+                architecture +
+                "\nTablet PC Edition"
+                "\n"
+                "\nTerminal Server (single user)"
+                "\ncurrent session ID = 1, active console session ID = 1"
+                "\n"
+                "\nsession 1 [Console] - Ada, protocol 0, token 00000000"
+                "\nsession 2 [no name] - Bob, client LAPTOP, protocol 2, token 00000000"
+                "\n"
+                "\nadministrative user (not elevated)"
+                "\nprocess integrity level: medium"
+                "\nszCSDVersion = \"Service Pack 1\""
+                "\nWindows 6.01 Build 7601"
+                "\nVER_NT_WORKSTATION"
+                "\nwSuiteMask=0100");
+  EXPECT_EQ(Description(kFullDetail).find("Media Center"), std::string::npos);
+}
+
+TEST_F(SystemDescriptionTest, EveryFullTextIsWhole) {
+  for (const std::string& profile : platform::ProfileNames()) {
+    SCOPED_TRACE(profile);
+    Use(profile.c_str());
+    const std::string text = Description(kFullDetail);
+    const bool nt = platform::FactNumber(facts::kPlatformId, 0) == VER_PLATFORM_WIN32_NT;
+    EXPECT_TRUE(text.starts_with("computer "));
+    EXPECT_EQ(text.find("administrative user") != std::string::npos, nt);
+    EXPECT_EQ(text.find("integrity level") != std::string::npos,
+              platform::FactNumber(facts::kMajor, 0) >= 6);
+    const std::string end = text.substr(text.rfind("\nwSuiteMask="));
+    EXPECT_EQ(end.size(), sizeof("\nwSuiteMask=0000") - 1) << text;
+  }
+}
+
+TEST_F(SystemDescriptionTest, TheBoxHasItsTitle) {
+  Use("windows-10", "x64");
+  for (const WCHAR* title : {TEXT(""), TEXT("Mine")}) {
+    platform::AnswerNextBox(IDOK);
+    ShowSystemDescription(kShortDetail, title);
+  }
+  const auto boxes = platform::ShownBoxes();
+  ASSERT_EQ(boxes.size(), 2u);
+  EXPECT_EQ(boxes[0].title, TEXT("System Version"));
+  EXPECT_EQ(boxes[1].title, TEXT("Mine"));
+  EXPECT_EQ(boxes[0].text, TEXT("Windows 10 x64"));
+  startupContext.silent = 1;
+  ShowSystemDescription(kShortDetail, nullptr);
+  EXPECT_EQ(platform::ShownBoxes().size(), 2u);
+}
+
+// Whatever call fails, something true is left.
+TEST_F(SystemDescriptionTest, EveryFailureIsSurvived) {
+  Use("windows-10", "x64");
+  platform::SetFactNumber(facts::kSystemLocale, 0x0407);
+  uint64_t n = 0;
+  do {
+    platform::ResetFaults();
+    platform::FailAnyCall(++n);
+    EXPECT_TRUE(Description(kFullDetail).starts_with("computer ")) << n;
+  } while (platform::InjectedFailures() != 0);
+  EXPECT_GT(n, 100u);
+}
+
+}  // namespace
+}  // namespace kv::test
