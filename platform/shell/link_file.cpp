@@ -1,7 +1,5 @@
 #include "platform/shell/link_file.h"
 
-#include <cstring>
-
 namespace platform {
 namespace {
 
@@ -73,7 +71,7 @@ std::string ToAnsi(WideView text) {
 
 WideString FromUtf16(std::string_view bytes) {
   WideString text(bytes.size() / sizeof(WCHAR), 0);
-  std::memcpy(text.data(), bytes.data(), text.size() * sizeof(WCHAR));
+  bytes.copy(reinterpret_cast<char*>(text.data()), text.size() * sizeof(WCHAR));
   return text;
 }
 

@@ -2,12 +2,15 @@
 #include "runtime/text/locale_list.h"
 
 #include "platform/control/profiles.h"
+#include "platform/kernel/text.h"
 #include "runtime/text/wide_text.h"
 #include "tests/support/failing_new.h"
 #include "tests/support/machine_test.h"
 
 namespace kv::test {
 namespace {
+
+using WideString = std::basic_string<WCHAR>;
 
 class LocaleListTest : public MachineTest {
  protected:
