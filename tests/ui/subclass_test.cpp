@@ -2,6 +2,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "runtime/ui/subclass_window.h"
 #include "runtime/ui/thread_hook.h"
@@ -157,16 +158,12 @@ const Attack kAttacks[] = {
      "+c +b proc -c -b "},
     {"moves itself to the head", 'b', true,
      [](HWND window, Watcher*, Watcher* b, Watcher*) {
-       b->before = nullptr;
        b->Detach();
        b->Attach(window, TRUE, 0);
      },
      "+c +b +a proc -b -c -a "},
     {"attaches another", 'b', true,
-     [](HWND window, Watcher*, Watcher* b, Watcher*) {
-       b->before = nullptr;
-       (new Watcher('d'))->Attach(window, TRUE, 0);
-     },
+     [](HWND window, Watcher*, Watcher*, Watcher*) { (new Watcher('d'))->Attach(window, TRUE, 0); },
      "+c +b +a proc -d -c -b -a "},
     {"destroys the window", 'b', true,
      [](HWND window, Watcher*, Watcher*, Watcher*) { DestroyWindow(window); }, "+c +b ~c ~b ~a "},
@@ -174,14 +171,10 @@ const Attack kAttacks[] = {
      [](HWND window, Watcher*, Watcher*, Watcher*) { DestroyWindow(window); },
      "+c +b +a proc -c -b ~c ~b ~a "},
     {"sends another message", 'b', true,
-     [](HWND window, Watcher*, Watcher* b, Watcher*) {
-       b->before = nullptr;
-       SendTo(window);
-     },
+     [](HWND window, Watcher*, Watcher*, Watcher*) { SendTo(window); },
      "+c +b +c +b +a proc -c -b -a +a proc -c -b -a "},
     {"sends a message under which it goes", 'b', true,
      [](HWND window, Watcher*, Watcher* b, Watcher* c) {
-       b->before = nullptr;
        c->before = [b](HWND) { delete b; };
        SendTo(window);
        c->before = nullptr;
@@ -197,7 +190,10 @@ TEST_F(SubclassTest, ChainsStandWhatTheirObjectsDo) {
     auto *a = new Watcher('a'), *b = new Watcher('b'), *c = new Watcher('c');
     for (Watcher* watcher : {a, b, c}) EXPECT_TRUE(watcher->Attach(window, TRUE, 0));
     Watcher* const attacker = attack.who == 'b' ? b : c;
-    (attack.before ? attacker->before : attacker->after) = [=](HWND w) { attack.act(w, a, b, c); };
+    bool armed = true;
+    (attack.before ? attacker->before : attacker->after) = [=, &armed](HWND w) {
+      if (std::exchange(armed, false)) attack.act(w, a, b, c);
+    };
     Seen();
     SendTo(window);
     EXPECT_EQ(Seen(), attack.seen);
@@ -299,13 +295,13 @@ TEST_F(SubclassTest, ThunksCarryTheirObject) {
 }
 
 TEST_F(SubclassTest, NoFailureLosesTheWindowOrAnObject) {
-  SweepFailures([] {
+  Sweep(Failing::kCalls, [] {
     const HWND window = Make();
     if (window == nullptr) return;
     {
-      auto *a = new (std::nothrow) Watcher('a'), *b = new (std::nothrow) Watcher('b');
-      if (a != nullptr && !a->Attach(window, TRUE, 0)) delete a;
-      if (b != nullptr && !b->Attach(window, TRUE, 0)) delete b;
+      auto *a = new Watcher('a'), *b = new Watcher('b');
+      if (!a->Attach(window, TRUE, 0)) delete a;
+      if (!b->Attach(window, TRUE, 0)) delete b;
       Watcher c('c'), d('d');
       c.Attach(window, FALSE, 0);
       d.Attach(window, FALSE, 0);
