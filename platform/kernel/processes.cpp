@@ -89,7 +89,7 @@ ProcessFacts FactsOfToken(const Token& token) {
   ProcessFacts told = FactsOfElevation(user.IsElevated());
   told[facts::kUserName] = ToUtf8(user.name());
   told[facts::kUserSid] = ToUtf8(user.SidText());
-  told[facts::kUserIsAdministrator] = user.IsAdministrator() ? "1" : "0";
+  told[facts::kUserIsAdministrator] = std::to_string(user.IsAdministrator() ? 1 : 0);
   return told;
 }
 
