@@ -160,6 +160,15 @@
 #define IDS_CTL_SPOOLER_NEEDS_RIGHTS 14104   // text
 #define IDS_CTL_SPOOLER_NOT_RESTARTED 14105  // text
 #define IDS_CTL_SPOOLER_RESTARTED 14106      // text
+#define IDS_CTL_DEMO_SUMMARY 14110           // text
+#define IDS_CTL_DEMO_USAGE 14111             // text
+#define IDS_CTL_DEMO_STEP 14112              // 1 the seconds that have passed; 2 those in all
+#define IDS_CTL_DEMO_FINISHED 14113          // text
+#define IDS_CTL_DEMO_CANCELLED 14114         // text
+#define IDS_CTL_DEMO_BOX 14115               // text
+#define IDS_CTL_DEMO_NOT_A_NUMBER 14116      // 1 the option; 2 the word
+#define IDS_CTL_PRINTING 14120               // 1 the file
+#define IDS_CTL_PRINT_CANCELLED 14121        // 1 the file
 #define IDS_CTL_DOCNAME_SUMMARY 14140        // text
 #define IDS_CTL_DOCNAME_USAGE 14141          // text
 #define IDS_CTL_SHORTCUT_SUMMARY 14160  // text

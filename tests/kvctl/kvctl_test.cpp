@@ -46,6 +46,19 @@ TEST_F(KvctlTest, InstallsPrintsAndLists) {
   EXPECT_TRUE(Contains(print, "196625 bytes sent, 196625 bytes accepted")) << print.output;
 }
 
+TEST_F(KvctlTest, WindowsWorkWithoutADisplay) {
+  EXPECT_EQ(Run(kInstall).status, 0);
+  const ProgramResult print = Run("print --window " + WriteFile("large", 1000000));
+  EXPECT_TRUE(Contains(print, "1000000 bytes sent, 1000000 bytes accepted")) << print.output;
+  const ProgramResult bar = Run("demo progress --seconds 1 --delay 100");
+  EXPECT_EQ(bar.output, "The window was shown to its end.\n");
+  const ProgramResult box = Run("demo linkbox --target 100%s --caption More");
+  EXPECT_TRUE(Contains(box, "This message has an additional button.")) << box.output;
+  EXPECT_TRUE(bar.status == 0 && box.status == 0);
+  EXPECT_EQ(Run("demo progress --seconds 1x").status, 2);
+  EXPECT_EQ(Run("demo window").status, 2);
+}
+
 TEST_F(KvctlTest, SaysClearlyWhatFailed) {
   const ProgramResult early = Run("print x");
   EXPECT_EQ(early.output,

@@ -112,8 +112,7 @@ TEST_F(MessageBoxLinkTest, OneBoxOfTheProductGetsIt) {
 }
 
 TEST_F(MessageBoxLinkTest, TargetsAreOpenedOrShown) {
-  CloseHandle(
-      CreateFileW(TEXT("C:\\my file.txt"), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
+  CreateDirectoryW(TEXT("C:\\my files"), nullptr);
   const Wide deep = TEXT("file:///C:/") + Wide(300, u'd');
   const struct {
     Wide target;
@@ -122,7 +121,7 @@ TEST_F(MessageBoxLinkTest, TargetsAreOpenedOrShown) {
   } cases[] = {
       {TEXT("http://folvane/a"), TEXT("http://folvane/a"), false},
       {TEXT("mailto:ada@folvane"), TEXT("mailto:ada@folvane"), false},
-      {TEXT("FILE:///C:/my%20file.txt"), TEXT("C:\\my file.txt"), false},
+      {TEXT("FILE:///C:/my%20files"), TEXT("C:\\my files"), false},
       {deep, deep.c_str(), false},
       {TEXT("http://folvane/b"), nullptr, true},
       {TEXT("see mailto:x"), nullptr, false},

@@ -35,6 +35,7 @@ extern const Command kSettingsCommand;
 extern const Command kSessionsCommand;
 extern const Command kWhoamiCommand;
 extern const Command kSpoolerCommand;
+extern const Command kDemoCommand;
 extern const Command kShortcutCommand;
 extern const Command kDescribeCommand;
 extern const Command kLocalesCommand;

@@ -2,10 +2,10 @@
 
 namespace kvctl {
 namespace {
-constexpr const Command* kCommands[] = {&kPortsCommand,    &kMonitorsCommand, &kInstallCommand,
-                                        &kPrintCommand,    &kSettingsCommand, &kSessionsCommand,
-                                        &kWhoamiCommand,   &kSpoolerCommand,  &kDocnameCommand,
-                                        &kShortcutCommand, &kDescribeCommand, &kLocalesCommand};
+constexpr const Command* kCommands[] = {
+    &kPortsCommand,    &kMonitorsCommand, &kInstallCommand, &kPrintCommand, &kSettingsCommand,
+    &kSessionsCommand, &kWhoamiCommand,   &kSpoolerCommand, &kDemoCommand,  &kDocnameCommand,
+    &kShortcutCommand, &kDescribeCommand, &kLocalesCommand};
 }
 
 std::span<const Command* const> AllCommands() {

@@ -10,6 +10,7 @@
 #include "runtime/printing/spooler_list.h"
 #include "runtime/text/format.h"
 #include "runtime/text/number_text.h"
+#include "runtime/ui/progress_window.h"
 #include "tools/kvctl/command.h"
 
 namespace kvctl {
@@ -17,7 +18,9 @@ namespace {
 
 constexpr WCHAR kPrinterOption[] = TEXT("--printer");
 constexpr WCHAR kTitleOption[] = TEXT("--title");
-constexpr Option kOptions[] = {{kPrinterOption, true}, {kTitleOption, true}};
+constexpr WCHAR kWindowOption[] = TEXT("--window");
+constexpr Option kOptions[] = {
+    {kPrinterOption, true}, {kTitleOption, true}, {kWindowOption, false}};
 constexpr DWORD kBlockSize = 64 * 1024;
 constexpr DWORD kProgressInterval = 200;  // ms
 
@@ -80,21 +83,31 @@ class Document {
   ULONGLONG accepted_ = 0;
 };
 
-// "file: 42 %" on a terminal, not more often than people can read.
+// How far a file has been sent.
 class Progress {
  public:
-  Progress(LPCWSTR file, ULONGLONG size) : file_(file), size_(size), visible_(StatusIsVisible()) {}
-  ~Progress() {
+  virtual ~Progress() = default;
+  // FALSE when the user wants no more.
+  virtual BOOL Show(ULONGLONG done) = 0;
+};
+
+// "file: 42 %" on a terminal, not more often than people can read.
+class TerminalProgress : public Progress {
+ public:
+  TerminalProgress(LPCWSTR file, ULONGLONG size)
+      : file_(file), size_(size), visible_(StatusIsVisible()) {}
+  ~TerminalProgress() override {
     if (width_ != 0) PrintStatus(TEXT("\r") + WideString(width_, ' ') + TEXT("\r"));
   }
-  void Show(ULONGLONG done) {
-    if (!visible_ || GetTickCount() - lastTime_ < kProgressInterval) return;
+  BOOL Show(ULONGLONG done) override {
+    if (!visible_ || GetTickCount() - lastTime_ < kProgressInterval) return TRUE;
     lastTime_ = GetTickCount();
     WCHAR line[MAX_PATH + 32];
     kv::FormatText(line, TEXT("\r%s: %d %%"), file_,
                    static_cast<int>(size_ == 0 ? 100 : done * 100 / size_));
     PrintStatus(line);
     width_ = kv::View(line).size();
+    return TRUE;
   }
 
  private:
@@ -104,6 +117,37 @@ class Progress {
   size_t width_ = 0;  // of what stands on the line
   DWORD lastTime_ = GetTickCount();
 };
+
+// The product's progress window, with a Cancel button.
+class WindowProgress : public Progress {
+ public:
+  WindowProgress(LPCWSTR file, ULONGLONG size) : size_(size) {
+    const kv::StartupContext& context = kv::startupContext;
+    exists_ = window_.Create(context.hInstance, context.hResources, TEXT("KvctlPrint"),
+                             context.productName, IDI_PRODUCT, IDI_PRODUCT, TRUE, nullptr, 0, 0, 0,
+                             0, nullptr, nullptr);
+    window_.SetShowDelay(kWindowDelay);
+    window_.SetRange(0, kSteps);
+    window_.SetText(TEXT("%s"), Text(IDS_CTL_PRINTING, file).c_str());
+  }
+  BOOL Show(ULONGLONG done) override {
+    window_.SetPos(static_cast<int>(size_ == 0 ? kSteps : done * kSteps / size_));
+    return !exists_ || window_.Pump();
+  }
+
+ private:
+  static constexpr int kSteps = 1000;
+  static constexpr DWORD kWindowDelay = 500;  // ms
+
+  ULONGLONG size_;
+  BOOL exists_;
+  kv::CProgressWnd window_;
+};
+
+std::unique_ptr<Progress> MakeProgress(const Arguments& arguments, LPCWSTR file, ULONGLONG size) {
+  if (arguments.Has(kWindowOption)) return std::make_unique<WindowProgress>(file, size);
+  return std::make_unique<TerminalProgress>(file, size);
+}
 
 void ReportJob(LPCWSTR file, const Document& document, ULONGLONG sent, DWORD milliseconds) {
   WCHAR size[kv::kNumberTextCapacity], duration[kv::kNumberTextCapacity],
@@ -115,9 +159,32 @@ void ReportJob(LPCWSTR file, const Document& document, ULONGLONG sent, DWORD mil
                  Number(document.accepted()).c_str(), size, duration, speed));
 }
 
-// Sends the file block by block; FALSE after a message.
-BOOL SendFile(LPCWSTR path, HANDLE file, LPCWSTR printerName, const WideString& title) {
+// Writes the file's bytes block by block; FALSE after a message.
+BOOL WriteBlocks(LPCWSTR path, HANDLE file, LPCWSTR printerName, Document& document,
+                 Progress& progress, ULONGLONG& sent) {
   const std::unique_ptr<BYTE[]> block(new BYTE[kBlockSize]);
+  for (;;) {
+    DWORD count = 0;
+    if (!ReadFile(file, block.get(), kBlockSize, &count, nullptr)) {
+      PrintSystemError(Text(IDS_CTL_CANNOT_READ, path), GetLastError());
+      return FALSE;
+    }
+    if (count == 0) return TRUE;
+    if (!document.Write(block.get(), count)) {
+      PrintSystemError(Text(IDS_CTL_CANNOT_WRITE_JOB, printerName), GetLastError());
+      return FALSE;
+    }
+    sent += count;
+    if (!progress.Show(sent)) {
+      PrintError(Text(IDS_CTL_PRINT_CANCELLED, path));
+      return FALSE;
+    }
+  }
+}
+
+// Sends the file as a job; FALSE after a message.
+BOOL SendFile(LPCWSTR path, HANDLE file, LPCWSTR printerName, const WideString& title,
+              const Arguments& arguments) {
   LARGE_INTEGER size = {};
   GetFileSizeEx(file, &size);
   const DWORD start = GetTickCount();
@@ -128,21 +195,8 @@ BOOL SendFile(LPCWSTR path, HANDLE file, LPCWSTR printerName, const WideString& 
   }
   ULONGLONG sent = 0;
   {
-    Progress progress(path, size.QuadPart);
-    for (;;) {
-      DWORD count = 0;
-      if (!ReadFile(file, block.get(), kBlockSize, &count, nullptr)) {
-        PrintSystemError(Text(IDS_CTL_CANNOT_READ, path), GetLastError());
-        return FALSE;
-      }
-      if (count == 0) break;
-      if (!document.Write(block.get(), count)) {
-        PrintSystemError(Text(IDS_CTL_CANNOT_WRITE_JOB, printerName), GetLastError());
-        return FALSE;
-      }
-      sent += count;
-      progress.Show(sent);
-    }
+    const std::unique_ptr<Progress> progress = MakeProgress(arguments, path, size.QuadPart);
+    if (!WriteBlocks(path, file, printerName, document, *progress, sent)) return FALSE;
   }
   if (!document.End()) {
     PrintSystemError(Text(IDS_CTL_CANNOT_END_JOB, printerName), GetLastError());
@@ -152,15 +206,16 @@ BOOL SendFile(LPCWSTR path, HANDLE file, LPCWSTR printerName, const WideString& 
   return TRUE;
 }
 
-BOOL PrintOneFile(LPCWSTR path, LPCWSTR printerName, const WideString& title) {
+BOOL PrintOneFile(LPCWSTR path, LPCWSTR printerName, const Arguments& arguments) {
   const kv::UniqueFile file(CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                         FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
   if (!file) {
     PrintSystemError(Text(IDS_CTL_CANNOT_OPEN, path), GetLastError());
     return FALSE;
   }
+  const WideString title = arguments.Value(kTitleOption);
   return SendFile(path, file.Get(), printerName,
-                  title.empty() ? WideString(kv::GetFileName(path)) : title);
+                  title.empty() ? WideString(kv::GetFileName(path)) : title, arguments);
 }
 
 ExitStatus PrintFiles(const Arguments& arguments) {
@@ -172,8 +227,7 @@ ExitStatus PrintFiles(const Arguments& arguments) {
   }
   ExitStatus status = kDone;
   for (const WideString& path : arguments.operands()) {
-    if (!PrintOneFile(path.c_str(), printer.c_str(), arguments.Value(kTitleOption)))
-      status = kFailed;
+    if (!PrintOneFile(path.c_str(), printer.c_str(), arguments)) status = kFailed;
   }
   return status;
 }
