@@ -16,9 +16,11 @@ Selection StockSelection(HGDIOBJ handle) {
   return Selection(handle, GdiObjectOf(handle));
 }
 
-// Whether the bitmap belongs to no context but this one, if to any.
+// Whether the bitmap belongs to no context but this one, if to any. The stock bitmap is every new
+// memory context's.
 bool IsFreeFor(const Bitmap& bitmap, const DeviceContext& context) {
-  return bitmap.selections == 0 || bitmap.owner == &context;
+  return bitmap.selections == 0 || bitmap.owner == &context ||
+         &bitmap == GdiObjectOf(StockBitmap()).get();
 }
 
 const Selection* SelectedOfType(const ContextState& state, UINT type) {

@@ -1,0 +1,197 @@
+// Turned bitmaps, pixel by pixel.
+#include "runtime/graphics/bitmap_rotation.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+#include <utility>
+#include <vector>
+
+#include "runtime/graphics/turn_bits.h"
+
+namespace kv {
+namespace {
+
+constexpr int kDepths[] = {1, 2, 4, 8, 16, 24, 32};
+
+using Bits = std::vector<BYTE>;
+
+DWORD PixelAt(const BYTE* bits, int width, int depth, int x, int row) {
+  const BYTE* at = bits + DibStride(width, depth) * row + static_cast<size_t>(x) * depth / 8;
+  if (depth < 8) return *at >> (8 - depth - x * depth % 8) & ((1 << depth) - 1);
+  DWORD pixel = 0;
+  memcpy(&pixel, at, depth / 8);
+  return pixel;
+}
+
+Bits RandomBits(int width, int height, int depth) {
+  std::mt19937 random(width * 1000 + height * 10 + depth);
+  Bits bits(static_cast<size_t>(DibStride(width, depth)) * height);
+  for (BYTE& byte : bits) byte = static_cast<BYTE>(random());
+  return bits;
+}
+
+// Whether the target is the source turned, by quarter (to `height` by `width`) or half.
+void ExpectQuarter(const BYTE* source, const BYTE* target, int width, int height, int depth) {
+  for (int x = 0; x < width; ++x) {
+    for (int y = 0; y < height; ++y) {
+      ASSERT_EQ(PixelAt(target, height, depth, y, x),
+                PixelAt(source, width, depth, x, height - 1 - y))
+          << width << " by " << height << ", depth " << depth << " at " << x << ", " << y;
+    }
+  }
+}
+void ExpectHalf(const BYTE* source, const BYTE* target, int width, int height, int depth) {
+  for (int x = 0; x < width; ++x) {
+    for (int y = 0; y < height; ++y) {
+      ASSERT_EQ(PixelAt(target, width, depth, x, y),
+                PixelAt(source, width, depth, width - 1 - x, height - 1 - y))
+          << width << " by " << height << ", depth " << depth << " at " << x << ", " << y;
+    }
+  }
+}
+
+struct Size {
+  int width, height;
+};
+// Around the sizes of registers and tiles; the last ones are wide and high.
+constexpr Size kSizes[] = {{1, 1},   {2, 1},   {1, 3},     {3, 2},    {9, 5},    {15, 17},
+                           {16, 16}, {31, 33}, {64, 64},   {65, 127}, {129, 63}, {255, 257},
+                           {301, 7}, {5, 270}, {128, 256}, {1025, 3}};
+
+TEST(TurnBitsTest, EveryDepthAndManySizes) {
+  for (int depth : kDepths) {
+    for (const auto [width, height] : kSizes) {
+      const Bits source = RandomBits(width, height, depth);
+      // Guards behind the end show what writes too far.
+      const auto size = static_cast<size_t>(DibStride(height, depth)) * width;
+      Bits quarter(size + 64, 0xA5);
+      ASSERT_TRUE(TurnBitsQuarter(source.data(), quarter.data(), width, height, depth));
+      ExpectQuarter(source.data(), quarter.data(), width, height, depth);
+      EXPECT_EQ(std::count(quarter.begin() + size, quarter.end(), 0xA5), 64);
+
+      Bits half = source;
+      half.resize(source.size() + 64, 0xA5);
+      ASSERT_TRUE(TurnBitsHalf(half.data(), width, height, depth));
+      ExpectHalf(source.data(), half.data(), width, height, depth);
+      EXPECT_EQ(std::count(half.begin() + source.size(), half.end(), 0xA5), 64);
+
+      ASSERT_TRUE(TurnBitsHalf(half.data(), width, height, depth));
+      half.resize(source.size());
+      ASSERT_EQ(half, source) << "two half turns, what fills up the rows included";
+      if (HasFatalFailure()) return;
+    }
+  }
+  BYTE bits[4] = {1, 2, 3, 4};
+  EXPECT_FALSE(TurnBitsHalf(bits, 1, 1, 3));
+  EXPECT_FALSE(TurnBitsQuarter(bits, bits, 1, 1, 3));
+}
+
+// Large targets are written past the cache, from the first whole line on; rows of other distances
+// are not.
+TEST(TurnBitsTest, LargeBitmapsWhereverTheyLie) {
+  for (int height : {2048, 2000}) {
+    const int width = 2100, depth = 8;
+    const Bits source = RandomBits(width, height, depth);
+    Bits target(static_cast<size_t>(DibStride(height, depth)) * width + 64);
+    for (int offset : {0, 5, 63}) {
+      ASSERT_TRUE(TurnBitsQuarter(source.data(), target.data() + offset, width, height, depth));
+      ExpectQuarter(source.data(), target.data() + offset, width, height, depth);
+      if (HasFatalFailure()) return;
+    }
+  }
+}
+
+TEST(TurnBitsTest, RowsAreFilledUpWithZeros) {
+  for (int depth : kDepths) {
+    const Bits source(static_cast<size_t>(DibStride(3, depth)) * 5, 0xFF);
+    Bits target(static_cast<size_t>(DibStride(5, depth)) * 3, 0xFF);
+    ASSERT_TRUE(TurnBitsQuarter(source.data(), target.data(), 3, 5, depth));
+    const auto stride = static_cast<int>(DibStride(5, depth));
+    for (int x = 5; x < stride * 8 / depth; ++x) {
+      for (int row = 0; row < 3; ++row) {
+        EXPECT_EQ(PixelAt(target.data(), 5, depth, x, row), 0u) << "depth " << depth;
+      }
+    }
+  }
+}
+
+// A bitmap of the system and a context to ask it with.
+class BitmapRotationTest : public testing::Test {
+ protected:
+  void Make(int width, int height, int depth) {
+    Drop();
+    const size_t rowBytes = (static_cast<size_t>(width) * depth + 15) / 16 * 2;
+    Bits rows(rowBytes * height);
+    std::mt19937 random(depth);
+    for (BYTE& byte : rows) byte = static_cast<BYTE>(random());
+    bitmap_ = CreateBitmap(width, height, 1, depth, rows.data());
+    ASSERT_NE(bitmap_, nullptr);
+  }
+  void Drop() {
+    if (bitmap_ != nullptr) DeleteObject(std::exchange(bitmap_, nullptr));
+  }
+  ~BitmapRotationTest() override {
+    Drop();
+    DeleteDC(context_);
+  }
+  // All rows at once.
+  Bits Read(int width, int height, int depth) {
+    BitmapHeader header = {};
+    header.info = {};
+    header.info.biSize = sizeof header.info;
+    header.info.biWidth = width;
+    header.info.biHeight = height;
+    header.info.biPlanes = 1;
+    header.info.biBitCount = static_cast<WORD>(depth);
+    Bits bits(static_cast<size_t>(DibStride(width, depth)) * height);
+    EXPECT_EQ(GetDIBits(context_, bitmap_, 0, height, bits.data(),
+                        reinterpret_cast<BITMAPINFO*>(&header), DIB_RGB_COLORS),
+              height);
+    return bits;
+  }
+
+  HDC context_ = CreateCompatibleDC(nullptr);
+  HBITMAP bitmap_ = nullptr;
+  TurnedBitmap turned_;
+};
+
+TEST_F(BitmapRotationTest, TurnsBitmapsOfTheSystem) {
+  for (int depth : {1, 4, 8, 16, 24, 32}) {
+    // The second one is read in several chunks, the last of them short.
+    for (const auto [width, height] : {Size{3, 2}, Size{601, 301}}) {
+      Make(width, height, depth);
+      const Bits source = Read(width, height, depth);
+      ASSERT_TRUE(RotateBitmapQuarter(context_, bitmap_, turned_));
+      ExpectQuarter(source.data(), turned_.bits.get(), width, height, depth);
+      EXPECT_EQ(turned_.header->info.biWidth, height);
+      EXPECT_EQ(turned_.header->info.biHeight, width);
+      EXPECT_EQ(turned_.header->info.biBitCount, depth);
+      ASSERT_TRUE(RotateBitmapHalf(context_, bitmap_, turned_));
+      ExpectHalf(source.data(), turned_.bits.get(), width, height, depth);
+      EXPECT_EQ(turned_.header->info.biWidth, width);
+      EXPECT_EQ(turned_.header->info.biCompression, static_cast<DWORD>(BI_RGB));
+      if (HasFatalFailure()) return;
+    }
+  }
+  Make(2, 2, 1);
+  ASSERT_TRUE(RotateBitmapHalf(context_, bitmap_, turned_));
+  EXPECT_EQ(turned_.header->colors[1].rgbGreen, 0xFF) << "the colours come along";
+}
+
+TEST_F(BitmapRotationTest, RowsLongerThanAChunkAndOtherObjectsGiveNothing) {
+  for (const auto& [width, works] : {std::pair{8192, TRUE}, std::pair{8193, FALSE}}) {
+    Make(width, 2, 32);
+    EXPECT_EQ(RotateBitmapHalf(context_, bitmap_, turned_), works) << width;
+    EXPECT_EQ(turned_.bits != nullptr, works);
+    EXPECT_EQ(turned_.header != nullptr, works);
+    EXPECT_EQ(RotateBitmapQuarter(context_, bitmap_, turned_), works) << width;
+    EXPECT_EQ(turned_.bits != nullptr, works);
+  }
+  EXPECT_FALSE(RotateBitmapHalf(context_, nullptr, turned_));
+}
+
+}  // namespace
+}  // namespace kv
