@@ -1,0 +1,138 @@
+#include "runtime/printing/printer_info.h"
+
+#include <cstring>
+
+#include "runtime/core/startup_context.h"
+#include "runtime/printing/spooler_fetch.h"
+#include "runtime/text/text.h"
+
+namespace kv {
+namespace {
+
+constexpr FetchNames kPrinter = {TEXT("GetPrinter"), TEXT("GetPrinter level %d"),
+                                 TEXT("could not allocate PRINTER_INFO_x")};
+constexpr FetchNames kDriver = {TEXT("GetPrinterDriver"), TEXT("GetPrinterDriver level %d"),
+                                TEXT("could not allocate DRIVER_INFO_x")};
+constexpr size_t kShareRoom = 256;  // bytes
+constexpr DWORD kAmd64 = 9;
+
+template <class Info>
+UniqueBlock<Info> PrinterInfoAs(HANDLE printer, DWORD level, Quiet quiet) {
+  return UniqueBlock<Info>(
+      reinterpret_cast<Info*>(GetPrinterInfo(printer, level, quiet).release()));
+}
+
+void NameDevMode(DEVMODEA* devMode, LPCSTR name) {
+  if (devMode == nullptr) return;
+  CopyStringA(reinterpret_cast<LPSTR>(devMode->dmDeviceName), sizeof(devMode->dmDeviceName), name);
+}
+
+// Puts the share's name, converted from its wide form, into `room`.
+void ReplaceShare(HANDLE printer, PRINTER_INFO_2A& info, LPSTR room, Quiet quiet) {
+  if (info.pShareName == nullptr || info.pShareName[0] == 0) return;
+  const auto wide = GetPrinterInfo2(printer, quiet);
+  if (wide == nullptr) return;
+  WideToAnsi(room, kShareRoom, wide->pShareName, CP_ACP);
+  info.pShareName = room;
+}
+
+// `name` stands within the block and is followed by room for the share's name.
+void ReplaceName(HANDLE printer, BYTE* block, DWORD level, LPSTR name, Quiet quiet) {
+  switch (level) {
+    case 1:
+      reinterpret_cast<PRINTER_INFO_1A*>(block)->pName = name;
+      break;
+    case 2: {
+      auto& info = *reinterpret_cast<PRINTER_INFO_2A*>(block);
+      info.pPrinterName = name;
+      NameDevMode(info.pDevMode, name);
+      ReplaceShare(printer, info, name + std::strlen(name) + 1, quiet);
+      break;
+    }
+    case 4:
+      reinterpret_cast<PRINTER_INFO_4A*>(block)->pPrinterName = name;
+      break;
+    case 5:
+      reinterpret_cast<PRINTER_INFO_5A*>(block)->pPrinterName = name;
+      break;
+    case 8:
+      NameDevMode(reinterpret_cast<PRINTER_INFO_8A*>(block)->pDevMode, name);
+      break;
+    case 9:
+      NameDevMode(reinterpret_cast<PRINTER_INFO_9A*>(block)->pDevMode, name);
+      break;
+    default:
+      break;
+  }
+}
+
+}  // namespace
+
+UniqueBlock<BYTE> GetPrinterInfo(HANDLE printer, DWORD level, Quiet quiet) {
+  if (printer == nullptr) return nullptr;
+  DWORD written = 0;
+  return FetchBlock(kPrinter, level, quiet, 0, &written,
+                    [=](BYTE* buffer, DWORD size, DWORD* needed) {
+                      return GetPrinterW(printer, level, buffer, size, needed);
+                    });
+}
+
+UniqueBlock<BYTE> GetPrinterInfoA(HANDLE printer, LPCSTR name, DWORD level, Quiet quiet) {
+  if (printer == nullptr) return nullptr;
+  const size_t length = name == nullptr ? 0 : std::strlen(name);
+  DWORD written = 0;
+  auto block = FetchBlock(kPrinter, level, quiet, length == 0 ? 0 : length + 1 + kShareRoom,
+                          &written, [=](BYTE* buffer, DWORD size, DWORD* needed) {
+                            return GetPrinterA(printer, level, buffer, size, needed);
+                          });
+  if (block == nullptr || length == 0) return block;
+  LPSTR const place = reinterpret_cast<LPSTR>(block.get() + written);
+  std::memcpy(place, name, length + 1);
+  ReplaceName(printer, block.get(), level, place, quiet);
+  return block;
+}
+
+UniqueBlock<PRINTER_INFO_2W> GetPrinterInfo2(HANDLE printer, Quiet quiet) {
+  return PrinterInfoAs<PRINTER_INFO_2W>(printer, 2, quiet);
+}
+
+UniqueBlock<PRINTER_INFO_8W> GetPrinterInfo8(HANDLE printer, Quiet quiet) {
+  return PrinterInfoAs<PRINTER_INFO_8W>(printer, 8, quiet);
+}
+
+UniqueBlock<PRINTER_INFO_9W> GetPrinterInfo9(HANDLE printer, Quiet quiet) {
+  return PrinterInfoAs<PRINTER_INFO_9W>(printer, 9, quiet);
+}
+
+BOOL GetPrinterDriverInfo(HANDLE printer, LPCWSTR environment, DWORD level, UniqueBlock<BYTE>* info,
+                          Quiet quiet) {
+  info->reset();
+  if (printer == nullptr) return FALSE;
+  DWORD written = 0;
+  *info =
+      FetchBlock(kDriver, level, quiet, 0, &written, [=](BYTE* buffer, DWORD size, DWORD* needed) {
+        return GetPrinterDriverW(printer, const_cast<LPWSTR>(environment), level, buffer, size,
+                                 needed);
+      });
+  return *info != nullptr;
+}
+
+UniqueBlock<DRIVER_INFO_3W> GetPrinterDriverInfo3(HANDLE printer, LPCWSTR environment,
+                                                  Quiet quiet) {
+  UniqueBlock<BYTE> info;
+  GetPrinterDriverInfo(printer, environment, 3, &info, quiet);
+  return UniqueBlock<DRIVER_INFO_3W>(reinterpret_cast<DRIVER_INFO_3W*>(info.release()));
+}
+
+LPCWSTR GetNativePrintEnvironment() {
+  switch (startupContext.platform.wow64Arch) {
+    case 0:
+      return TEXT("Windows NT x86");
+    case kAmd64:
+      return TEXT("Windows x64");
+    default:
+      return nullptr;
+  }
+}
+
+}  // namespace kv
