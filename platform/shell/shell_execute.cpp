@@ -63,7 +63,7 @@ DWORD RunElevated(const std::filesystem::path& program, const ShellRequest& requ
                   std::shared_ptr<Process>& process) {
   if (!UserAgreesToElevation()) return ERROR_CANCELLED;
   ProcessFacts told = FactsOfElevation(true);
-  told[facts::kUserIsAdministrator] = "1";
+  told[facts::kUserIsAdministrator].assign(1, '1');
   return Run(program, request, told, process);
 }
 

@@ -1,6 +1,7 @@
 // Where the system keeps things, and files that are deleted once they are free.
 #include "runtime/files/special_folders.h"
 
+#include <signal.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -13,6 +14,7 @@
 #include "runtime/files/file_list.h"
 #include "runtime/text/wide_text.h"
 #include "tests/support/failing_new.h"
+#include "tests/support/peer.h"
 #include "tests/support/runtime_test.h"
 #include "tests/support/test_key.h"
 
@@ -144,20 +146,24 @@ class DeleteWhenFreeTest : public RuntimeTest {
   }
 };
 
-TEST_F(DeleteWhenFreeTest, AFileInUseGoesWithItsScriptOnceItIsClosed) {
+TEST_F(DeleteWhenFreeTest, AFileInUseGoesWithItsScriptOnceItsUserEnds) {
   for (const char* system : {kNewSystem, kOldSystem}) {
     platform::UseProfile(system);
     Restart();
     std::ofstream(platform::HostPath(kUsed)) << "x";
     const int before = TemporaryFiles();
     const auto live = platform::LiveResources();
-    UniqueFile user(
-        CreateFileW(kUsed, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+    const pid_t user = StartPeer(directory(), [] {
+      CreateFileW(kUsed, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+      return pause();
+    });
+    ASSERT_TRUE(WaitFor([] { return !CanWriteFile(kUsed); }));
     EXPECT_TRUE(DeleteWhenFree(kUsed));
     usleep(150'000);
     EXPECT_TRUE(IsThere()) << "in use";
     EXPECT_EQ(TemporaryFiles(), before + 1);
-    user.Reset();
+    kill(user, SIGKILL);
+    FinishPeer(user);
     EXPECT_TRUE(WaitFor([] { return !IsThere(); }));
     EXPECT_TRUE(WaitFor([before] { return TemporaryFiles() == before; })) << "the script stays";
     EXPECT_EQ(platform::DescribeDifference(live, platform::LiveResources()), "");
