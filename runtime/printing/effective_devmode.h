@@ -1,0 +1,34 @@
+// The settings that apply to a printer for a user.
+#pragma once
+
+#include "runtime/printing/product_devmode.h"
+
+namespace kv {
+
+// Where a setting can come from; each later layer wins over the earlier ones for what it carries.
+enum class SettingsLayer {
+  kDefaults,       // the product's
+  kPrinter,        // the spooler's device mode of the printer (Windows NT 4)
+  kSpoolerGlobal,  // the spooler's for all users (Windows 2000 and later)
+  kSpoolerUser,    // the spooler's for the calling user (Windows 2000 and later)
+  kStored,         // the user's stored driver data, with those of the printer's own key
+  kCaller,
+  kStoredOwn,  // those of the printer's own key
+};
+
+// Is told of the result after each layer that was there.
+class SettingsObserver {
+ public:
+  virtual void AfterLayer(SettingsLayer layer, const ProductDevMode& result) = 0;
+
+ protected:
+  ~SettingsObserver() = default;
+};
+
+// Puts the settings for `printer` together in `result`. `handle` may be null, when the spooler has
+// nothing to say; `user` is the name of a key below HKEY_USERS (null or empty: the current user);
+// `caller` may be null. Nothing the spooler refuses is reported.
+void GetEffectiveDevMode(HANDLE handle, LPCWSTR user, LPCWSTR printer, const DEVMODEW* caller,
+                         ProductDevMode& result, SettingsObserver* observer = nullptr);
+
+}  // namespace kv
