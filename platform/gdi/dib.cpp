@@ -102,7 +102,7 @@ bool Unpack(const BYTE* bytes, size_t size, PackedDib& dib) {
   dib.stride = DibStride(header.biWidth, header.biBitCount);
   const size_t table = colors * sizeof(RGBQUAD);
   if (size < sizeof header + table + dib.stride * header.biHeight) return false;
-  std::memcpy(dib.colors.data(), bytes + sizeof header, table);
+  if (table != 0) std::memcpy(dib.colors.data(), bytes + sizeof header, table);
   dib.rows = bytes + sizeof header + table;
   return true;
 }

@@ -8,11 +8,13 @@
 #if defined(__i386__)
 #define WINAPI __attribute__((stdcall))
 #define CDECL __attribute__((cdecl))
+// Callbacks may arrive with a stack that is aligned to 4 bytes only.
+#define CALLBACK __attribute__((stdcall, force_align_arg_pointer))
 #else
 #define WINAPI
 #define CDECL
-#endif
 #define CALLBACK WINAPI
+#endif
 #define APIENTRY WINAPI
 #define WINAPIV CDECL
 #define STDMETHODCALLTYPE WINAPI

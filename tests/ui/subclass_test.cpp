@@ -1,4 +1,4 @@
-// Chains of objects on windows, hooks of threads, and the code that leads callbacks to objects.
+// Chains of objects on windows.
 #include <functional>
 #include <memory>
 #include <string>
@@ -229,71 +229,6 @@ TEST_F(SubclassTest, TwoCopiesOfTheLibraryWatchOneWindow) {
   FreeLibrary(module);
 }
 
-class Recorder : public CThreadHook {
- public:
-  explicit Recorder(const CodeTemplate& code = HookTemplate()) : CThreadHook(WH_CBT, code) {}
-  LRESULT CALLBACK HookProc(int code, WPARAM wparam, LPARAM lparam) override {
-    codes += std::to_string(code) + " ";
-    if (code == HCBT_CREATEWND) {
-      window = reinterpret_cast<HWND>(wparam);
-      title = reinterpret_cast<CBT_CREATEWNDW*>(lparam)->lpcs->lpszName;
-      if (refuses) return 1;
-    }
-    return CThreadHook::HookProc(code, wparam, lparam);
-  }
-  std::string codes;
-  HWND window = nullptr;
-  LPCWSTR title = nullptr;
-  bool refuses = false;
-};
-
-TEST_F(SubclassTest, HooksOfThreadsReachTheirObjects) {
-  auto outer = std::make_unique<Recorder>();
-  Recorder inner;
-  EXPECT_TRUE(inner.IsHooked());
-  const HWND window = CreateWindowExW(0, TEXT("KvWatched"), TEXT("name"), WS_POPUP, 0, 0, 9, 9,
-                                      nullptr, nullptr, nullptr, nullptr);
-  EXPECT_EQ(inner.window, window);
-  EXPECT_EQ(inner.codes, "3 ");
-  EXPECT_EQ(outer->codes, "3 ") << "passed on";
-  EXPECT_NE(inner.title, nullptr);
-  outer->refuses = true;
-  EXPECT_EQ(Make(), nullptr) << "its answer comes back";
-  outer.reset();
-  DestroyWindow(window);
-  EXPECT_EQ(inner.codes, "3 3 4 ");
-}
-
-class Callback {
- public:
-  virtual int CALLBACK First(LPCWSTR text) {
-    got = text;
-    return 42;
-  }
-  LPCWSTR got = nullptr;
-};
-
-TEST_F(SubclassTest, ThunksCarryTheirObject) {
-  const auto before = platform::LiveResources();
-  Callback one, two;
-  CCodeThunk first, second;
-  using Function = int(CALLBACK*)(LPCWSTR);
-  const auto call_one = first.BuildAs<Function>(EnumerationTemplate(), &one);
-  const auto call_two = second.BuildAs<Function>(EnumerationTemplate(), &two);
-  ASSERT_TRUE(call_one != nullptr && call_two != nullptr);
-  const LPCWSTR text = TEXT("0409");
-  EXPECT_EQ(call_two(text), 42);
-  EXPECT_TRUE(one.got == nullptr && two.got == text);
-  first.Build(EnumerationTemplate(), &two);
-  EXPECT_EQ(platform::DescribeDifference(before, platform::LiveResources()), "2 virtual blocks");
-
-  const BYTE without[] = {0x17, 0x17, 0x17, 0x90, 0x17, 0x17, 0x17};
-  const CodeTemplate unmarked = {std::begin(without), std::end(without)};
-  EXPECT_EQ(first.Build(unmarked, &one), nullptr);
-  EXPECT_EQ(first.Build({without, without}, &one), nullptr);
-  EXPECT_FALSE(Recorder(unmarked).IsHooked());
-}
-
 TEST_F(SubclassTest, NoFailureLosesTheWindowOrAnObject) {
   Sweep(Failing::kCalls, [] {
     const HWND window = Make();
@@ -305,7 +240,7 @@ TEST_F(SubclassTest, NoFailureLosesTheWindowOrAnObject) {
       Watcher c('c'), d('d');
       c.Attach(window, FALSE, 0);
       d.Attach(window, FALSE, 0);
-      Recorder hook;
+      CThreadHook hook(WH_CBT);
       SendMessageW(window, WM_APP, 1, 0);
     }
     Seen();
