@@ -1,6 +1,5 @@
 #include "runtime/text/wildcard.h"
 
-#include <cstring>
 #include <memory>
 #include <new>
 
@@ -16,7 +15,7 @@ class LowerCase {
     if (length_ >= kOwn) long_.reset(new (std::nothrow) WCHAR[length_ + 1]);
     if (length_ >= kOwn && long_ == nullptr) return;
     text_ = length_ < kOwn ? short_ : long_.get();
-    std::memcpy(text_, View(text).data(), length_ * sizeof(WCHAR));
+    View(text).copy(text_, length_);
     text_[length_] = 0;
     CharLowerW(text_);
   }

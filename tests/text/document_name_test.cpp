@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "tests/support/failing_new.h"
 #include "tests/support/runtime_test.h"
+#include "tests/support/sweep.h"
 #include "tests/support/test_key.h"
 
 namespace kv::test {
@@ -75,18 +75,14 @@ TEST_F(DocumentNameTest, RegisteredExtensions) {
 // Without memory for the copies a caption may not be recognised; the title then stays whole.
 TEST_F(DocumentNameTest, LongTitlesWithoutMemory) {
   const WideString longTitle = WideString(200, 'x') + TEXT(" - Notepad");
-  bool failed = true;
-  for (uint64_t nth = 1; failed; ++nth) {
-    WideString title = longTitle;
-    FailAllocation(nth);
+  WideString title = longTitle;
+  Sweep(Failing::kAllocations, [&] {
+    longTitle.copy(title.data(), longTitle.size());
     DocumentNameFromTitle(title.data(), StripScheme::kNo, StripExtension::kNo);
-    failed = AllocationFailed();
-    FailAllocation(0);
-    // Each pattern is tried with copies of its own.
     const WideView name = title.c_str();
-    EXPECT_TRUE(name == WideView(longTitle) || name == WideView(longTitle).substr(0, 200));
-    EXPECT_TRUE(failed || name.size() == 200);
-  }
+    EXPECT_TRUE(name == longTitle || name == WideView(longTitle).substr(0, 200));
+    EXPECT_TRUE(AllocationFailed() || name.size() == 200);
+  });
 }
 
 }  // namespace
