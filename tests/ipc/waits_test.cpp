@@ -476,12 +476,73 @@ TEST_F(ProcessTest, EveryFailureIsClean) {
   });
 }
 
-TEST_F(WaitsTest, APrintJobThatIsGoneEndsTheWait) {
+class PrintJobTest : public WaitsTest {
+ protected:
+  void SetUp() override {
+    WaitsTest::SetUp();
+    platform::SetFact(facts::kArchitecture, sizeof(void*) == 8 ? "x64" : "x86");
+    platform::SetFact(facts::kUserIsElevated, "1");
+    PRINTER_INFO_2W info = {};
+    info.pPrinterName = const_cast<LPWSTR>(TEXT("P"));
+    info.pPortName = const_cast<LPWSTR>(TEXT("NUL:"));
+    info.pDriverName = const_cast<LPWSTR>(TEXT("Generic / Text Only"));
+    info.pPrintProcessor = const_cast<LPWSTR>(TEXT("winprint"));
+    info.pDatatype = const_cast<LPWSTR>(TEXT("RAW"));
+    info.Attributes = PRINTER_ATTRIBUTE_KEEPPRINTEDJOBS;
+    printer_ = AddPrinterW(nullptr, 2, reinterpret_cast<LPBYTE>(&info));
+    ASSERT_NE(printer_, nullptr);
+  }
+  void TearDown() override {
+    ClosePrinter(printer_);
+    WaitsTest::TearDown();
+  }
+  DWORD StartJob() {
+    DOC_INFO_1W document = {const_cast<LPWSTR>(TEXT("Title")), nullptr, nullptr};
+    return StartDocPrinterW(printer_, 1, reinterpret_cast<LPBYTE>(&document));
+  }
+
+  HANDLE printer_;
+};
+
+TEST_F(PrintJobTest, AWaitEndsWhenTheJobIsPrintedOrGone) {
   const DWORD start = GetTickCount();
   WaitForPrintJob(TEXT(""), 1);
-  WaitForPrintJob(TEXT("Printer"), 0);
+  WaitForPrintJob(TEXT("P"), 0);
   WaitForPrintJob(TEXT("No such printer"), 1);
-  EXPECT_LT(GetTickCount() - start, 200u);
+  WaitForPrintJob(TEXT("P"), 4711);
+  EXPECT_LT(GetTickCount() - start, 100u);
+  for (const bool printed : {true, false}) {
+    const DWORD job = StartJob();
+    alignas(void*) BYTE info[2000];
+    DWORD needed = 0;
+    EXPECT_FALSE(GetJobW(printer_, job, 2, info, 100, &needed));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
+    ASSERT_TRUE(GetJobW(printer_, job, 2, info, needed, &needed));
+    const auto& record = *reinterpret_cast<const JOB_INFO_2W*>(info);
+    EXPECT_EQ(record.Status, DWORD{JOB_STATUS_PRINTING});
+    EXPECT_EQ(WideView(record.pDocument), TEXT("Title"));
+    EXPECT_EQ(WideView(record.pDriverName), TEXT("Generic / Text Only"));
+    EXPECT_EQ(record.Position, printed ? 1u : 2u);
+    HelperThread spooler([&] {
+      Sleep(3000);
+      printed ? EndDocPrinter(printer_) : AbortPrinter(printer_);
+    });
+    const DWORD before = GetTickCount();
+    WaitForPrintJob(TEXT("P"), job);
+    EXPECT_NEAR(GetTickCount() - before, 3125, 250);
+  }
+}
+
+TEST_F(PrintJobTest, OnThe9xFamilyTheQueueMustBeEmpty) {
+  startupContext.platform.win9xKind = 2;
+  const DWORD job = StartJob();
+  HelperThread spooler([&] {
+    Sleep(3000);
+    AbortPrinter(printer_);
+  });
+  const DWORD before = GetTickCount();
+  WaitForPrintJob(TEXT("P"), job + 1);
+  EXPECT_NEAR(GetTickCount() - before, 3125, 250);
 }
 
 }  // namespace

@@ -1,0 +1,83 @@
+// Copying behind a progress window.
+#include <fstream>
+
+#include "platform/control/message_boxes.h"
+#include "platform/control/pe_writer.h"
+#include "resources/string_ids.h"
+#include "runtime/files/file.h"
+#include "runtime/files/file_actions.h"
+#include "runtime/ui/progress_window.h"
+#include "tests/support/runtime_test.h"
+#include "tests/support/sweep.h"
+
+namespace kv::test {
+namespace {
+
+constexpr WCHAR kSource[] = TEXT("C:\\source.bin");
+constexpr WCHAR kTarget[] = TEXT("C:\\Dir\\target.bin");
+constexpr WCHAR kClass[] = TEXT("KvCopy");
+constexpr size_t kSize = 100'000;  // four parts, the last one of 1699 bytes
+
+std::vector<int> positions;  // of the bar, with each part
+
+class FileProgressTest : public RuntimeTest {
+ protected:
+  void SetUp() override {
+    RuntimeTest::SetUp();
+    std::ofstream(platform::HostPath(kSource)) << std::string(kSize, 'x');
+    positions.clear();
+  }
+  void TearDown() override {
+    SetMessageSink(nullptr);
+    RuntimeTest::TearDown();
+  }
+  static uintmax_t TargetSize() {
+    std::error_code missing;
+    const uintmax_t size = std::filesystem::file_size(platform::HostPath(kTarget), missing);
+    return missing ? 0 : size;
+  }
+};
+
+BOOL WINAPI ReadAndLook(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read,
+                        LPOVERLAPPED overlapped) {
+  if (const HWND window = FindWindowW(kClass, nullptr)) {
+    positions.push_back(CProgressWnd::FromWindow(window)->GetPos());
+    // The user presses Cancel during the third part.
+    if (positions.size() == 3) SendMessageW(window, WM_CLOSE, 0, 0);
+  }
+  return ReadFile(file, buffer, size, read, overlapped);
+}
+
+TEST_F(FileProgressTest, CopiesWithAndWithoutAWindow) {
+  std::filesystem::create_directory(platform::HostPath(TEXT("C:\\Dir")));
+  EXPECT_TRUE(CopyFileWithProgress(kSource, kTarget, nullptr, 0));
+  EXPECT_EQ(TargetSize(), kSize);
+  std::ofstream(platform::HostPath(kSource)) << "shorter";
+  EXPECT_TRUE(CopyFileWithProgress(kSource, kTarget, kClass, IDS_CANCEL));
+  EXPECT_EQ(TargetSize(), 7u) << "what was there is replaced";
+  EXPECT_EQ(FindWindowW(kClass, nullptr), nullptr);
+  for (const LPCWSTR class_name : {static_cast<LPCWSTR>(nullptr), kClass}) {
+    platform::AnswerNextBox(IDOK);
+    EXPECT_FALSE(CopyFileWithProgress(TEXT("C:\\none"), kTarget, class_name, IDS_CANCEL));
+  }
+  EXPECT_EQ(TargetSize(), 7u);
+}
+
+TEST_F(FileProgressTest, CancelEndsTheCopyAndDeletesIt) {
+  platform::Replace("ReadFile", &ReadAndLook);
+  EXPECT_FALSE(CopyFileWithProgress(kSource, kTarget, kClass, IDS_CANCEL));
+  EXPECT_EQ(positions, (std::vector<int>{32767, 65534, 98301}));
+  EXPECT_FALSE(std::filesystem::exists(platform::HostPath(kTarget)));
+}
+
+TEST_F(FileProgressTest, EveryFailureIsClean) {
+  SetMessageSink([](LPCWSTR, LPCWSTR, UINT) { return IDOK; });
+  SweepFailures([&] {
+    const BOOL copied = CopyFileWithProgress(kSource, kTarget, kClass, IDS_CANCEL);
+    EXPECT_TRUE(!copied || TargetSize() == kSize) << platform::LastInjectedFunction();
+    std::filesystem::remove(platform::HostPath(kTarget));
+  });
+}
+
+}  // namespace
+}  // namespace kv::test
