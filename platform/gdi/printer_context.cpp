@@ -8,6 +8,26 @@
 #include "platform/spooler/spooler_calls.h"
 
 namespace platform {
+namespace {
+
+int HasEscape(const PrinterContext& context, int in_size, LPCSTR in) {
+  int asked = 0;
+  if (in_size != sizeof asked || in == nullptr) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return 0;
+  }
+  std::memcpy(&asked, in, sizeof asked);
+  return context.driver().HasEscape(asked) ? 1 : 0;
+}
+
+int CopyTechnology(const PrinterContext& context, int size, LPSTR out) {
+  const std::string technology = context.driver().Technology();
+  if (technology.empty() || size <= 0 || out == nullptr) return 0;
+  out[technology.copy(out, static_cast<size_t>(size - 1))] = 0;
+  return 1;
+}
+
+}  // namespace
 
 PrinterContext::PrinterContext(PrinterRecord printer, const DEVMODEW* mode)
     : printer_(std::move(printer)), driver_(printer_.driver) {
@@ -84,12 +104,12 @@ int WINAPI ExtEscape(HDC handle, int escape, int in_size, LPCSTR in, int out_siz
   KV_API_NOFAIL(ExtEscape, 0, handle, escape, in_size, in, out_size, out);
   const auto context = RequireGdiObject<DeviceContext>(handle);
   if (context == nullptr) return 0;
-  int asked = 0;
-  if (escape != QUERYESCSUPPORT || in_size != sizeof asked || in == nullptr) {
+  if (escape != QUERYESCSUPPORT && escape != GETTECHNOLOGY) {
     SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
     return 0;
   }
-  std::memcpy(&asked, in, sizeof asked);
   const auto printer = std::dynamic_pointer_cast<PrinterContext>(context);
-  return printer != nullptr && printer->driver().HasEscape(asked) ? 1 : 0;
+  if (printer == nullptr) return 0;
+  return escape == QUERYESCSUPPORT ? HasEscape(*printer, in_size, in)
+                                   : CopyTechnology(*printer, out_size, out);
 }

@@ -25,6 +25,7 @@
 #define DT_RASPRINTER 2
 
 #define QUERYESCSUPPORT 8
+#define GETTECHNOLOGY 20
 #define CLIP_TO_PATH 4097
 #define POSTSCRIPT_PASSTHROUGH 4115
 
@@ -363,6 +364,7 @@ static_assert(sizeof(DEVMODEA) == 156);
 #define DC_FIELDS 1
 #define DC_BINS 6
 #define DC_DUPLEX 7
+#define DC_DRIVER 11
 #define DC_BINNAMES 12
 #define DC_TRUETYPE 15
 #define DC_COPIES 18
@@ -549,11 +551,13 @@ HDC WINAPI CreateDCW(LPCWSTR driver, LPCWSTR device, LPCWSTR port, const DEVMODE
 // Lets a printer's context follow other settings; returns `context`. Null for any other context
 // (ERROR_INVALID_HANDLE) and without a mode (ERROR_INVALID_PARAMETER).
 HDC WINAPI ResetDCW(HDC context, const DEVMODEW* mode);
-// QUERYESCSUPPORT only (else 0 with ERROR_CALL_NOT_IMPLEMENTED): 1 when the context's driver has
-// the escape whose number (4 bytes) `in` holds, 0 when not and for contexts without a driver.
+// QUERYESCSUPPORT: 1 when the context's driver has the escape whose number (4 bytes) `in` holds, 0
+// when not and for contexts without a driver. GETTECHNOLOGY: what the driver calls its technology,
+// cut to `out_size` bytes with the terminator, and 1; 0 from drivers that do not say. Others: 0 with
+// ERROR_CALL_NOT_IMPLEMENTED.
 int WINAPI ExtEscape(HDC context, int escape, int in_size, LPCSTR in, int out_size, LPSTR out);
 // What the driver of a printer offers: DC_FIELDS (the DM_ flags it minds), DC_DUPLEX (1 or 0),
-// DC_COPIES (how many at most), DC_TRUETYPE; DC_BINS and DC_BINNAMES give the number of paper bins
+// DC_COPIES (how many at most), DC_TRUETYPE, DC_DRIVER (the driver's version); DC_BINS and DC_BINNAMES give the number of paper bins
 // and, with `out`, their ids (WORD) and names (24 characters each, without a terminator when all
 // are used). `port` and `mode` do not matter. -1 on failure: ERROR_INVALID_PRINTER_NAME,
 // ERROR_CALL_NOT_IMPLEMENTED for other capabilities.

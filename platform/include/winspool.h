@@ -269,6 +269,9 @@ BOOL WINAPI GetPrinterDriverDirectoryW(LPWSTR server, LPWSTR environment, DWORD 
 
 HANDLE WINAPI AddPrinterW(LPWSTR server, DWORD level, LPBYTE info);
 BOOL WINAPI DeletePrinter(HANDLE printer);
+// Connects the calling user to a printer that another server shares ("\\server\printer"); TRUE
+// also when that is so already. FALSE: ERROR_INVALID_PRINTER_NAME.
+BOOL WINAPI AddPrinterConnectionW(LPWSTR name);
 BOOL WINAPI OpenPrinterW(LPWSTR name, LPHANDLE printer, LPPRINTER_DEFAULTSW defaults);
 BOOL WINAPI ClosePrinter(HANDLE printer);
 // Levels 1 to 9 (7 to 9 from Windows 2000 on, else ERROR_INVALID_LEVEL). Level 8 is what all users

@@ -83,6 +83,7 @@ constexpr SystemModule kModules[] = {
     Module("shell32.dll", true, {}),
     Module("winspool.drv", true, {}, kWinspool),
     Module("comctl32.dll", false, {}, kComctl32),
+    Module("gdiplus.dll", false, {Nt(5, 1), kNever9x}),
     Module("mpr.dll", false, {}),
     Module("msimg32.dll", false, {Nt(5, 0), 10}, kMsimg32),
     Module("netapi32.dll", false, {}, kNetapi32),

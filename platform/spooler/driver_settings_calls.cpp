@@ -100,6 +100,8 @@ int WINAPI DeviceCapabilitiesW(LPCWSTR device, LPCWSTR port, WORD capability, LP
       return driver.Number("duplex", 0);
     case DC_COPIES:
       return driver.Number("copies", 1);
+    case DC_DRIVER:
+      return driver.Number("version", 0x0600);
     case DC_TRUETYPE:
       return driver.Number("truetype", 0);
     default:

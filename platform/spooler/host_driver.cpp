@@ -211,7 +211,12 @@ std::vector<HostDriver::Bin> HostDriver::Bins() const {
   return bins;
 }
 
+std::string HostDriver::Technology() const {
+  return Setting("technology");
+}
+
 bool HostDriver::HasEscape(int escape) const {
+  if (escape == GETTECHNOLOGY) return !Technology().empty();
   const std::vector<std::string> known = Split(Setting("escapes"), ',');
   return std::any_of(known.begin(), known.end(),
                      [=](const std::string& text) { return ToNumber(text) == escape; });

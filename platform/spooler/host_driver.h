@@ -47,6 +47,8 @@ class HostDriver {
   int Number(const char* what, int otherwise) const;
   std::vector<Bin> Bins() const;
   bool HasEscape(int escape) const;
+  // Empty when the driver does not say.
+  std::string Technology() const;
 
  private:
   std::string Setting(const char* what, const char* otherwise = "") const;

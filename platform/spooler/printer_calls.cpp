@@ -8,6 +8,7 @@
 #include "platform/spooler/printer_changes.h"
 #include "platform/spooler/printer_handles.h"
 #include "platform/spooler/printer_levels.h"
+#include "platform/spooler/remote_printers.h"
 #include "platform/spooler/spooler.h"
 #include "platform/spooler/spooler_calls.h"
 #include "platform/spooler/user_printers.h"
@@ -77,6 +78,16 @@ HANDLE WINAPI AddPrinterW(LPWSTR server, DWORD level, LPBYTE info) {
   }
   AddDeviceEntry(printer.name, printer.port);
   return OpenPrinterHandle({printer.name, PRINTER_ALL_ACCESS, printer.datatype, {}});
+}
+
+BOOL WINAPI AddPrinterConnectionW(LPWSTR name) {
+  KV_API(AddPrinterConnectionW, ERROR_INVALID_PRINTER_NAME, FALSE, name);
+  if (!RequireLocalSpooler(nullptr)) return FALSE;
+  const auto printer = RemotePrinter(View(name));
+  if (!printer) return FailSpooler(ERROR_INVALID_PRINTER_NAME);
+  if (!WriteConnection(printer->name)) return FailSpooler(ERROR_CANTWRITE);
+  AddDeviceEntry(printer->name, printer->port);
+  return TRUE;
 }
 
 BOOL WINAPI DeletePrinter(HANDLE printer) {

@@ -48,6 +48,16 @@ std::vector<WideString> ReadConnections() {
   return names;
 }
 
+bool WriteConnection(WideView printer) {
+  WideString name(printer);
+  std::replace(name.begin(), name.end(), TEXT('\\'), TEXT(','));
+  RegistryKey key;
+  bool created = false;
+  return Registry::Current().Create(UserPath(kConnections + (TEXT("\\") + name)), key, created) ==
+             ERROR_SUCCESS &&
+         key.SetText(TEXT("Provider"), TEXT("win32spl.dll"));
+}
+
 void AddDeviceEntry(WideView printer, WideView port) {
   WriteProfileStringW(TEXT("Devices"), WideString(printer).c_str(),
                       (TEXT("winspool,") + WideString(port)).c_str());

@@ -14,6 +14,7 @@ bool WriteUserDevMode(WideView printer, const Bytes& mode);
 
 // The printers of other servers to which the user is connected ("\\SERVER\printer").
 std::vector<WideString> ReadConnections();
+bool WriteConnection(WideView printer);
 
 // The section "Devices" of the user's profile lists the printers with their ports.
 void AddDeviceEntry(WideView printer, WideView port);

@@ -2,6 +2,7 @@
 
 #include <commctrl.h>
 
+#include "platform/user/combo_box.h"
 #include "platform/user/control_state.h"
 #include "platform/user/controls.h"
 #include "platform/user/message_box.h"
@@ -24,6 +25,7 @@ std::vector<std::shared_ptr<WindowClass>> SystemClasses() {
   return {SystemClass(TEXT("#32770"), kDialogAtom, MessageBoxProcedure, DLGWINDOWEXTRA),
           SystemClass(TEXT("Static"), 0, StaticProcedure, ControlExtra(kStaticValues)),
           SystemClass(TEXT("Button"), 0, ButtonProcedure, ControlExtra(kButtonValues)),
+          SystemClass(TEXT("ComboBox"), 0, ComboBoxProcedure, ControlExtra(kComboBoxValues)),
           SystemClass(PROGRESS_CLASSW, 0, ProgressProcedure, ControlExtra(kProgressValues))};
 }
 

@@ -3,6 +3,7 @@
 #include "runtime/core/startup_context.h"
 #include "runtime/files/link_target.h"
 #include "runtime/files/paths.h"
+#include "runtime/printing/printer_info.h"
 #include "runtime/text/format.h"
 #include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
@@ -22,6 +23,31 @@ LPCWSTR VersionDirectory() {
   }
 }
 
+// Null where there is none.
+LPCWSTR ServerShareFormat() {
+  const LPCWSTR environment = GetNativePrintEnvironment();
+  if (environment == nullptr) return nullptr;
+  if (View(environment) == TEXT("Windows x64")) return TEXT("\\\\%s\\print$\\x64\\3");
+  switch (startupContext.platform.ntKind) {
+    case 0:
+      return TEXT("\\\\%s\\print$\\win40\\0");
+    case kNt4:
+      return TEXT("\\\\%s\\print$\\w32x86\\2");
+    default:
+      return TEXT("\\\\%s\\print$\\w32x86\\3");
+  }
+}
+
+// The file in the directory, or the directory itself without one.
+WCHAR JoinFile(LPCWSTR directory, LPCWSTR file, WCHAR (&path)[MAX_PATH]) {
+  if (View(file).empty()) {
+    CopyStringW(path, directory);
+  } else {
+    PathJoin(directory, file, path, MAX_PATH);
+  }
+  return path[0];
+}
+
 }  // namespace
 
 WCHAR GetDriverDirectory(LPCWSTR environment, LPCWSTR file, WCHAR (&path)[MAX_PATH]) {
@@ -37,12 +63,7 @@ WCHAR GetDriverDirectory(LPCWSTR environment, LPCWSTR file, WCHAR (&path)[MAX_PA
     return 0;
   }
   AppendText(directory, MAX_PATH, TEXT("%s"), VersionDirectory());
-  if (View(file).empty()) {
-    CopyStringW(path, directory);
-  } else {
-    PathJoin(directory, file, path, MAX_PATH);
-  }
-  return path[0];
+  return JoinFile(directory, file, path);
 }
 
 WCHAR GetProductDriverDirectory(LPCWSTR file, WCHAR (&path)[MAX_PATH]) {
@@ -51,7 +72,16 @@ WCHAR GetProductDriverDirectory(LPCWSTR file, WCHAR (&path)[MAX_PATH]) {
 
 WCHAR GetNativeDriverDirectory(LPCWSTR file, WCHAR (&path)[MAX_PATH]) {
   const BOOL isWow64 = startupContext.platform.wow64Arch != 0;
-  return GetDriverDirectory(isWow64 ? TEXT("Windows x64") : TEXT("Windows NT x86"), file, path);
+  return GetDriverDirectory(isWow64 ? TEXT("Windows x64") : GetPrintEnvironment(), file, path);
+}
+
+WCHAR GetServerDriverShare(LPCWSTR server, LPCWSTR file, WCHAR (&path)[MAX_PATH]) {
+  path[0] = 0;
+  const LPCWSTR format = ServerShareFormat();
+  WCHAR share[MAX_PATH];
+  if (format == nullptr) return 0;
+  FormatText(share, format, server);
+  return JoinFile(share, file, path);
 }
 
 }  // namespace kv

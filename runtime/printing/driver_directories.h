@@ -14,4 +14,9 @@ WCHAR GetDriverDirectory(LPCWSTR environment, LPCWSTR file, WCHAR (&path)[MAX_PA
 WCHAR GetProductDriverDirectory(LPCWSTR file, WCHAR (&path)[MAX_PATH]);
 WCHAR GetNativeDriverDirectory(LPCWSTR file, WCHAR (&path)[MAX_PATH]);
 
+// The same in the share that a server (its name without backslashes) offers to machines like this
+// one; nothing is asked of the server. Returns the first character of the result, 0 with an empty
+// path where there is no such share (WOW64 on other processors than AMD64).
+WCHAR GetServerDriverShare(LPCWSTR server, LPCWSTR file, WCHAR (&path)[MAX_PATH]);
+
 }  // namespace kv

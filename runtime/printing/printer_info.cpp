@@ -127,7 +127,7 @@ UniqueBlock<DRIVER_INFO_3W> GetPrinterDriverInfo3(HANDLE printer, LPCWSTR enviro
 LPCWSTR GetNativePrintEnvironment() {
   switch (startupContext.platform.wow64Arch) {
     case 0:
-      return TEXT("Windows NT x86");
+      return GetPrintEnvironment();
     case kAmd64:
       return TEXT("Windows x64");
     default:

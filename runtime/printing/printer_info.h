@@ -31,8 +31,8 @@ BOOL GetPrinterDriverInfo(HANDLE printer, LPCWSTR environment, DWORD level, Uniq
                           Quiet quiet);
 UniqueBlock<DRIVER_INFO_3W> GetPrinterDriverInfo3(HANDLE printer, LPCWSTR environment, Quiet quiet);
 
-// The environment of the machine's own drivers: "Windows NT x86", or "Windows x64" under WOW64 on
-// AMD64; null, the caller's own, on other machines.
+// The environment of the machine's own drivers: that of the product ("Windows NT x86"), or "Windows
+// x64" under WOW64 on AMD64; null, the caller's own, on other machines.
 LPCWSTR GetNativePrintEnvironment();
 
 }  // namespace kv

@@ -25,7 +25,7 @@ TEST_F(DriverDirectoriesTest, ByGenerationAndEnvironment) {
     Restart();
     EXPECT_EQ(GetDriverDirectory(TEXT("Windows NT x86"), nullptr, path), TEXT('C'));
     EXPECT_EQ(WideView(path), row.x86);
-    GetNativeDriverDirectory(TEXT("a.dll"), path);
+    GetDriverDirectory(TEXT("Windows NT x86"), TEXT("a.dll"), path);
     EXPECT_EQ(WideView(path), std::basic_string<WCHAR>(row.x86) + TEXT("\\a.dll"));
   }
   startupContext.platform.wow64Arch = 9;
@@ -34,6 +34,32 @@ TEST_F(DriverDirectoriesTest, ByGenerationAndEnvironment) {
   startupContext.platform.ntKind = 0;
   GetDriverDirectory(TEXT("Windows NT x86"), nullptr, path);
   EXPECT_TRUE(WideView(path).ends_with(TEXT("\\W32X86"))) << "no version's directory";
+}
+
+TEST_F(DriverDirectoriesTest, SharesOfServers) {
+  PlatformFacts& facts = startupContext.platform;
+  static constexpr struct {
+    DWORD wow64Arch;
+    DWORD ntKind;
+    LPCWSTR share;
+  } kRows[] = {
+      {0, 0, TEXT("\\\\S\\print$\\win40\\0")},
+      {0, kNt4, TEXT("\\\\S\\print$\\w32x86\\2")},
+      {0, kWindows10, TEXT("\\\\S\\print$\\w32x86\\3")},
+      {9, kNt4, TEXT("\\\\S\\print$\\x64\\3")},
+      {0xFFFF, kWindows10, TEXT("")},
+  };
+  for (const auto& row : kRows) {
+    if (row.wow64Arch == 0 && sizeof(void*) == 8) continue;  // a 64-bit system is never one of these
+    facts.wow64Arch = row.wow64Arch;
+    facts.ntKind = row.ntKind;
+    WCHAR path[MAX_PATH];
+    EXPECT_EQ(GetServerDriverShare(TEXT("S"), nullptr, path), row.share[0]);
+    EXPECT_EQ(WideView(path), row.share);
+    GetServerDriverShare(TEXT("S"), TEXT("a.dll"), path);
+    const std::basic_string<WCHAR> file(row.share);
+    EXPECT_EQ(WideView(path), file.empty() ? file : file + TEXT("\\a.dll"));
+  }
 }
 
 TEST_F(DriverDirectoriesTest, NamesThatStandAlone) {

@@ -1,0 +1,29 @@
+// Registering the port monitor with the print spooler.
+#pragma once
+
+#include "runtime/core/win.h"
+
+namespace kv {
+
+// Makes the product's monitor known to this machine's spooler. Its file and the language resource
+// library are taken from the product's directory of printer drivers when the system directory does
+// not have them. A spooler that refuses is tried with RegisterMonitorDirectly. TRUE also when the
+// monitor is installed already; FALSE after the message 12110, with the spooler's last error.
+BOOL InstallPortMonitor();
+
+// Writes the monitor's entry into the registry while the spooler, with the services that depend on
+// it, is stopped, so that the spooler loads it when it starts again. Failed service calls are
+// reported. TRUE when the port exists afterwards; the entry stays in any case.
+BOOL RegisterMonitorDirectly();
+
+// Whether the spooler lists a port of that name, in whatever case.
+BOOL PortExists(LPCWSTR port);
+
+// The key below HKEY_LOCAL_MACHINE that makes the spooler load the monitor, as a format with the
+// monitor's name.
+inline constexpr WCHAR kMonitorKeyFormat[] =
+    TEXT("SYSTEM\\CurrentControlSet\\Control\\Print\\Monitors\\%s");
+// Its value with the name of the monitor's file.
+inline constexpr WCHAR kMonitorFileValue[] = TEXT("Driver");
+
+}  // namespace kv
