@@ -292,8 +292,9 @@ class QuarterTurn {
     for (int row = 0; row < columns; ++row) Fetch(to + row * targetStride_, BytesOf(rows));
   }
   [[gnu::always_inline]] static void Fetch(const BYTE* from, size_t bytes) {
-    for (size_t at = 0; at < bytes; at += kLine) {
-      _mm_prefetch(reinterpret_cast<const char*>(from + at), _MM_HINT_T0);
+    const size_t inLine = reinterpret_cast<ULONG_PTR>(from) % kLine;
+    for (size_t at = 0; at < inLine + bytes; at += kLine) {
+      _mm_prefetch(reinterpret_cast<const char*>(from - inLine + at), _MM_HINT_T0);
     }
   }
 
