@@ -50,7 +50,8 @@ TEST_F(DriverDirectoriesTest, SharesOfServers) {
       {0xFFFF, kWindows10, TEXT("")},
   };
   for (const auto& row : kRows) {
-    if (row.wow64Arch == 0 && sizeof(void*) == 8) continue;  // a 64-bit system is never one of these
+    if (row.wow64Arch == 0 && sizeof(void*) == 8)
+      continue;  // a 64-bit system is never one of these
     facts.wow64Arch = row.wow64Arch;
     facts.ntKind = row.ntKind;
     WCHAR path[MAX_PATH];

@@ -1,0 +1,705 @@
+// Device modes: validity, comparing, conversion, the private part in all its layouts, merging, the
+// stored copies and settings, and the order in which everything is laid over each other.
+#include "runtime/printing/devmode.h"
+
+#include <sys/mman.h>
+
+#include <cstddef>
+#include <cstring>
+#include <functional>
+#include <random>
+#include <vector>
+
+#include "platform/control/profiles.h"
+#include "runtime/papers/custom_papers.h"
+#include "runtime/printing/devmode_store.h"
+#include "runtime/printing/effective_devmode.h"
+#include "runtime/printing/printer_devmodes.h"
+#include "runtime/printing/printer_settings.h"
+#include "runtime/printing/readable_memory.h"
+#include "runtime/registry/settings.h"
+#include "runtime/text/text.h"
+#include "tests/printing/printer_test.h"
+#include "tests/support/sweep.h"
+#include "tests/support/test_key.h"
+
+namespace kv::test {
+namespace {
+
+using Bytes = std::vector<BYTE>;
+
+// A device mode with `extra` private bytes, laid out by offsets.
+class RawMode {
+ public:
+  explicit RawMode(size_t extra, WORD driver_version = 2000)
+      : bytes_(sizeof(DEVMODEW) + extra), extra_(extra) {
+    dev().dmSize = sizeof(DEVMODEW);
+    dev().dmDriverExtra = static_cast<WORD>(extra);
+    dev().dmDriverVersion = driver_version;
+    dev().dmSpecVersion = 0x401;
+  }
+  DEVMODEW& dev() { return *reinterpret_cast<DEVMODEW*>(bytes_.data()); }
+  const DEVMODEW* get() const { return reinterpret_cast<const DEVMODEW*>(bytes_.data()); }
+  BYTE* At(size_t offset) { return bytes_.data() + sizeof(DEVMODEW) + offset; }
+  void Put16(size_t offset, WORD value) { std::memcpy(At(offset), &value, sizeof value); }
+  void Put32(size_t offset, DWORD value) { std::memcpy(At(offset), &value, sizeof value); }
+  void PutText(size_t offset, const std::string& text, bool wide) {
+    for (size_t i = 0; i < text.size(); ++i) At(offset)[wide ? 2 * i : i] = text[i];
+  }
+  // "KV" and the layout's number.
+  void Sign(int layout) {
+    At(0)[0] = 'K';
+    At(0)[1] = 'V';
+    if (layout >= 0) Put16(2, static_cast<WORD>(layout));
+  }
+  size_t extra() const { return extra_; }
+
+ private:
+  Bytes bytes_;
+  size_t extra_;
+};
+
+class DevModeTest : public PrinterTest {
+ protected:
+  static ProductDevMode Defaults() {
+    ProductDevMode mode;
+    DefaultDevMode(TEXT("Laser"), mode);
+    return mode;
+  }
+  static void Merge(const ProductDevMode& source, ProductDevMode& target) {
+    MergeDevMode(&source.dev, target);
+  }
+  static bool Same(const ProductDevMode& a, const ProductDevMode& b) {
+    return std::memcmp(&a, &b, sizeof a) == 0;
+  }
+};
+
+TEST_F(DevModeTest, OnlyReadableMemoryIsValid) {
+  const size_t page = 4096;
+  BYTE* const pages = static_cast<BYTE*>(
+      mmap(nullptr, 3 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  mprotect(pages + page, page, PROT_NONE);
+  BYTE* const end = pages + page;
+  EXPECT_TRUE(IsReadable(pages, page));
+  EXPECT_FALSE(IsReadable(pages, page + 1));
+  EXPECT_FALSE(IsReadable(pages + page - 1, page + 2)) << "readable at both ends only";
+  EXPECT_FALSE(IsReadable(nullptr, 1));
+  EXPECT_FALSE(IsReadable(reinterpret_cast<void*>(~UINT_PTR{0} - 3), 8)) << "around the end";
+
+  const auto put = [&](size_t room, WORD size, WORD extra) {
+    auto* mode = reinterpret_cast<DEVMODEW*>(end - room);
+    std::memset(end - room, 0, room);
+    const size_t size_at = offsetof(DEVMODEW, dmSize);
+    if (room >= size_at + 4) {
+      std::memcpy(end - room + size_at, &size, sizeof size);
+      std::memcpy(end - room + size_at + 2, &extra, sizeof extra);
+    }
+    return mode;
+  };
+  EXPECT_TRUE(IsValidDevMode(put(220, 220, 0)));
+  EXPECT_TRUE(IsValidDevMode(put(224, 220, 4)));
+  EXPECT_FALSE(IsValidDevMode(put(220, 220, 1))) << "one byte of private data too few";
+  EXPECT_FALSE(IsValidDevMode(put(218, 220, 0)));
+  EXPECT_FALSE(IsValidDevMode(put(220, 188, 0))) << "an older structure";
+  EXPECT_FALSE(IsValidDevMode(put(300, 221, 0)));
+  EXPECT_FALSE(IsValidDevMode(nullptr));
+  EXPECT_FALSE(IsValidDevModeA(reinterpret_cast<DEVMODEA*>(put(300, 220, 0))));
+  SetLastError(5);
+  EXPECT_FALSE(IsValidDevMode(reinterpret_cast<DEVMODEW*>(end)));
+  EXPECT_EQ(GetLastError(), 5u);
+  munmap(pages, 3 * page);
+}
+
+TEST_F(DevModeTest, EqualMeansEveryByteButWhatFollowsTheNames) {
+  RawMode a(10), b(10);
+  for (RawMode* mode : {&a, &b}) {
+    CopyStringW(mode->dev().dmDeviceName, TEXT("Laser"));
+    CopyStringW(mode->dev().dmFormName, TEXT("A4"));
+  }
+  EXPECT_TRUE(DevModesEqual(nullptr, nullptr));
+  EXPECT_FALSE(DevModesEqual(a.get(), nullptr));
+  EXPECT_TRUE(DevModesEqual(a.get(), b.get()));
+  b.dev().dmDeviceName[10] = b.dev().dmFormName[5] = 'x';
+  EXPECT_TRUE(DevModesEqual(a.get(), b.get())) << "behind the terminators";
+  // Every byte that counts, one by one.
+  BYTE* const bytes = reinterpret_cast<BYTE*>(&b.dev());
+  for (size_t i = 0; i < sizeof(DEVMODEW) + 10; ++i) {
+    const bool behind_name = (i >= 12 && i < 64) || (i >= 108 && i < 166);
+    bytes[i] ^= 0x40;
+    EXPECT_EQ(DevModesEqual(a.get(), b.get()) != FALSE, behind_name) << i;
+    bytes[i] ^= 0x40;
+  }
+  a.dev().dmSize = b.dev().dmSize = 188;
+  EXPECT_FALSE(DevModesEqual(a.get(), a.get())) << "what is not valid equals nothing";
+  RawMode longer(11);
+  EXPECT_FALSE(DevModesEqual(RawMode(10).get(), longer.get()));
+}
+
+TEST_F(DevModeTest, NarrowOnesAreWidened) {
+  Bytes bytes(sizeof(DEVMODEA) + 3);
+  auto* narrow = reinterpret_cast<DEVMODEA*>(bytes.data());
+  std::memset(narrow->dmDeviceName, 'd', 32);  // not terminated
+  narrow->dmFormName[0] = 0x80;                // the euro sign
+  narrow->dmSize = sizeof *narrow;
+  narrow->dmDriverExtra = 3;
+  narrow->dmCollate = 7;
+  narrow->dmLogPixels = 600;
+  narrow->dmPanningHeight = 0x12345678;
+  std::memcpy(bytes.data() + sizeof *narrow, "abc", 3);
+  const UniqueDevMode wide = DevModeFromA(narrow);
+  ASSERT_NE(wide, nullptr);
+  EXPECT_EQ(WideView(wide->dmDeviceName), WideString(31, TEXT('d')));
+  EXPECT_EQ(WideView(wide->dmFormName), TEXT("\x20AC"));
+  EXPECT_EQ(wide->dmSize, 220);
+  EXPECT_EQ(wide->dmCollate, 7);
+  EXPECT_EQ(wide->dmLogPixels, 600);
+  EXPECT_EQ(wide->dmPanningHeight, 0x12345678u);
+  EXPECT_EQ(std::memcmp(wide.get() + 1, "abc", 3), 0);
+  narrow->dmSize = 148;
+  EXPECT_EQ(DevModeFromA(narrow), nullptr);
+}
+
+TEST_F(DevModeTest, ModesByName) {
+  const std::pair<DWORD, WideView> kModes[] = {
+      {0, TEXT("get DEVMODE size")},
+      {10, TEXT("DM_IN_BUFFER, DM_OUT_BUFFER")},
+      {0x80, TEXT("unknown 00000080")},
+      {0xFFFFFFFF,
+       TEXT("DM_IN_BUFFER, DM_IN_PROMPT, DM_OUT_BUFFER, DM_USER_DEFAULT, DM_OUT_DEFAULT, ")
+           TEXT("DM_ADVANCED, DM_NOPERMISSION, unknown FFFFFF80")},
+  };
+  for (const auto& [mode, expected] : kModes) {
+    WCHAR text[kModeTextCapacity];
+    DescribeDevModeMode(mode, text);
+    EXPECT_EQ(WideView(text), expected);
+  }
+}
+
+// Where a form of the private part keeps what; 0 for what it does not have.
+struct Form {
+  int number;
+  WORD version;
+  WORD size;
+  bool wide;
+  WORD application, flags, resolution, margins, dialog, compression, font, escapes, em, units,
+      printer_em, resampling, jpeg, mono, action;
+};
+constexpr Form kForms[] = {
+    {0, 1065, 158, true, 2, 66, 70, 72, 80, 0, 92, 0, 84, 0, 0, 0, 0, 0, 0},
+    {1, 1066, 156, true, 4, 68, 72, 74, 82, 86, 88, 152, 154, 0, 0, 0, 0, 0, 0},
+    {2, 1100, 680, true, 4, 68, 72, 74, 82, 86, 88, 152, 154, 156, 158, 0, 0, 0, 0},
+    {3, 1100, 356, false, 4, 36, 40, 42, 50, 54, 56, 88, 90, 92, 94, 354, 0, 0, 0},
+    {3, 1100, 680, true, 4, 68, 72, 74, 82, 86, 88, 152, 154, 156, 158, 678, 0, 0, 0},
+    {4, 1100, 356, false, 4, 36, 40, 42, 50, 54, 56, 88, 90, 92, 94, 354, 0, 0, 0},
+    {5, 1100, 360, false, 4, 36, 40, 42, 50, 54, 56, 88, 90, 92, 94, 354, 356, 0, 0},
+    {6, 1100, 360, false, 4, 36, 40, 42, 50, 54, 56, 88, 90, 92, 94, 354, 356, 358, 0},
+    {7, 1100, 364, false, 4, 36, 40, 42, 50, 54, 56, 88, 90, 92, 94, 354, 356, 358, 360},
+    {8, 2075, 364, false, 4, 36, 40, 42, 50, 54, 56, 88, 90, 92, 94, 354, 356, 358, 360},
+};
+
+// A 16-bit setting of a form and of the product's device mode.
+struct Setting {
+  WORD Form::*place;
+  size_t more;  // bytes behind the place
+  DWORD flag;
+  size_t offset;  // in today's private part
+};
+const Setting kSettings[] = {
+    {&Form::resolution, 0, 0x1, 40},    {&Form::margins, 0, 0x2, 42},
+    {&Form::margins, 2, 0x4, 44},       {&Form::margins, 4, 0x8, 46},
+    {&Form::margins, 6, 0x10, 48},      {&Form::dialog, 0, 0x20, 50},
+    {&Form::units, 0, 0x40, 92},        {&Form::em, 0, 0x80, 90},
+    {&Form::compression, 0, 0x200, 54}, {&Form::resampling, 0, 0x400, 354},
+    {&Form::escapes, 0, 0x1000, 88},    {&Form::jpeg, 0, 0x2000, 356},
+    {&Form::mono, 0, 0x10000, 358},     {&Form::action, 0, 0x20000, 360},
+};
+
+TEST_F(DevModeTest, AllTenFormsAreReadSettingBySetting) {
+  for (const Form& form : kForms) {
+    SCOPED_TRACE(testing::Message() << form.number << " " << form.size);
+    RawMode raw(form.size, form.version);
+    raw.Sign(form.version > 1065 ? form.number : -1);
+    raw.PutText(form.application, "writer", form.wide);
+    raw.PutText(form.font, "Arial", form.wide);
+    if (form.printer_em != 0) raw.PutText(form.printer_em, "em", form.wide);
+    for (size_t i = 0; i < std::size(kSettings); ++i) {
+      const WORD place = form.*kSettings[i].place;
+      if (place != 0) raw.Put16(place + kSettings[i].more, static_cast<WORD>(1001 + i));
+    }
+    WORD size = 0;
+    int layout = 0;
+    EXPECT_TRUE(RecogniseProductDevMode(raw.get(), &size, &layout));
+    EXPECT_EQ(size, form.size);
+    EXPECT_EQ(layout, form.number);
+
+    // With one flag at a time just that setting is taken over.
+    for (size_t i = 0; i < std::size(kSettings); ++i) {
+      const Setting& setting = kSettings[i];
+      raw.Put32(form.flags, setting.flag);
+      ProductDevMode merged = {}, expected = {};
+      MergeDevMode(raw.get(), merged);
+      CopyStringA(expected.settings.applicationName, 32, "writer");
+      if (form.printer_em != 0) CopyStringA(expected.settings.printerEm, 260, "em");
+      if (form.*setting.place != 0) {
+        expected.settings.flags = setting.flag;
+        const WORD number = static_cast<WORD>(1001 + i);
+        std::memcpy(reinterpret_cast<BYTE*>(&expected.settings) + setting.offset, &number, 2);
+      }
+      EXPECT_TRUE(Same(merged, expected)) << std::hex << setting.flag;
+    }
+    raw.Put32(form.flags, 0x800);
+    ProductDevMode merged = {};
+    MergeDevMode(raw.get(), merged);
+    EXPECT_STREQ(merged.settings.defaultFont, "Arial");
+    EXPECT_EQ(merged.settings.flags, 0x800u);
+    raw.Put32(form.flags, 0x100);
+    merged = {};
+    MergeDevMode(raw.get(), merged);
+    EXPECT_EQ(merged.settings.flags, 0u);
+  }
+}
+
+TEST_F(DevModeTest, OtherPrivatePartsAreForeign) {
+  const auto layout_of = [](const RawMode& raw) {
+    int layout = 0;
+    WORD size = 1;
+    EXPECT_TRUE(RecogniseProductDevMode(raw.get(), &size, &layout));
+    EXPECT_EQ(size == 0, layout == -1);
+    return layout;
+  };
+  struct Case {
+    int number;
+    WORD version;
+    size_t size;
+    int layout;
+  };
+  for (const Case& c : {Case{-1, 1050, 158, 0}, Case{-1, 1050, 160, -1}, Case{-1, 1040, 158, -1},
+                        Case{-1, 1041, 158, 0}, Case{8, 1065, 364, -1}, Case{8, 1066, 364, 8},
+                        Case{0, 1066, 158, 0}, Case{9, 2075, 364, -1}, Case{8, 2075, 363, -1},
+                        Case{3, 2075, 358, -1}, Case{-1, 2075, 4, -1}}) {
+    RawMode raw(c.size, c.version);
+    raw.Sign(c.number);
+    EXPECT_EQ(layout_of(raw), c.layout) << c.number << " " << c.version << " " << c.size;
+  }
+  RawMode small(2);
+  small.Sign(-1);
+  EXPECT_EQ(layout_of(small), -1);
+  RawMode unsigned_mode(364);
+  EXPECT_EQ(layout_of(unsigned_mode), -1);
+  RawMode old(364);
+  old.dev().dmSize = 188;
+  EXPECT_FALSE(RecogniseProductDevMode(old.get(), nullptr, nullptr));
+  EXPECT_FALSE(RecogniseProductDevMode(nullptr, nullptr, nullptr));
+}
+
+TEST_F(DevModeTest, TextsWithoutTerminatorsAndNamesOfTheSystem) {
+  RawMode raw(364);
+  raw.Sign(8);
+  raw.PutText(4, std::string(32, 'a'), false);
+  raw.PutText(56, std::string(32, 'f'), false);
+  raw.PutText(94, std::string(260, 'e'), false);
+  raw.Put32(36, 0x800);
+  ProductDevMode merged = Defaults();
+  MergeDevMode(raw.get(), merged);
+  EXPECT_EQ(merged.settings.applicationName, std::string(31, 'a'));
+  EXPECT_EQ(merged.settings.defaultFont, std::string(31, 'f'));
+  EXPECT_EQ(merged.settings.printerEm, std::string(259, 'e'));
+  for (const char* name : {"explorer", "EXPLORER", "Kvdisp5A", ""}) {
+    std::memset(raw.At(4), 0, 32);
+    raw.PutText(4, name, false);
+    MergeDevMode(raw.get(), merged);
+    EXPECT_EQ(merged.settings.applicationName, std::string(31, 'a')) << name;
+  }
+  EXPECT_TRUE(IsSystemProcessName(TEXT("SpoolSV")));
+  EXPECT_FALSE(IsSystemProcessName("explorer2"));
+}
+
+TEST_F(DevModeTest, PublicSettingsAreTakenByTheirFlags) {
+  struct Field {
+    DWORD flag;
+    size_t offset;
+    size_t size;
+    bool merged;
+    bool flagged;
+  };
+#define KV_FIELD(name, flag, merged, flagged) \
+  { flag, offsetof(DEVMODEW, name), sizeof(DEVMODEW::name), merged, flagged }
+  const Field kFields[] = {
+      KV_FIELD(dmOrientation, DM_ORIENTATION, true, true),
+      KV_FIELD(dmDefaultSource, DM_DEFAULTSOURCE, true, true),
+      KV_FIELD(dmPrintQuality, DM_PRINTQUALITY, true, true),
+      KV_FIELD(dmYResolution, DM_YRESOLUTION, true, true),
+      KV_FIELD(dmCopies, DM_COPIES, true, true),
+      KV_FIELD(dmColor, DM_COLOR, true, true),
+      KV_FIELD(dmBitsPerPel, DM_BITSPERPEL, true, true),
+      KV_FIELD(dmScale, DM_SCALE, true, false),
+      KV_FIELD(dmDuplex, DM_DUPLEX, false, false),
+      KV_FIELD(dmTTOption, DM_TTOPTION, false, false),
+      KV_FIELD(dmCollate, DM_COLLATE, false, false),
+      KV_FIELD(dmPaperLength, DM_PAPERLENGTH, false, false),
+      KV_FIELD(dmFormName, DM_FORMNAME, false, false),
+  };
+#undef KV_FIELD
+  for (const Field& field : kFields) {
+    RawMode source(0);
+    std::memset(reinterpret_cast<BYTE*>(&source.dev()) + field.offset, 0, field.size);
+    reinterpret_cast<BYTE*>(&source.dev())[field.offset] = 2;
+    ProductDevMode target = {}, expected = {};
+    MergeDevMode(source.get(), target);
+    EXPECT_TRUE(Same(target, expected)) << "without its flag " << std::hex << field.flag;
+    source.dev().dmFields = field.flag;
+    MergeDevMode(source.get(), target);
+    if (field.merged) reinterpret_cast<BYTE*>(&expected.dev)[field.offset] = 2;
+    if (field.flagged) expected.dev.dmFields = field.flag;
+    EXPECT_TRUE(Same(target, expected)) << std::hex << field.flag;
+  }
+  for (const short orientation : {0, 3, -1}) {
+    RawMode source(0);
+    source.dev().dmFields = DM_ORIENTATION;
+    source.dev().dmOrientation = orientation;
+    ProductDevMode target = Defaults();
+    const ProductDevMode before = target;
+    MergeDevMode(source.get(), target);
+    EXPECT_TRUE(Same(target, before));
+    source.dev().dmSize = 188;
+    source.dev().dmOrientation = 2;
+    MergeDevMode(source.get(), target);
+    EXPECT_TRUE(Same(target, before)) << "not valid";
+  }
+}
+
+TEST_F(DevModeTest, PapersAreTakenByIdByNameOrByTheirSides) {
+  {
+    UserSettingsKey make_place(KeyMode::kWrite);
+    PaperEntry poster = {333, TEXT("Poster"), 500'000, 700'000, kPaperMillimetres};
+    EXPECT_TRUE(CCustomPapers().AddCustomPaper(poster));
+  }
+  constexpr DWORD kSides = DM_PAPERWIDTH | DM_PAPERLENGTH;
+  struct Case {
+    short id;
+    DWORD fields;
+    WideView name;
+    short expected_id;  // 1 with "Letter": nothing was taken
+    short expected_width;
+    WideView expected_name;
+  };
+  const Case cases[] = {
+      {9, DM_PAPERSIZE, {}, 9, 0, TEXT("A4")},
+      {9, DM_PAPERSIZE | DM_FORMNAME | kSides, TEXT("Legal"), 9, 0, TEXT("A4")},
+      {200, DM_PAPERSIZE, {}, 200, 0, TEXT("")},
+      {0, DM_PAPERSIZE, {}, 1, 0, TEXT("Letter")},
+      {9, 0, {}, 1, 0, TEXT("Letter")},
+      {300, DM_PAPERSIZE | DM_FORMNAME, TEXT("poster"), 333, 5000, TEXT("Poster")},
+      {333, DM_PAPERSIZE, {}, 333, 5000, TEXT("Poster")},
+      {333, DM_PAPERSIZE | DM_FORMNAME | kSides, TEXT("Other"), 333, 5000, TEXT("Poster")},
+      {300, DM_PAPERSIZE | kSides, {}, 300, 1234, TEXT("Letter")},
+      {300, DM_PAPERSIZE | kSides | DM_FORMNAME, TEXT("Mine"), 300, 1234, TEXT("Mine")},
+      {300, DM_PAPERSIZE | kSides | DM_FORMNAME, TEXT("letter"), 300, 1234, TEXT("")},
+      {300, DM_PAPERSIZE | DM_PAPERWIDTH, {}, 1, 0, TEXT("Letter")},
+      {300, DM_PAPERSIZE | DM_PAPERLENGTH | DM_FORMNAME, TEXT("Mine"), 1, 0, TEXT("Letter")},
+  };
+  for (const Case& c : cases) {
+    RawMode source(0);
+    source.dev().dmPaperSize = c.id;
+    source.dev().dmFields = c.fields;
+    source.dev().dmPaperWidth = 1234;
+    source.dev().dmPaperLength = 2345;
+    c.name.copy(source.dev().dmFormName, 31);
+    ProductDevMode target = Defaults();
+    MergeDevMode(source.get(), target);
+    EXPECT_EQ(target.dev.dmPaperSize, c.expected_id) << c.id << std::hex << c.fields;
+    EXPECT_EQ(target.dev.dmPaperWidth, c.expected_width);
+    EXPECT_EQ(WideView(target.dev.dmFormName), c.expected_name);
+    EXPECT_EQ((target.dev.dmFields & DM_FORMNAME) != 0, !c.expected_name.empty());
+    EXPECT_EQ((target.dev.dmFields & kSides) == kSides, c.expected_width != 0);
+    const ProductDevMode once = target;
+    MergeDevMode(source.get(), target);
+    EXPECT_TRUE(Same(target, once)) << "again changes nothing";
+  }
+}
+
+TEST_F(DevModeTest, MergingAgainChangesNothingAndDefaultsMergedTakeEverything) {
+  std::mt19937 random(7);
+  for (int round = 0; round < 300; ++round) {
+    RawMode source(364);
+    for (size_t i = 0; i < source.extra(); ++i) *source.At(i) = static_cast<BYTE>(random());
+    source.Sign(static_cast<int>(random() % 10));
+    auto* bytes = reinterpret_cast<BYTE*>(&source.dev());
+    for (size_t i = offsetof(DEVMODEW, dmFields); i < sizeof(DEVMODEW); ++i) {
+      bytes[i] = static_cast<BYTE>(random());
+    }
+    ProductDevMode target = Defaults();
+    MergeDevMode(source.get(), target);
+    const ProductDevMode once = target;
+    MergeDevMode(source.get(), target);
+    EXPECT_TRUE(Same(target, once)) << round;
+  }
+  ProductDevMode target = {};
+  target.settings.printerEm[0] = 'e';
+  ProductDevMode source = Defaults();
+  source.settings.resolution = 1200;
+  source.dev.dmOrientation = 2;
+  Merge(source, target);
+  EXPECT_EQ(target.settings.flags, DWORD{kAllPrivateFlags});
+  EXPECT_EQ(target.settings.resolution, 1200);
+  EXPECT_STREQ(target.settings.printerEm, "e") << "an empty one is not taken";
+  EXPECT_EQ(target.dev.dmOrientation, 2);
+}
+
+TEST_F(DevModeTest, DefaultsByteByByte) {
+  ProductDevMode mode = Defaults();
+  const Bytes whole(reinterpret_cast<BYTE*>(&mode), reinterpret_cast<BYTE*>(&mode + 1));
+  const auto word = [&](size_t offset) { return whole[offset] | whole[offset + 1] << 8; };
+  EXPECT_EQ(WideView(mode.dev.dmDeviceName), TEXT("Laser"));
+  EXPECT_EQ(WideView(mode.dev.dmFormName), TEXT("Letter"));
+  EXPECT_EQ(mode.dev.dmFields, 0x76E03u);
+  // dmSpecVersion, dmDriverVersion, dmSize, dmDriverExtra
+  EXPECT_EQ(word(64), 0x401);
+  EXPECT_EQ(word(66), 2075);
+  EXPECT_EQ(word(68), 220);
+  EXPECT_EQ(word(70), 364);
+  EXPECT_EQ(whole[220], 'K');
+  EXPECT_EQ(whole[221], 'V');
+  EXPECT_EQ(word(222), 8);
+  EXPECT_STREQ(mode.settings.applicationName, "printing_test");
+  EXPECT_EQ(mode.settings.flags, 0x33EFFu);
+  const std::pair<size_t, int> kNumbers[] = {
+      {40, 600}, {42, 250}, {48, 250}, {50, 1},   {52, 0},    {54, 49},      {88, 1},
+      {90, 1},   {92, 1},   {354, 96}, {356, 75}, {358, 300}, {360, 0x8000}, {362, 0}};
+  for (const auto& [offset, value] : kNumbers) EXPECT_EQ(word(220 + offset), value) << offset;
+  DefaultDevMode(TEXT("\\\\ALPHA\\HP Laser"), mode);
+  EXPECT_EQ(WideView(mode.dev.dmDeviceName), TEXT("HP Laser"));
+  const WideString long_name(100, TEXT('n'));
+  DefaultDevMode(long_name.c_str(), mode);
+  EXPECT_EQ(WideView(mode.dev.dmDeviceName).size(), 31u);
+  platform::SetFact(platform::facts::kSystemLocale, "0x0407");
+  DefaultDevMode(TEXT("Laser"), mode);
+  EXPECT_EQ(mode.settings.units, kPaperMillimetres);
+  startupContext.platform.ntKind = kNt4;
+  DefaultDevMode(TEXT("Laser"), mode);
+  EXPECT_EQ(mode.settings.units, kPaperInches);
+
+  mode.dev.dmFields |= DM_PAPERWIDTH | DM_PAPERLENGTH;
+  mode.dev.dmPaperSize = 300;
+  mode.dev.dmPaperWidth = mode.dev.dmPaperLength = 10;
+  ResetUserPaperSize(mode);
+  EXPECT_EQ(mode.dev.dmPaperSize, 1);
+  EXPECT_EQ(mode.dev.dmPaperWidth | mode.dev.dmPaperLength, 0);
+  EXPECT_EQ(mode.dev.dmFields, 0x76E03u);
+}
+
+constexpr LPCWSTR kDriverData =
+    TEXT("Software\\Veltmoor Software\\Folvane8\\Folvaners\\Laser\\PrinterDriverData");
+constexpr LPCWSTR kOwnKey = TEXT("Software\\Veltmoor Software\\Folvane8\\Folvaners\\Laser");
+
+void SetNumber(HKEY key, LPCWSTR name, DWORD number) {
+  RegSetValueExW(key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof number);
+}
+
+TEST_F(DevModeTest, SettingsGoToTheRegistryAndComeBack) {
+  ProductDevMode written = Defaults();
+  written.dev.dmFields |= DM_PAPERWIDTH | DM_PAPERLENGTH;
+  written.dev.dmPaperSize = 300;
+  written.dev.dmPaperWidth = 1000;
+  written.dev.dmPaperLength = 2000;
+  CopyStringW(written.dev.dmFormName, TEXT("Mine"));
+  written.dev.dmOrientation = 2;
+  written.settings.leftMargin = -5;
+  written.settings.units = 2;
+  std::memset(written.settings.defaultFont, 'f', 32);  // not terminated
+  CopyStringA(written.settings.printerEm, 260, "em");
+  WriteUserPrinterSettings(TEXT("Laser"), written);
+  EXPECT_EQ(Text(Key::Open(HKEY_CURRENT_USER, kDriverData), TEXT("PrinterEm")), TEXT("em"));
+
+  ProductDevMode read;
+  ReadPrinterSettings(HKEY_CURRENT_USER, TEXT("Laser"), kStoredOnly, read);
+  EXPECT_EQ(read.settings.flags, 0x33EFFu & ~0x40u) << "the units are not read back";
+  EXPECT_EQ(read.settings.units, kPaperInches);
+  EXPECT_EQ(read.settings.printerEm[0], 0);
+  EXPECT_EQ(read.settings.leftMargin, -5);
+  EXPECT_EQ(read.settings.defaultFont, std::string(31, 'f'));
+  EXPECT_EQ(read.dev.dmFields,
+            DWORD{DM_PAPERSIZE | DM_FORMNAME | DM_PAPERWIDTH | DM_PAPERLENGTH | DM_ORIENTATION |
+                  DM_BITSPERPEL | DM_YRESOLUTION | DM_PRINTQUALITY});
+  EXPECT_EQ(read.dev.dmPaperLength, 2000);
+  EXPECT_EQ(WideView(read.dev.dmFormName), TEXT("Mine"));
+  EXPECT_EQ(read.dev.dmPrintQuality, 600);
+
+  written.dev.dmFields = DM_PAPERSIZE;
+  written.settings.flags = 0;
+  WriteUserPrinterSettings(TEXT("Laser"), written);
+  ReadPrinterSettings(HKEY_CURRENT_USER, TEXT("Laser"), kStoredOnly, read);
+  EXPECT_EQ(read.dev.dmFields & (DM_FORMNAME | DM_PAPERWIDTH | DM_PAPERLENGTH), 0u) << "deleted";
+  EXPECT_NE(read.dev.dmFields & DM_ORIENTATION, 0u) << "left alone";
+
+  ProductDevMode before = read;
+  WriteUserPrinterSettings(TEXT(""), written);
+  ReadPrinterSettings(HKEY_CURRENT_USER, TEXT(""), kStoredOnly, read);
+  EXPECT_EQ(read.dev.dmFields | read.settings.flags, 0u);
+  EXPECT_NE(before.dev.dmFields, 0u);
+}
+
+TEST_F(DevModeTest, StoredValuesOfOtherTypesAndSizesAreLeftOut) {
+  const Key key = Key::Create(HKEY_CURRENT_USER, kDriverData);
+  const BYTE eight[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+  RegSetValueExW(key, TEXT("Orientation"), 0, REG_QWORD, eight, 8);
+  RegSetValueExW(key, TEXT("JpegQuality"), 0, REG_BINARY, eight, 2);
+  SetText(key, TEXT("MarginTop"), TEXT("250"));
+  SetText(key, TEXT("PaperName"), WideString(32, TEXT('n')));
+  SetText(key, TEXT("DefaultFont"), WideString(260, TEXT('f')));
+  SetNumber(key, TEXT("MarginLeft"), 0x12345);
+  ProductDevMode read;
+  ReadPrinterSettings(HKEY_CURRENT_USER, TEXT("Laser"), 0, read);
+  EXPECT_EQ(read.dev.dmOrientation, 1);
+  EXPECT_EQ(read.settings.jpegQuality, 0x0201);
+  EXPECT_EQ(read.settings.topMargin, 250);
+  EXPECT_EQ(WideView(read.dev.dmFormName), TEXT("Letter")) << "33 characters with the terminator";
+  EXPECT_STREQ(read.settings.defaultFont, "Courier New");
+  EXPECT_EQ(read.settings.leftMargin, 0x2345);
+}
+
+TEST_F(DevModeTest, SettingsOfUsers) {
+  SetNumber(Key::Create(HKEY_CURRENT_USER, kDriverData), TEXT("MarginLeft"), 1);
+  SetNumber(Key::Create(HKEY_CURRENT_USER, kDriverData), TEXT("MarginTop"), 2);
+  SetNumber(Key::Create(HKEY_CURRENT_USER, kOwnKey), TEXT("MarginTop"), 3);
+  SetNumber(Key::Create(HKEY_USERS, WideString(TEXT(".DEFAULT\\")) + kOwnKey), TEXT("MarginTop"),
+            4);
+  ProductDevMode read;
+  ReadUserPrinterSettings(nullptr, TEXT("Laser"), 0, read);
+  EXPECT_EQ(read.settings.leftMargin, 1);
+  EXPECT_EQ(read.settings.topMargin, 3) << "the printer's own key wins";
+  EXPECT_EQ(read.settings.flags, 0x33EFFu);
+  ReadUserPrinterSettings(TEXT(""), TEXT("Laser"), kOwnPrinterKey, read);
+  EXPECT_EQ(read.settings.flags, 0x4u) << "only what is stored";
+  ReadUserPrinterSettings(TEXT(".DEFAULT"), TEXT("Laser"), kStoredOnly, read);
+  EXPECT_EQ(read.settings.topMargin, 4);
+  EXPECT_EQ(read.settings.flags, 0x4u);
+  platform::AnswerNextBox(IDOK);
+  ReadUserPrinterSettings(TEXT("S-1-none"), TEXT("Laser"), kOwnPrinterKey, read);
+  EXPECT_EQ(read.settings.topMargin, 3);
+  EXPECT_NE(LastBox().find(TEXT("HKCU is not valid, but cannot find a subkey in HKEY_USERS.")),
+            WideString::npos);
+}
+
+TEST_F(DevModeTest, LaterLayersWin) {
+  const UniquePrinter printer = Open();
+  // Each layer has a resolution of its own, and one setting that no later one touches.
+  const auto spooler_mode = [&](short resolution, DWORD more) {
+    RawMode mode(0);
+    mode.dev().dmFields = DM_YRESOLUTION | more;
+    mode.dev().dmYResolution = resolution;
+    mode.dev().dmCopies = mode.dev().dmDefaultSource = resolution;
+    return DuplicateDevmodePtr(mode.get(), Quiet::kNo);
+  };
+  ASSERT_EQ(SetPrinterGlobalDevMode(printer.Get(), spooler_mode(101, DM_COPIES).get(), Quiet::kNo),
+            kWritten);
+  ASSERT_EQ(
+      SetPrinterUserDevMode(printer.Get(), spooler_mode(102, DM_DEFAULTSOURCE).get(), Quiet::kNo),
+      kWritten);
+  SetNumber(Key::Create(HKEY_CURRENT_USER, kDriverData), TEXT("Resolution"), 103);
+  SetNumber(Key::Create(HKEY_CURRENT_USER, kDriverData), TEXT("MarginLeft"), 103);
+  const UniqueDevMode caller = spooler_mode(104, 0);
+
+  struct Watch : SettingsObserver {
+    std::vector<std::pair<SettingsLayer, short>> seen;
+    void AfterLayer(SettingsLayer layer, const ProductDevMode& result) override {
+      seen.emplace_back(layer, result.dev.dmYResolution);
+    }
+  } watch;
+  ProductDevMode result;
+  GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), caller.get(), result, &watch);
+  const std::vector<std::pair<SettingsLayer, short>> expected = {
+      {SettingsLayer::kDefaults, 600},    {SettingsLayer::kSpoolerGlobal, 101},
+      {SettingsLayer::kSpoolerUser, 102}, {SettingsLayer::kStored, 103},
+      {SettingsLayer::kCaller, 104},      {SettingsLayer::kStoredOwn, 104}};
+  EXPECT_EQ(watch.seen, expected);
+  EXPECT_EQ(result.dev.dmCopies, 101);
+  EXPECT_EQ(result.dev.dmDefaultSource, 102);
+  EXPECT_EQ(result.settings.leftMargin, 103);
+  SetNumber(Key::Create(HKEY_CURRENT_USER, kOwnKey), TEXT("Resolution"), 105);
+  GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), caller.get(), result);
+  EXPECT_EQ(result.dev.dmYResolution, 105) << "the own key beats the caller";
+
+  startupContext.platform.ntKind = kNt4;
+  watch.seen.clear();
+  GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), nullptr, result, &watch);
+  ASSERT_EQ(watch.seen.size(), 4u);
+  EXPECT_EQ(watch.seen[1].first, SettingsLayer::kPrinter);
+  startupContext.platform.ntKind = 0;
+  startupContext.platform.win9xKind = 1;
+  watch.seen.clear();
+  GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), nullptr, result, &watch);
+  EXPECT_EQ(watch.seen.size(), 3u) << "nothing of the spooler";
+}
+
+bool HasValue(HKEY root, const WideString& path, LPCWSTR name) {
+  const Key key = Key::Open(root, path);
+  return key.status == ERROR_SUCCESS &&
+         RegQueryValueExW(key, name, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+}
+
+TEST_F(DevModeTest, CopiesAreStoredWhereTheirKeysAre) {
+  RawMode mode(5);
+  const auto store = [&](LPCWSTR printer) {
+    return StoreDevMode(printer, mode.get(), ForPrinter::kYes, ForUser::kYes);
+  };
+  const WideString system = TEXT("System\\CurrentControlSet\\Control\\Print\\Printers\\Laser");
+  EXPECT_EQ(store(TEXT("Laser")), kWritten);
+  platform::ResetFaults();
+  EXPECT_EQ(store(TEXT("Laser")), kUnchanged);
+  EXPECT_EQ(platform::CallCount("RegSetValueExW"), 0u);
+  EXPECT_TRUE(HasValue(HKEY_CURRENT_USER, TEXT("Printers\\DevModePerUser"), TEXT("Laser")));
+  EXPECT_TRUE(HasValue(HKEY_CURRENT_USER, TEXT("Printers\\DevModes2"), TEXT("Laser")));
+  EXPECT_TRUE(HasValue(HKEY_LOCAL_MACHINE, system, TEXT("Default DevMode")));
+  mode.dev().dmCopies = 2;
+  EXPECT_EQ(StoreDevMode(TEXT("Laser"), mode.get(), ForPrinter::kNo, ForUser::kNo), kUnchanged);
+
+  const LPCWSTR remote = TEXT("\\\\ALPHA\\HP Laser");
+  const WideString provider =
+      TEXT("Software\\Microsoft\\Windows NT\\CurrentVersion\\Print\\Providers\\")
+          TEXT("Client Side Rendering Print Provider\\Servers\\ALPHA\\Printers\\HP Laser");
+  EXPECT_EQ(StoreDevMode(remote, mode.get(), ForPrinter::kYes, ForUser::kNo), kUnchanged);
+  EXPECT_EQ(Key::Open(HKEY_LOCAL_MACHINE, provider).status, ERROR_FILE_NOT_FOUND) << "never made";
+  Key::Create(HKEY_LOCAL_MACHINE, provider);
+  EXPECT_EQ(store(remote), kWritten);
+  EXPECT_TRUE(HasValue(HKEY_LOCAL_MACHINE, provider, TEXT("Default DevMode")));
+  EXPECT_TRUE(HasValue(HKEY_CURRENT_USER, TEXT("Printers\\Connections\\,,ALPHA,HP Laser"),
+                       TEXT("DevMode")));
+
+  platform::SetFactNumber(platform::facts::kUserIsElevated, 0);
+  mode.dev().dmCopies = 3;
+  EXPECT_EQ(store(TEXT("Laser")), kWritten) << "the user's own";
+  EXPECT_EQ(StoreDevMode(TEXT("Laser"), mode.get(), ForPrinter::kYes, ForUser::kNo), kUnchanged)
+      << "the machine's keys refuse";
+  DEVMODEA narrow = {};
+  EXPECT_EQ(StoreDevModeA(TEXT("Laser"), &narrow, ForPrinter::kNo, ForUser::kYes), kWriteFailed);
+  narrow.dmSize = sizeof narrow;
+  EXPECT_EQ(StoreDevModeA(TEXT("Laser"), &narrow, ForPrinter::kNo, ForUser::kYes), kWritten);
+  EXPECT_EQ(StoreDevModeA(TEXT("Laser"), &narrow, ForPrinter::kNo, ForUser::kYes), kUnchanged);
+  startupContext.platform.win9xKind = 1;
+  mode.dev().dmCopies = 4;
+  EXPECT_EQ(store(TEXT("Laser")), kWriteFailed);
+}
+
+TEST_F(DevModeTest, EveryFailureIsSurvived) {
+  startupContext.silent = 1;
+  const UniquePrinter printer = Open();
+  DEVMODEA narrow = {};
+  narrow.dmSize = sizeof narrow;
+  RawMode caller(0);
+  caller.dev().dmFields = DM_PAPERSIZE;
+  caller.dev().dmPaperSize = 300;
+  SweepFailures([&] {
+    ++narrow.dmCopies;
+    const WriteResult stored =
+        StoreDevModeA(TEXT("Laser"), &narrow, ForPrinter::kYes, ForUser::kYes);
+    EXPECT_TRUE(stored >= kWriteFailed && stored <= kUnchanged);
+    ProductDevMode result;
+    GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), caller.get(), result);
+    EXPECT_TRUE(IsValidDevMode(&result.dev) || platform::InjectedFailures() != 0);
+    WriteUserPrinterSettings(TEXT("Laser"), result);
+  });
+}
+
+}  // namespace
+}  // namespace kv::test
