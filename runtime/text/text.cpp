@@ -45,7 +45,7 @@ void CopyStringW(LPWSTR output, int capacity, LPCWSTR source) {
   if (capacity <= 0) return;
   const WideView text = View(source).substr(0, capacity - 1);
   // The source may be a part of the output.
-  memmove(output, text.data(), text.size() * sizeof(WCHAR));
+  if (!text.empty()) memmove(output, text.data(), text.size() * sizeof(WCHAR));
   output[text.size()] = 0;
 }
 
