@@ -197,8 +197,9 @@ TEST_F(SubclassTest, ChainsStandWhatTheirObjectsDo) {
     Seen();
     SendTo(window);
     EXPECT_EQ(Seen(), attack.seen);
-    const bool lives = IsWindow(window), was_detached = lives && a->window() == nullptr;
+    const bool lives = IsWindow(window);
     const bool a_is_gone = std::string(attack.seen).find("~a") != std::string::npos;
+    const bool was_detached = !a_is_gone && a->window() == nullptr;
     if (lives) {
       SendTo(window);
       if (a_is_gone) {
@@ -207,7 +208,7 @@ TEST_F(SubclassTest, ChainsStandWhatTheirObjectsDo) {
       }
       DestroyWindow(window);
     }
-    if (!a_is_gone && was_detached) delete a;
+    if (was_detached) delete a;
   }
 }
 
