@@ -15,7 +15,7 @@ namespace {
 // An opening is written down as shared locks on single bytes far behind any content: one byte for
 // each use, one for each use denied to others. The locks belong to the open file description, so
 // the host forgets them with the process.
-constexpr off_t kLockBytes = INT64_MAX - 255;
+constexpr off_t kLockBytes = SharedDescriptor::kFirstLockByte;
 constexpr off_t kUses = kLockBytes;
 constexpr off_t kDenials = kLockBytes + 16;
 constexpr off_t kImageByte = kLockBytes + 32;
@@ -48,6 +48,13 @@ bool MarkedByOther(int descriptor, off_t at) {
 }
 
 }  // namespace
+
+void SharedDescriptor::DenyAll(int descriptor) {
+  for (const Use& use : kAllUses) {
+    Mark(descriptor, kUses + use.index);
+    Mark(descriptor, kDenials + use.index);
+  }
+}
 
 SharedDescriptor::~SharedDescriptor() {
   if (descriptor_ >= 0) close(descriptor_);

@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <cstdint>
 #include <filesystem>
 
 namespace platform {
@@ -14,6 +15,11 @@ inline constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHA
 // it allows.
 class SharedDescriptor {
  public:
+  // Refuses others every use of the file of a host descriptor for as long as that is open. The
+  // bytes from here on must not be locked otherwise.
+  static constexpr int64_t kFirstLockByte = INT64_MAX - 255;
+  static void DenyAll(int descriptor);
+
   // An image that is mapped for execution: nobody may write or delete it.
   static constexpr DWORD kImage = 0x80000000;
   // As DELETE, but of an image too: it may get another name.

@@ -6,6 +6,8 @@
 
 #include <cerrno>
 
+#include "platform/kernel/shared_descriptor.h"
+
 namespace platform {
 namespace {
 
@@ -44,6 +46,7 @@ bool SetLock(int descriptor, short type) {
   struct flock whole = {};
   whole.l_type = type;
   whole.l_whence = SEEK_SET;
+  whole.l_len = SharedDescriptor::kFirstLockByte;
   int result;
   do {
     result = fcntl(descriptor, F_OFD_SETLKW, &whole);
@@ -80,6 +83,7 @@ bool Hive::Adopt(int descriptor) {
   if (descriptor_ < 0 || fstat(descriptor_, &now) != 0) return false;
   device_ = now.st_dev;
   inode_ = now.st_ino;
+  SharedDescriptor::DenyAll(descriptor_);
   return true;
 }
 

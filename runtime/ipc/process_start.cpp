@@ -75,6 +75,7 @@ BOOL MyCreateProcess(LPCWSTR commandLine, int show, int attempts, Wait wait, DWO
     SetLastError(error);
     return FALSE;
   }
+  line.Free();
   if (wait == Wait::kYes) WaitPumping(process.Get(), timeout);
   DWORD code = 0;
   GetExitCodeProcess(process.Get(), &code);

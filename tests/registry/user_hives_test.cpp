@@ -87,6 +87,8 @@ TEST_F(UserHivesTest, HivesNeedThePrivilegeAndTheirFiles) {
   EXPECT_EQ(Load(TEXT("x"), TEXT("C:\\Users\\Eve\\ntuser.dat")), ERROR_SHARING_VIOLATION);
   EXPECT_EQ(Load(TEXT("y"), TEXT("C:\\Users\\Ada\\ntuser.dat")), ERROR_SHARING_VIOLATION)
       << "the user's own is loaded";
+  EXPECT_FALSE(DeleteFileW(TEXT("C:\\Users\\Bob\\ntuser.dat")));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
   {
     const Key open = Key::Open(HKEY_USERS, TEXT("x\\Environment"));
     EXPECT_EQ(RegUnLoadKeyW(HKEY_USERS, TEXT("x")), ERROR_ACCESS_DENIED) << "keys are open";
