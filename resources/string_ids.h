@@ -189,5 +189,42 @@
 #define IDS_CTL_LOCALES_USAGE 14185  // text
 #define IDS_CTL_LOCALES_NONE 14186  // text
 #define IDS_CTL_LOCALES_UNKNOWN 14187  // 1 the name
+#define IDS_CTL_INSTALL_WRONG_SYSTEM 14320  // text
+#define IDS_CTL_INSTALL_OTHER_PACKAGE 14321  // text
+#define IDS_CTL_INSTALL_NEEDS_RIGHTS 14322  // text
+#define IDS_CTL_PACKAGE_INCOMPLETE 14323  // 1 the missing file
+#define IDS_CTL_PRINTER_ELSEWHERE 14324  // 1 the printer; 2 its port
+#define IDS_CTL_REPLACED 14325  // 1 the file; 2 the old version; 3 the new one
+#define IDS_CTL_KEPT_NEWER 14326  // 1 the file; 2 its version
+#define IDS_CTL_REPLACED_AT_RESTART 14327  // 1 the file
+#define IDS_CTL_PORT_MISSING 14328  // 1 the port
+#define IDS_CTL_UNDONE 14329  // text
+#define IDS_CTL_UNDO_INCOMPLETE 14330  // text
+#define IDS_CTL_UNKNOWN_PAPER 14331  // 1 the word
+#define IDS_CTL_REMOVE_SUMMARY 14340  // text
+#define IDS_CTL_REMOVE_USAGE 14341  // text
+#define IDS_CTL_CANNOT_LIST_PRINTERS 14342  // text
+#define IDS_CTL_CANNOT_DELETE_PRINTER 14343  // 1 the printer
+#define IDS_CTL_CANNOT_REMOVE_MONITOR 14344  // 1 the monitor's name
+#define IDS_CTL_CANNOT_DELETE_FILE 14345  // 1 the file
+#define IDS_CTL_REMOVED_PRINTER 14346  // 1 the printer
+#define IDS_CTL_REMOVED_MONITOR 14347  // 1 the monitor's name
+#define IDS_CTL_REMOVED_FILE 14348  // 1 the file
+#define IDS_CTL_DELETED_AT_RESTART 14349  // 1 the file
+#define IDS_CTL_REMOVED_SETTINGS 14350  // 1 the key
+#define IDS_CTL_KEPT_SETTINGS 14351  // 1 the key
+#define IDS_CTL_NOTHING_REMOVED 14352  // text
+#define IDS_CTL_STATUS_SUMMARY 14360  // text
+#define IDS_CTL_STATUS_USAGE 14361  // text
+#define IDS_CTL_STATUS_FILE 14362  // 1 the path; 2 the version
+#define IDS_CTL_STATUS_FILE_MISSING 14363  // 1 the path
+#define IDS_CTL_STATUS_MODULE 14364  // 1 a file
+#define IDS_CTL_STATUS_RESOURCES 14365  // 1 a file; 2 its language
+#define IDS_CTL_STATUS_REGISTERED 14366  // 1 yes or no
+#define IDS_CTL_STATUS_SPOOLER 14367  // 1 yes or no
+#define IDS_CTL_STATUS_PORT 14368  // 1 the port; 2 yes or no
+#define IDS_CTL_STATUS_PRINTER 14369  // 1 the printer; 2 its driver
+#define IDS_CTL_STATUS_DELETION 14370  // 1 the file
+#define IDS_CTL_STATUS_REPLACEMENT 14371  // 1 the new file; 2 what it replaces
 
 #endif

@@ -30,6 +30,8 @@ struct Command {
 extern const Command kPortsCommand;
 extern const Command kMonitorsCommand;
 extern const Command kInstallCommand;
+extern const Command kRemoveCommand;
+extern const Command kStatusCommand;
 extern const Command kPrintCommand;
 extern const Command kSettingsCommand;
 extern const Command kSessionsCommand;

@@ -3,9 +3,9 @@
 namespace kvctl {
 namespace {
 constexpr const Command* kCommands[] = {
-    &kPortsCommand,    &kMonitorsCommand, &kInstallCommand, &kPrintCommand, &kSettingsCommand,
-    &kSessionsCommand, &kWhoamiCommand,   &kSpoolerCommand, &kDemoCommand,  &kDocnameCommand,
-    &kShortcutCommand, &kDescribeCommand, &kLocalesCommand};
+    &kPortsCommand, &kMonitorsCommand, &kInstallCommand,  &kRemoveCommand,   &kStatusCommand,
+    &kPrintCommand, &kSettingsCommand, &kSessionsCommand, &kWhoamiCommand,   &kSpoolerCommand,
+    &kDemoCommand,  &kDocnameCommand,  &kShortcutCommand, &kDescribeCommand, &kLocalesCommand};
 }
 
 std::span<const Command* const> AllCommands() {

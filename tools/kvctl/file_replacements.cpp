@@ -1,0 +1,110 @@
+#include "tools/kvctl/file_replacements.h"
+
+#include <ranges>
+
+#include "runtime/files/compare_files.h"
+#include "runtime/files/file_actions.h"
+#include "runtime/registry/deferred_file_ops.h"
+#include "tools/kvctl/port_files.h"
+
+namespace kvctl {
+namespace {
+
+bool CopyOver(const WideString& source, const WideString& target) {
+  return kv::CopyFileTo(source.c_str(), target.c_str(), kv::Overwrite::kYes, kv::Quiet::kYes);
+}
+
+bool Remove(const WideString& path) {
+  const DWORD error = GetLastError();
+  const bool removed = kv::RemoveFile(path.c_str(), kv::Quiet::kYes);
+  SetLastError(error);
+  return removed;
+}
+
+}  // namespace
+
+bool CancelOperationsAtRestart(const WideString& path) {
+  kv::CDeferredFileOps pending;
+  while (pending.RemovePendingRename((path + kStagedSuffix).c_str(), path.c_str())) {
+  }
+  bool wasDeleted = false;
+  while (pending.RemovePendingRename(path.c_str(), nullptr)) wasDeleted = true;
+  return wasDeleted;
+}
+
+void FileReplacements::CancelPending(const WideString& target) {
+  if (CancelOperationsAtRestart(target)) cancelledDeletions_.push_back(target);
+}
+
+FileReplacements::Result FileReplacements::Put(const WideString& source, const WideString& target) {
+  CancelPending(target);
+  if (kv::CompareFiles(source.c_str(), target.c_str(), kv::CompareContents::kYes) == 1) {
+    return Result::kSame;
+  }
+  if (FileVersion(target) > FileVersion(source)) return Result::kNewerThere;
+  const bool hadFile = kv::FileExists(target.c_str(), kv::Report::kNo);
+  const Result result = Stage(source, target, hadFile);
+  if (result == Result::kFailed) Remove(target + kStagedSuffix);
+  if (result != Result::kPut) Remove(target + kBackupSuffix);
+  return result;
+}
+
+FileReplacements::Result FileReplacements::Stage(const WideString& source, const WideString& target,
+                                                 bool hadFile) {
+  const WideString staged = target + kStagedSuffix;
+  if (!CopyOver(source, staged)) return Result::kFailed;
+  if (hadFile && !CopyOver(target, target + kBackupSuffix)) return Result::kFailed;
+  if (MoveOver(staged, target)) {
+    replaced_.push_back({target, hadFile});
+    return Result::kPut;
+  }
+  const DWORD error = GetLastError();
+  if (hadFile && kv::CDeferredFileOps().ReplaceOnRestart(staged.c_str(), target.c_str())) {
+    atRestart_.push_back(target);
+    return Result::kAtRestart;
+  }
+  SetLastError(error);
+  return Result::kFailed;
+}
+
+bool FileReplacements::MoveOver(const WideString& from, const WideString& target) {
+  const auto move = [&] {
+    return MoveFileExW(from.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE;
+  };
+  if (move()) return true;
+  if (!kv::FileExists(target.c_str(), kv::Report::kNo)) return false;
+  pause_.Begin();
+  return move();
+}
+
+bool FileReplacements::Undo() {
+  bool complete = true;
+  for (const Replaced& file : std::views::reverse(replaced_)) {
+    if (file.hadFile) {
+      complete &= MoveOver(file.target + kBackupSuffix, file.target);
+    } else if (!Remove(file.target)) {
+      pause_.Begin();
+      complete &= Remove(file.target);
+    }
+  }
+  for (const WideString& target : atRestart_) {
+    CancelOperationsAtRestart(target);
+    Remove(target + kStagedSuffix);
+  }
+  for (const WideString& path : cancelledDeletions_) {
+    kv::CDeferredFileOps().DeleteOnRestart(path.c_str());
+  }
+  replaced_.clear();
+  atRestart_.clear();
+  cancelledDeletions_.clear();
+  return complete;
+}
+
+void FileReplacements::Keep() {
+  for (const Replaced& file : replaced_) Remove(file.target + kBackupSuffix);
+  replaced_.clear();
+  atRestart_.clear();
+  cancelledDeletions_.clear();
+}
+
+}  // namespace kvctl
