@@ -12,14 +12,14 @@ class LayerStack {
   LayerStack(ProductDevMode& result, SettingsObserver* observer)
       : result_(result), observer_(observer) {}
 
-  void Tell(SettingsLayer layer) {
-    if (observer_ != nullptr) observer_->AfterLayer(layer, result_);
+  void Tell(SettingsLayer layer, const DEVMODEW& carried) {
+    if (observer_ != nullptr) observer_->AfterLayer(layer, carried, result_);
   }
   // Null is a layer that is not there.
   void Lay(SettingsLayer layer, const DEVMODEW* devMode) {
     if (devMode == nullptr) return;
     MergeDevMode(devMode, result_);
-    Tell(layer);
+    Tell(layer, *devMode);
   }
 
  private:
@@ -46,7 +46,7 @@ void GetEffectiveDevMode(HANDLE handle, LPCWSTR user, LPCWSTR printer, const DEV
                          ProductDevMode& result, SettingsObserver* observer) {
   LayerStack layers(result, observer);
   DefaultDevMode(printer, result);
-  layers.Tell(SettingsLayer::kDefaults);
+  layers.Tell(SettingsLayer::kDefaults, result.dev);
   LaySpooler(handle, layers);
   ProductDevMode stored;
   ReadUserPrinterSettings(user, printer, kStoredOnly, stored);

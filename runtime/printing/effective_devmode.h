@@ -16,10 +16,11 @@ enum class SettingsLayer {
   kStoredOwn,  // those of the printer's own key
 };
 
-// Is told of the result after each layer that was there.
+// Is told of each layer that was there, and of the result with it.
 class SettingsObserver {
  public:
-  virtual void AfterLayer(SettingsLayer layer, const ProductDevMode& result) = 0;
+  virtual void AfterLayer(SettingsLayer layer, const DEVMODEW& carried,
+                          const ProductDevMode& result) = 0;
 
  protected:
   ~SettingsObserver() = default;

@@ -75,7 +75,8 @@ void NameApplication(ProductSettings& settings) {
 WORD StartUnits() {
   if (startupContext.platform.ntKind < kWindows2000) return kPaperInches;
   WCHAR paper[8] = {};
-  GetLocaleInfoW(LOCALE_SYSTEM_DEFAULT, LOCALE_IPAPERSIZE, paper, static_cast<int>(std::size(paper)));
+  GetLocaleInfoW(LOCALE_SYSTEM_DEFAULT, LOCALE_IPAPERSIZE, paper,
+                 static_cast<int>(std::size(paper)));
   const int id = ParseDecimal(paper);
   return id == 8 || id == 9 ? kPaperMillimetres : kPaperInches;
 }

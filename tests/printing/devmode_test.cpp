@@ -602,7 +602,7 @@ TEST_F(DevModeTest, LaterLayersWin) {
 
   struct Watch : SettingsObserver {
     std::vector<std::pair<SettingsLayer, short>> seen;
-    void AfterLayer(SettingsLayer layer, const ProductDevMode& result) override {
+    void AfterLayer(SettingsLayer layer, const DEVMODEW&, const ProductDevMode& result) override {
       seen.emplace_back(layer, result.dev.dmYResolution);
     }
   } watch;

@@ -16,7 +16,7 @@ class PrinterDeviceTest : public PrinterTest {
   void SetUp() override {
     PrinterTest::SetUp();
     SetDriverFact("margins", "5000,6000,7000,8000");
-    SetDriverFact("bins", "1:   Upper,2:Lower,0:None,4: A name with 24 letters!!,5:");
+    SetDriverFact("bins", "1:   Upper,2:Lower,0:None,4:A name with 24 letters!!,5:");
     SetDriverFact("copies", "50");
     SetDriverFact("truetype", "6");
     SetDriverFact("escapes", "4097");
@@ -269,11 +269,11 @@ TEST_F(PrinterDeviceTest, RightsAndFailures) {
       << "with default rights then";
   startupContext.silent = 1;
   SweepFailures([] {
-    const auto laser = Laser(nullptr, CPrinterDevice::kOpenForChange);
-    laser->SetPaperSize(1, Apply::kYes);
-    laser->GetBinCount();
-    laser->ShowProperties(nullptr, nullptr);
-    laser->SetCopies(2);
+    const RawA4 a4;
+    CPrinterDevice laser(TEXT("Laser"), CPrinterDevice::kOpenForChange, &a4.mode, nullptr);
+    laser.SetPaperSize(1, Apply::kYes);
+    laser.GetBinCount();
+    laser.SetCopies(2);
   });
 }
 

@@ -18,6 +18,8 @@ class PrinterTest : public RuntimeTest {
     RuntimeTest::SetUp();
     platform::SetFact(platform::facts::kArchitecture, "x86");
     platform::SetFactNumber(platform::facts::kUserIsElevated, 1);
+    // The spooler installs its driver for the architecture that it finds when it starts.
+    platform::UseMachine(directory());
     Restart();
     AddPrinter(TEXT("Laser"));
     platform::ResetFaults();

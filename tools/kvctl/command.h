@@ -42,6 +42,10 @@ extern const Command kShortcutCommand;
 extern const Command kDescribeCommand;
 extern const Command kLocalesCommand;
 extern const Command kDocnameCommand;
+extern const Command kPapersCommand;
+extern const Command kPrintersCommand;
+extern const Command kPrinterCommand;
+extern const Command kDefaultCommand;
 
 // All of them, in the order of the help text.
 std::span<const Command* const> AllCommands();

@@ -3,9 +3,10 @@
 namespace kvctl {
 namespace {
 constexpr const Command* kCommands[] = {
-    &kPortsCommand, &kMonitorsCommand, &kInstallCommand,  &kRemoveCommand,   &kStatusCommand,
-    &kPrintCommand, &kSettingsCommand, &kSessionsCommand, &kWhoamiCommand,   &kSpoolerCommand,
-    &kDemoCommand,  &kDocnameCommand,  &kShortcutCommand, &kDescribeCommand, &kLocalesCommand};
+    &kPortsCommand,  &kMonitorsCommand, &kInstallCommand,  &kRemoveCommand,   &kStatusCommand,
+    &kPrintCommand,  &kSettingsCommand, &kSessionsCommand, &kWhoamiCommand,   &kSpoolerCommand,
+    &kDemoCommand,   &kDocnameCommand,  &kShortcutCommand, &kDescribeCommand, &kLocalesCommand,
+    &kPapersCommand, &kPrintersCommand, &kPrinterCommand,  &kDefaultCommand};
 }
 
 std::span<const Command* const> AllCommands() {
