@@ -21,6 +21,13 @@ constexpr LPCWSTR kRemote = TEXT("\\\\ALPHA\\HP Laser");
 
 class PrinterInfoTest : public PrinterTest {
  protected:
+  // A system whose native print environment is the one that 32-bit programs ask for.
+  void Use32BitSystem() {
+    platform::SetFact(platform::facts::kArchitecture, "x86");
+    platform::UseMachine(directory());
+    Restart();
+    platform::ResetFaults();
+  }
   static UniqueDevMode UserMode(HANDLE printer) {
     UniqueDevMode mode;
     EXPECT_TRUE(GetPrinterUserDevMode(printer, &mode, Quiet::kYes));
@@ -210,6 +217,7 @@ TEST_F(PrinterInfoTest, OldSystemsHaveOneDeviceMode) {
 }
 
 TEST_F(PrinterInfoTest, DetailsOfAPrinter) {
+  Use32BitSystem();
   WCHAR driver[MAX_PATH], port[MAX_PATH], share[MAX_PATH], title[MAX_PATH];
   EXPECT_TRUE(GetPrinterDetails(TEXT("Laser"), driver, port, share, title));
   EXPECT_EQ(WideView(driver), TEXT("Generic / Text Only"));
@@ -315,6 +323,7 @@ LRESULT CALLBACK Listen(HWND window, UINT message, WPARAM wparam, LPARAM lparam)
 }
 
 TEST_F(PrinterInfoTest, TheDefaultPrinterIsSetAndAnnounced) {
+  Use32BitSystem();
   WNDCLASSW window_class = {};
   window_class.lpfnWndProc = Listen;
   window_class.hInstance = GetModuleHandleW(nullptr);
