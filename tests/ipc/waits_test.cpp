@@ -18,13 +18,12 @@
 #include "tests/support/peer.h"
 #include "tests/support/runtime_test.h"
 #include "tests/support/sweep.h"
+#include "tests/support/test_key.h"
 
 namespace kv::test {
 namespace {
 
 namespace facts = platform::facts;
-using WideString = std::basic_string<WCHAR>;
-
 constexpr WCHAR kClass[] = TEXT("KvWait");
 
 class WaitsTest : public RuntimeTest {
@@ -385,29 +384,17 @@ TEST_F(ProcessTest, ElevationIsAskedForDroppedOrKept) {
 }
 
 TEST_F(ProcessTest, DocumentsAndAddressesAreOpened) {
+  platform::SetFact(facts::kUserIsElevated, "1");
   std::ofstream(platform::HostPath(TEXT("C:\\a.txt"))) << "x";
   const auto open = [](LPCWSTR file) {
     return ShellRun(TEXT("open"), file, nullptr, SW_HIDE, Wait::kYes);
   };
   EXPECT_FALSE(open(TEXT("C:\\a.txt")));
   EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_ASSOCIATION});
-  HKEY key = nullptr;
-  RegCreateKeyExW(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\Classes\\.txt"), 0, nullptr, 0, KEY_WRITE,
-                  nullptr, &key, nullptr);
-  if (key == nullptr) {
-    platform::SetFact(facts::kUserIsElevated, "1");
-    RegCreateKeyExW(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\Classes\\.txt"), 0, nullptr, 0, KEY_WRITE,
-                    nullptr, &key, nullptr);
-  }
-  RegSetValueExW(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(TEXT("txtfile")), 16);
-  RegCloseKey(key);
+  SetText(Key::Create(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\Classes\\.txt")), {}, TEXT("txtfile"));
   EXPECT_TRUE(open(TEXT("C:\\a.txt"))) << "a kind that nothing of the host opens";
-  RegCreateKeyExW(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\Classes\\txtfile\\shell\\open\\command"), 0,
-                  nullptr, 0, KEY_WRITE, nullptr, &key, nullptr);
-  const WideString command = TEXT("C:\\p.exe report C:\\report \"%1\"");
-  RegSetValueExW(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(command.c_str()),
-                 static_cast<DWORD>(command.size() * 2 + 2));
-  RegCloseKey(key);
+  SetText(Key::Create(HKEY_LOCAL_MACHINE, TEXT("SOFTWARE\\Classes\\txtfile\\shell\\open\\command")),
+          {}, TEXT("C:\\p.exe report C:\\report \"%1\""));
   EXPECT_TRUE(open(TEXT("C:\\a.txt")));
   EXPECT_EQ(Report().substr(0, 39), "C:\\p.exe report C:\\report \"C:\\a.txt\"|el");
   EXPECT_TRUE(open(TEXT("https://example.org/x")));
