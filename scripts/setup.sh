@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing for the given purposes and nothing else. Purposes: host (default), windows, wine, checks,
-# fuzz. Exit status 0 when everything is there; 1 when something that cannot be done without is missing. A missing
+# package, fuzz. Exit status 0 when everything is there; 1 when something that cannot be done without is missing. A missing
 # 32-bit compiler is not fatal: the callers fall back to the 64-bit host build (see preset.sh).
 set -euo pipefail
 
@@ -41,6 +41,10 @@ look() {
         ;;
       checks)
         need clang-format have clang-format
+        ;;
+      package)
+        need nsis have makensis
+        need unzip have unzip
         ;;
       fuzz)
         need clang have clang

@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Makes the packages for Windows in build/packages/ and checks what they hold: ZIP and installer of the product
+# (32-bit), ZIP of its 64-bit twin.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/setup.sh host windows package
+source scripts/preset.sh
+
+packages=$PWD/build/packages
+rm -rf "$packages"
+mkdir -p "$packages"
+for preset in windows-x86 windows-x64; do
+  build_preset "$preset"
+  (cd "build/$preset" && cpack -B "$packages" > "$packages/cpack.log" 2>&1) || { tail -n 30 "$packages/cpack.log" >&2; exit 1; }
+done
+rm -rf "$packages/_CPack_Packages" "$packages/cpack.log"
+
+wanted="docs/README.md docs/install-windows.md docs/licences.md docs/licences/gcc-runtime.txt
+docs/licences/mingw-w64.txt docs/translating.md docs/user.md kvctl.exe kvmon8.dll kvres832-0407.dll
+kvres832-0419.dll kvres832.dll"
+for archive in "$packages"/*.zip; do
+  held=$(unzip -Z1 "$archive" | sed 's,^[^/]*/,,' | grep -v '/$' | LC_ALL=C sort | tr '\n' ' ')
+  [ "$held" = "$(echo $wanted | tr ' ' '\n' | LC_ALL=C sort | tr '\n' ' ')" ] || {
+    echo "package.sh: $(basename "$archive") holds: $held" >&2
+    exit 1
+  }
+done
+# The module in the package is the one that check-module.sh approves of.
+unzip -q -o -j "$packages"/*-x86.zip '*/kvmon8.dll' -d "$packages/check"
+scripts/check-module.sh "$packages/check/kvmon8.dll"
+rm -rf "$packages/check"
+ls -l "$packages"
