@@ -32,7 +32,9 @@ LRESULT Add(HWND box, Items& items, LPCWSTR text) {
     place = std::find_if(items.begin(), items.end(),
                          [&](const Item& item) { return LessNoCase()(text, item.text); });
   }
-  return items.insert(place, {text, 0}) - items.begin();
+  const auto index = place - items.begin();
+  items.insert(place, {text, 0});
+  return index;
 }
 
 LRESULT CopyText(const Item& item, LPWSTR text) {

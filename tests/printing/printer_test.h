@@ -16,7 +16,7 @@ class PrinterTest : public RuntimeTest {
  protected:
   void SetUp() override {
     RuntimeTest::SetUp();
-    platform::SetFact(platform::facts::kArchitecture, "x86");
+    platform::SetFact(platform::facts::kArchitecture, sizeof(void*) == 8 ? "x64" : "x86");
     platform::SetFactNumber(platform::facts::kUserIsElevated, 1);
     // The spooler installs its driver for the architecture that it finds when it starts.
     platform::UseMachine(directory());
