@@ -1,5 +1,4 @@
-// Printers in all levels, changing them, their drivers' settings, and printers of other servers.
-#include <sys/mman.h>
+// Printers in all levels, changing them, printers of other servers, and messages to all windows.
 #include <windows.h>
 
 #include "tests/support/helper_thread.h"
@@ -68,12 +67,6 @@ TEST_F(SpoolerPrintersTest, EveryLevelHasTheBufferRule) {
     EXPECT_FALSE(get(printer_, 10, nullptr, 0, &needed));
     EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_LEVEL});
   }
-  alignas(8) BYTE buffer[2000];
-  DWORD needed = 0;
-  ASSERT_TRUE(GetPrinterA(printer_, 9, buffer, sizeof buffer, &needed));
-  const DEVMODEA* narrow = reinterpret_cast<PRINTER_INFO_9A*>(buffer)->pDevMode;
-  EXPECT_EQ(narrow->dmSize, 156);
-  EXPECT_EQ(narrow->dmCopies, 2);
 }
 
 TEST_F(SpoolerPrintersTest, ChangesNeedRightsAndMakeSense) {
@@ -148,47 +141,6 @@ TEST_F(SpoolerPrintersTest, PrintersOfOtherServers) {
   EXPECT_EQ(WNetCloseEnum(walk), DWORD{ERROR_INVALID_HANDLE});
 }
 
-TEST_F(SpoolerPrintersTest, DriversLaySettingsOverEachOther) {
-  const std::string driver = "driver.Generic / Text Only.";
-  platform::SetFactNumber(driver + "extra", 4);
-  platform::SetFactNumber(driver + "fields", DM_COPIES | DM_ORIENTATION | DM_PAPERSIZE);
-  struct Mode {
-    DEVMODEW dev;
-    BYTE extra[4];
-  } out = {}, in = {Copies(5), {1, 2, 3, 4}};
-  DEVMODEW global = Copies(2);
-  global.dmFields |= DM_ORIENTATION;
-  global.dmOrientation = DMORIENT_LANDSCAPE;
-  PRINTER_INFO_8W whole = {&global};
-  ASSERT_EQ(Set(printer_, 8, &whole), 0u);
-  const auto ask = [&](DWORD mode) {
-    return DocumentPropertiesW(nullptr, printer_, nullptr, &out.dev, &in.dev, mode);
-  };
-  EXPECT_EQ(ask(0), LONG{sizeof out});
-  EXPECT_EQ(ask(DM_OUT_BUFFER), IDOK);
-  EXPECT_EQ(out.dev.dmCopies * 10 + out.dev.dmOrientation, 22);
-  in.dev.dmFields |= DM_COLOR;
-  in.dev.dmColor = 2;
-  in.dev.dmDriverExtra = 4;
-  EXPECT_EQ(ask(DM_IN_BUFFER | DM_OUT_BUFFER), IDOK);
-  EXPECT_EQ(out.dev.dmCopies * 10 + out.dev.dmOrientation, 52);
-  EXPECT_EQ(out.dev.dmFields & DM_COLOR, 0u) << "the driver does not mind it";
-  EXPECT_EQ(out.extra[3], 4);
-  in.dev.dmSize = 188;
-  EXPECT_EQ(ask(DM_IN_BUFFER | DM_OUT_BUFFER), IDOK);
-  EXPECT_EQ(out.dev.dmCopies, 2);
-  EXPECT_EQ(ask(64), -1);
-  EXPECT_EQ(DocumentPropertiesW(nullptr, nullptr, nullptr, nullptr, nullptr, 0), -1);
-  EXPECT_EQ(DeviceCapabilitiesW(TEXT("None"), nullptr, DC_COPIES, nullptr, nullptr), -1);
-  EXPECT_EQ(CreateDCW(nullptr, TEXT("None"), nullptr, nullptr), nullptr);
-  const HDC screen = GetDC(nullptr);
-  EXPECT_EQ(ResetDCW(screen, &out.dev), nullptr);
-  const int escape = CLIP_TO_PATH;
-  EXPECT_EQ(ExtEscape(screen, QUERYESCSUPPORT, 4, reinterpret_cast<LPCSTR>(&escape), 0, nullptr),
-            0);
-  EXPECT_EQ(ReleaseDC(nullptr, screen), 1);
-}
-
 std::atomic<int> heard = 0;
 
 LRESULT CALLBACK Hear(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
@@ -233,20 +185,6 @@ TEST_F(SpoolerPrintersTest, ABroadcastDoesNotWaitForThreadsThatDoNotListen) {
   CloseHandle(ready);
   CloseHandle(over);
   EXPECT_TRUE(UnregisterClassW(TEXT("Hearer"), window_class.hInstance));
-}
-
-TEST_F(SpoolerPrintersTest, MemoryIsReadAsFarAsItIsThere) {
-  BYTE* const pages = static_cast<BYTE*>(
-      mmap(nullptr, 8192, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-  mprotect(pages + 4096, 4096, PROT_NONE);
-  pages[4095] = 7;
-  BYTE read[2] = {};
-  SIZE_T size = 9;
-  EXPECT_TRUE(ReadProcessMemory(GetCurrentProcess(), pages + 4095, read, 1, &size));
-  EXPECT_EQ(read[0] * 10 + static_cast<int>(size), 71);
-  EXPECT_FALSE(ReadProcessMemory(GetCurrentProcess(), pages + 4095, read, 2, nullptr));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_PARTIAL_COPY});
-  munmap(pages, 8192);
 }
 
 }  // namespace

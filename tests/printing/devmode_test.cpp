@@ -1,63 +1,24 @@
-// Device modes: validity, comparing, conversion, the private part in all its layouts, merging, the
-// stored copies and settings, and the order in which everything is laid over each other.
-#include "runtime/printing/devmode.h"
+// Device modes: validity, comparing, conversion, the private part in all its layouts, merging.
+#include "runtime/printing/product_devmode.h"
 
 #include <sys/mman.h>
 
 #include <cstddef>
 #include <cstring>
-#include <functional>
 #include <random>
 #include <vector>
 
-#include "platform/control/profiles.h"
 #include "runtime/papers/custom_papers.h"
-#include "runtime/printing/devmode_store.h"
-#include "runtime/printing/effective_devmode.h"
-#include "runtime/printing/printer_devmodes.h"
-#include "runtime/printing/printer_settings.h"
 #include "runtime/printing/readable_memory.h"
 #include "runtime/registry/settings.h"
 #include "runtime/text/text.h"
 #include "tests/printing/printer_test.h"
-#include "tests/support/sweep.h"
-#include "tests/support/test_key.h"
+#include "tests/printing/raw_mode.h"
 
 namespace kv::test {
 namespace {
 
 using Bytes = std::vector<BYTE>;
-
-// A device mode with `extra` private bytes, laid out by offsets.
-class RawMode {
- public:
-  explicit RawMode(size_t extra, WORD driver_version = 2000)
-      : bytes_(sizeof(DEVMODEW) + extra), extra_(extra) {
-    dev().dmSize = sizeof(DEVMODEW);
-    dev().dmDriverExtra = static_cast<WORD>(extra);
-    dev().dmDriverVersion = driver_version;
-    dev().dmSpecVersion = 0x401;
-  }
-  DEVMODEW& dev() { return *reinterpret_cast<DEVMODEW*>(bytes_.data()); }
-  const DEVMODEW* get() const { return reinterpret_cast<const DEVMODEW*>(bytes_.data()); }
-  BYTE* At(size_t offset) { return bytes_.data() + sizeof(DEVMODEW) + offset; }
-  void Put16(size_t offset, WORD value) { std::memcpy(At(offset), &value, sizeof value); }
-  void Put32(size_t offset, DWORD value) { std::memcpy(At(offset), &value, sizeof value); }
-  void PutText(size_t offset, const std::string& text, bool wide) {
-    for (size_t i = 0; i < text.size(); ++i) At(offset)[wide ? 2 * i : i] = text[i];
-  }
-  // "KV" and the layout's number.
-  void Sign(int layout) {
-    At(0)[0] = 'K';
-    At(0)[1] = 'V';
-    if (layout >= 0) Put16(2, static_cast<WORD>(layout));
-  }
-  size_t extra() const { return extra_; }
-
- private:
-  Bytes bytes_;
-  size_t extra_;
-};
 
 class DevModeTest : public PrinterTest {
  protected:
@@ -486,219 +447,6 @@ TEST_F(DevModeTest, DefaultsByteByByte) {
   EXPECT_EQ(mode.dev.dmPaperSize, 1);
   EXPECT_EQ(mode.dev.dmPaperWidth | mode.dev.dmPaperLength, 0);
   EXPECT_EQ(mode.dev.dmFields, 0x76E03u);
-}
-
-constexpr LPCWSTR kDriverData =
-    TEXT("Software\\Veltmoor Software\\Folvane8\\Folvaners\\Laser\\PrinterDriverData");
-constexpr LPCWSTR kOwnKey = TEXT("Software\\Veltmoor Software\\Folvane8\\Folvaners\\Laser");
-
-void SetNumber(HKEY key, LPCWSTR name, DWORD number) {
-  RegSetValueExW(key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof number);
-}
-
-TEST_F(DevModeTest, SettingsGoToTheRegistryAndComeBack) {
-  ProductDevMode written = Defaults();
-  written.dev.dmFields |= DM_PAPERWIDTH | DM_PAPERLENGTH;
-  written.dev.dmPaperSize = 300;
-  written.dev.dmPaperWidth = 1000;
-  written.dev.dmPaperLength = 2000;
-  CopyStringW(written.dev.dmFormName, TEXT("Mine"));
-  written.dev.dmOrientation = 2;
-  written.settings.leftMargin = -5;
-  written.settings.units = 2;
-  std::memset(written.settings.defaultFont, 'f', 32);  // not terminated
-  CopyStringA(written.settings.printerEm, 260, "em");
-  WriteUserPrinterSettings(TEXT("Laser"), written);
-  EXPECT_EQ(Text(Key::Open(HKEY_CURRENT_USER, kDriverData), TEXT("PrinterEm")), TEXT("em"));
-
-  ProductDevMode read;
-  ReadPrinterSettings(HKEY_CURRENT_USER, TEXT("Laser"), kStoredOnly, read);
-  EXPECT_EQ(read.settings.flags, 0x33EFFu & ~0x40u) << "the units are not read back";
-  EXPECT_EQ(read.settings.units, kPaperInches);
-  EXPECT_EQ(read.settings.printerEm[0], 0);
-  EXPECT_EQ(read.settings.leftMargin, -5);
-  EXPECT_EQ(read.settings.defaultFont, std::string(31, 'f'));
-  EXPECT_EQ(read.dev.dmFields,
-            DWORD{DM_PAPERSIZE | DM_FORMNAME | DM_PAPERWIDTH | DM_PAPERLENGTH | DM_ORIENTATION |
-                  DM_BITSPERPEL | DM_YRESOLUTION | DM_PRINTQUALITY});
-  EXPECT_EQ(read.dev.dmPaperLength, 2000);
-  EXPECT_EQ(WideView(read.dev.dmFormName), TEXT("Mine"));
-  EXPECT_EQ(read.dev.dmPrintQuality, 600);
-
-  written.dev.dmFields = DM_PAPERSIZE;
-  written.settings.flags = 0;
-  WriteUserPrinterSettings(TEXT("Laser"), written);
-  ReadPrinterSettings(HKEY_CURRENT_USER, TEXT("Laser"), kStoredOnly, read);
-  EXPECT_EQ(read.dev.dmFields & (DM_FORMNAME | DM_PAPERWIDTH | DM_PAPERLENGTH), 0u) << "deleted";
-  EXPECT_NE(read.dev.dmFields & DM_ORIENTATION, 0u) << "left alone";
-
-  ProductDevMode before = read;
-  WriteUserPrinterSettings(TEXT(""), written);
-  ReadPrinterSettings(HKEY_CURRENT_USER, TEXT(""), kStoredOnly, read);
-  EXPECT_EQ(read.dev.dmFields | read.settings.flags, 0u);
-  EXPECT_NE(before.dev.dmFields, 0u);
-}
-
-TEST_F(DevModeTest, StoredValuesOfOtherTypesAndSizesAreLeftOut) {
-  const Key key = Key::Create(HKEY_CURRENT_USER, kDriverData);
-  const BYTE eight[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-  RegSetValueExW(key, TEXT("Orientation"), 0, REG_QWORD, eight, 8);
-  RegSetValueExW(key, TEXT("JpegQuality"), 0, REG_BINARY, eight, 2);
-  SetText(key, TEXT("MarginTop"), TEXT("250"));
-  SetText(key, TEXT("PaperName"), WideString(32, TEXT('n')));
-  SetText(key, TEXT("DefaultFont"), WideString(260, TEXT('f')));
-  SetNumber(key, TEXT("MarginLeft"), 0x12345);
-  ProductDevMode read;
-  ReadPrinterSettings(HKEY_CURRENT_USER, TEXT("Laser"), 0, read);
-  EXPECT_EQ(read.dev.dmOrientation, 1);
-  EXPECT_EQ(read.settings.jpegQuality, 0x0201);
-  EXPECT_EQ(read.settings.topMargin, 250);
-  EXPECT_EQ(WideView(read.dev.dmFormName), TEXT("Letter")) << "33 characters with the terminator";
-  EXPECT_STREQ(read.settings.defaultFont, "Courier New");
-  EXPECT_EQ(read.settings.leftMargin, 0x2345);
-}
-
-TEST_F(DevModeTest, SettingsOfUsers) {
-  SetNumber(Key::Create(HKEY_CURRENT_USER, kDriverData), TEXT("MarginLeft"), 1);
-  SetNumber(Key::Create(HKEY_CURRENT_USER, kDriverData), TEXT("MarginTop"), 2);
-  SetNumber(Key::Create(HKEY_CURRENT_USER, kOwnKey), TEXT("MarginTop"), 3);
-  SetNumber(Key::Create(HKEY_USERS, WideString(TEXT(".DEFAULT\\")) + kOwnKey), TEXT("MarginTop"),
-            4);
-  ProductDevMode read;
-  ReadUserPrinterSettings(nullptr, TEXT("Laser"), 0, read);
-  EXPECT_EQ(read.settings.leftMargin, 1);
-  EXPECT_EQ(read.settings.topMargin, 3) << "the printer's own key wins";
-  EXPECT_EQ(read.settings.flags, 0x33EFFu);
-  ReadUserPrinterSettings(TEXT(""), TEXT("Laser"), kOwnPrinterKey, read);
-  EXPECT_EQ(read.settings.flags, 0x4u) << "only what is stored";
-  ReadUserPrinterSettings(TEXT(".DEFAULT"), TEXT("Laser"), kStoredOnly, read);
-  EXPECT_EQ(read.settings.topMargin, 4);
-  EXPECT_EQ(read.settings.flags, 0x4u);
-  platform::AnswerNextBox(IDOK);
-  ReadUserPrinterSettings(TEXT("S-1-none"), TEXT("Laser"), kOwnPrinterKey, read);
-  EXPECT_EQ(read.settings.topMargin, 3);
-  EXPECT_NE(LastBox().find(TEXT("HKCU is not valid, but cannot find a subkey in HKEY_USERS.")),
-            WideString::npos);
-}
-
-TEST_F(DevModeTest, LaterLayersWin) {
-  const UniquePrinter printer = Open();
-  // Each layer has a resolution of its own, and one setting that no later one touches.
-  const auto spooler_mode = [&](short resolution, DWORD more) {
-    RawMode mode(0);
-    mode.dev().dmFields = DM_YRESOLUTION | more;
-    mode.dev().dmYResolution = resolution;
-    mode.dev().dmCopies = mode.dev().dmDefaultSource = resolution;
-    return DuplicateDevmodePtr(mode.get(), Quiet::kNo);
-  };
-  ASSERT_EQ(SetPrinterGlobalDevMode(printer.Get(), spooler_mode(101, DM_COPIES).get(), Quiet::kNo),
-            kWritten);
-  ASSERT_EQ(
-      SetPrinterUserDevMode(printer.Get(), spooler_mode(102, DM_DEFAULTSOURCE).get(), Quiet::kNo),
-      kWritten);
-  SetNumber(Key::Create(HKEY_CURRENT_USER, kDriverData), TEXT("Resolution"), 103);
-  SetNumber(Key::Create(HKEY_CURRENT_USER, kDriverData), TEXT("MarginLeft"), 103);
-  const UniqueDevMode caller = spooler_mode(104, 0);
-
-  struct Watch : SettingsObserver {
-    std::vector<std::pair<SettingsLayer, short>> seen;
-    void AfterLayer(SettingsLayer layer, const DEVMODEW&, const ProductDevMode& result) override {
-      seen.emplace_back(layer, result.dev.dmYResolution);
-    }
-  } watch;
-  ProductDevMode result;
-  GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), caller.get(), result, &watch);
-  const std::vector<std::pair<SettingsLayer, short>> expected = {
-      {SettingsLayer::kDefaults, 600},    {SettingsLayer::kSpoolerGlobal, 101},
-      {SettingsLayer::kSpoolerUser, 102}, {SettingsLayer::kStored, 103},
-      {SettingsLayer::kCaller, 104},      {SettingsLayer::kStoredOwn, 104}};
-  EXPECT_EQ(watch.seen, expected);
-  EXPECT_EQ(result.dev.dmCopies, 101);
-  EXPECT_EQ(result.dev.dmDefaultSource, 102);
-  EXPECT_EQ(result.settings.leftMargin, 103);
-  SetNumber(Key::Create(HKEY_CURRENT_USER, kOwnKey), TEXT("Resolution"), 105);
-  GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), caller.get(), result);
-  EXPECT_EQ(result.dev.dmYResolution, 105) << "the own key beats the caller";
-
-  startupContext.platform.ntKind = kNt4;
-  watch.seen.clear();
-  GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), nullptr, result, &watch);
-  ASSERT_EQ(watch.seen.size(), 4u);
-  EXPECT_EQ(watch.seen[1].first, SettingsLayer::kPrinter);
-  startupContext.platform.ntKind = 0;
-  startupContext.platform.win9xKind = 1;
-  watch.seen.clear();
-  GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), nullptr, result, &watch);
-  EXPECT_EQ(watch.seen.size(), 3u) << "nothing of the spooler";
-}
-
-bool HasValue(HKEY root, const WideString& path, LPCWSTR name) {
-  const Key key = Key::Open(root, path);
-  return key.status == ERROR_SUCCESS &&
-         RegQueryValueExW(key, name, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
-}
-
-TEST_F(DevModeTest, CopiesAreStoredWhereTheirKeysAre) {
-  RawMode mode(5);
-  const auto store = [&](LPCWSTR printer) {
-    return StoreDevMode(printer, mode.get(), ForPrinter::kYes, ForUser::kYes);
-  };
-  const WideString system = TEXT("System\\CurrentControlSet\\Control\\Print\\Printers\\Laser");
-  EXPECT_EQ(store(TEXT("Laser")), kWritten);
-  platform::ResetFaults();
-  EXPECT_EQ(store(TEXT("Laser")), kUnchanged);
-  EXPECT_EQ(platform::CallCount("RegSetValueExW"), 0u);
-  EXPECT_TRUE(HasValue(HKEY_CURRENT_USER, TEXT("Printers\\DevModePerUser"), TEXT("Laser")));
-  EXPECT_TRUE(HasValue(HKEY_CURRENT_USER, TEXT("Printers\\DevModes2"), TEXT("Laser")));
-  EXPECT_TRUE(HasValue(HKEY_LOCAL_MACHINE, system, TEXT("Default DevMode")));
-  mode.dev().dmCopies = 2;
-  EXPECT_EQ(StoreDevMode(TEXT("Laser"), mode.get(), ForPrinter::kNo, ForUser::kNo), kUnchanged);
-
-  const LPCWSTR remote = TEXT("\\\\ALPHA\\HP Laser");
-  const WideString provider =
-      TEXT("Software\\Microsoft\\Windows NT\\CurrentVersion\\Print\\Providers\\")
-          TEXT("Client Side Rendering Print Provider\\Servers\\ALPHA\\Printers\\HP Laser");
-  EXPECT_EQ(StoreDevMode(remote, mode.get(), ForPrinter::kYes, ForUser::kNo), kUnchanged);
-  EXPECT_EQ(Key::Open(HKEY_LOCAL_MACHINE, provider).status, ERROR_FILE_NOT_FOUND) << "never made";
-  Key::Create(HKEY_LOCAL_MACHINE, provider);
-  EXPECT_EQ(store(remote), kWritten);
-  EXPECT_TRUE(HasValue(HKEY_LOCAL_MACHINE, provider, TEXT("Default DevMode")));
-  EXPECT_TRUE(HasValue(HKEY_CURRENT_USER, TEXT("Printers\\Connections\\,,ALPHA,HP Laser"),
-                       TEXT("DevMode")));
-
-  platform::SetFactNumber(platform::facts::kUserIsElevated, 0);
-  mode.dev().dmCopies = 3;
-  EXPECT_EQ(store(TEXT("Laser")), kWritten) << "the user's own";
-  EXPECT_EQ(StoreDevMode(TEXT("Laser"), mode.get(), ForPrinter::kYes, ForUser::kNo), kUnchanged)
-      << "the machine's keys refuse";
-  DEVMODEA narrow = {};
-  EXPECT_EQ(StoreDevModeA(TEXT("Laser"), &narrow, ForPrinter::kNo, ForUser::kYes), kWriteFailed);
-  narrow.dmSize = sizeof narrow;
-  EXPECT_EQ(StoreDevModeA(TEXT("Laser"), &narrow, ForPrinter::kNo, ForUser::kYes), kWritten);
-  EXPECT_EQ(StoreDevModeA(TEXT("Laser"), &narrow, ForPrinter::kNo, ForUser::kYes), kUnchanged);
-  startupContext.platform.win9xKind = 1;
-  mode.dev().dmCopies = 4;
-  EXPECT_EQ(store(TEXT("Laser")), kWriteFailed);
-}
-
-TEST_F(DevModeTest, EveryFailureIsSurvived) {
-  startupContext.silent = 1;
-  const UniquePrinter printer = Open();
-  DEVMODEA narrow = {};
-  narrow.dmSize = sizeof narrow;
-  RawMode caller(0);
-  caller.dev().dmFields = DM_PAPERSIZE;
-  caller.dev().dmPaperSize = 300;
-  SweepFailures([&] {
-    ++narrow.dmCopies;
-    const WriteResult stored =
-        StoreDevModeA(TEXT("Laser"), &narrow, ForPrinter::kYes, ForUser::kYes);
-    EXPECT_TRUE(stored >= kWriteFailed && stored <= kUnchanged);
-    ProductDevMode result;
-    GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), caller.get(), result);
-    EXPECT_TRUE(IsValidDevMode(&result.dev) || platform::InjectedFailures() != 0);
-    WriteUserPrinterSettings(TEXT("Laser"), result);
-  });
 }
 
 }  // namespace
