@@ -201,6 +201,7 @@
 #define IDS_CTL_UNDONE 14329                  // text
 #define IDS_CTL_UNDO_INCOMPLETE 14330         // text
 #define IDS_CTL_UNKNOWN_PAPER 14331           // 1 the word
+#define IDS_CTL_NO_DRIVER_DIRECTORY 14332  // text
 #define IDS_CTL_REMOVE_SUMMARY 14340          // text
 #define IDS_CTL_REMOVE_USAGE 14341            // text
 #define IDS_CTL_CANNOT_LIST_PRINTERS 14342    // text

@@ -1,8 +1,9 @@
 #include "tools/kvctl/installation.h"
 
+#include <algorithm>
+
 #include "resources/string_ids.h"
 #include "runtime/core/startup_context.h"
-#include "runtime/files/file_actions.h"
 #include "runtime/printing/monitor_installation.h"
 #include "runtime/printing/printer_details.h"
 #include "runtime/printing/printer_driver_list.h"
@@ -37,10 +38,11 @@ ExitStatus Installation::Run() {
 // What can be known before anything is changed.
 ExitStatus Installation::Check() {
   if (const ExitStatus status = CheckMayAdminister()) return status;
+  package_ = PackageDirectory();
+  names_ = PortFilesIn(package_);
   for (const LPCWSTR name : {kv::kResourceDllName, kv::startupContext.monitorFile}) {
-    const WideString path = PathIn(PackageDirectory(), name);
-    if (kv::FileExists(path.c_str(), kv::Report::kNo)) continue;
-    PrintError(Text(IDS_CTL_PACKAGE_INCOMPLETE, path.c_str()));
+    if (std::ranges::find(names_, WideView(name)) != names_.end()) continue;
+    PrintError(Text(IDS_CTL_PACKAGE_INCOMPLETE, PathIn(package_, name).c_str()));
     return kFailed;
   }
   wasRegistered_ = !RegisteredMonitorFile().empty();
@@ -53,28 +55,30 @@ ExitStatus Installation::Check() {
   return kDone;
 }
 
+// The directory of drivers keeps what the product's own installation repairs the system directory
+// from; only a running spooler tells where it is.
 ExitStatus Installation::Install() {
-  if (const ExitStatus status = PutFiles()) return status;
+  if (const ExitStatus status = PutFiles(SystemDirectory())) return status;
   if (const ExitStatus status = RegisterMonitor()) return status;
+  const WideString directory = DriverDirectory();
+  if (directory.empty()) {
+    PrintSystemError(Text(IDS_CTL_NO_DRIVER_DIRECTORY), GetLastError());
+    return kFailed;
+  }
+  if (const ExitStatus status = PutFiles(directory)) return status;
   return CreatePrinter();
 }
 
-// The directory of drivers keeps what the product's own installation repairs the system directory
-// from. Without a running spooler nobody knows it.
-ExitStatus Installation::PutFiles() {
-  const std::vector<WideString> names = PortFilesIn(PackageDirectory());
-  for (const WideString& directory : {DriverDirectory(), SystemDirectory()}) {
-    for (const WideString& name : names) {
-      if (directory.empty()) break;
-      if (const ExitStatus status = PutFile(name, directory)) return status;
-    }
+ExitStatus Installation::PutFiles(const WideString& directory) {
+  for (const WideString& name : names_) {
+    if (const ExitStatus status = PutFile(name, directory)) return status;
   }
   pause_.End();
   return kDone;
 }
 
 ExitStatus Installation::PutFile(const WideString& name, const WideString& directory) {
-  const WideString source = PathIn(PackageDirectory(), name), target = PathIn(directory, name);
+  const WideString source = PathIn(package_, name), target = PathIn(directory, name);
   const DWORD oldVersion = FileVersion(target);
   const FileReplacements::Result result = files_.Put(source, target);
   if (result == FileReplacements::Result::kFailed) {
@@ -110,10 +114,9 @@ ExitStatus Installation::RegisterMonitor() {
     }
     return StatusOfError(error);
   }
-  if (kv::PortExists(PortName())) return kDone;
-  // A spooler that knows the monitor without having loaded it loads it when it starts.
-  kv::RestartSpooler();
-  if (kv::PortExists(PortName())) return kDone;
+  // A spooler that has the monitor, but not the port, did not load it: perhaps it will when it
+  // starts.
+  if (kv::PortExists(PortName()) || kv::RegisterMonitorDirectly()) return kDone;
   PrintError(Text(IDS_CTL_PORT_MISSING, PortName()));
   return kFailed;
 }

@@ -25,7 +25,7 @@ class Installation {
  private:
   ExitStatus Check();
   ExitStatus Install();
-  ExitStatus PutFiles();
+  ExitStatus PutFiles(const WideString& directory);
   ExitStatus PutFile(const WideString& name, const WideString& directory);
   void Note(FileReplacements::Result result, const WideString& target, DWORD oldVersion);
   ExitStatus RegisterMonitor();
@@ -34,6 +34,8 @@ class Installation {
   void Undo();
 
   InstallOptions options_;
+  WideString package_;  // the directory with the new files, and their names
+  std::vector<WideString> names_;
   SpoolerPause pause_;
   FileReplacements files_{pause_};
   bool wasRegistered_ = false;
