@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "runtime/papers/paper_table.h"
 #include "runtime/printing/devmode_store.h"
 #include "runtime/printing/effective_devmode.h"
 #include "runtime/printing/printer_devmodes.h"
