@@ -227,6 +227,9 @@
 #define IDS_CTL_STATUS_PRINTER 14369          // 1 the printer; 2 its driver
 #define IDS_CTL_STATUS_DELETION 14370         // 1 the file
 #define IDS_CTL_STATUS_REPLACEMENT 14371      // 1 the new file; 2 what it replaces
+#define IDS_CTL_PRINTERS_ONE_CHOICE 14380  // text
+#define IDS_CTL_MARGINS 14381  // 1 the printer; 2 dpi; 3 to 6 the margins
+#define IDS_CTL_CANNOT_MEASURE 14382  // 1 the printer
 #define IDS_CTL_PAPERS_SUMMARY 14220          // text
 #define IDS_CTL_PAPERS_USAGE 14221            // text
 #define IDS_CTL_PAPERS_UNKNOWN_ACTION 14222   // 1 the word

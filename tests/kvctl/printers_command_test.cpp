@@ -61,8 +61,11 @@ TEST_F(PrintersCommandTest, PrintersTheirSettingsAndTheDefault) {
   EXPECT_EQ(Output("printers"),
             "*Preview 1                   Generic / Text Only         KVR8:       \n");
   EXPECT_EQ(Output("printers --json"),
-            "[{\"name\": \"Preview 1\", \"driver\": \"Generic / Text Only\", \"port\": \"KVR8:\", "
+            "[{\"name\": \"Preview 1\", \"driver\": \"Generic / Text Only\", "
+            "\"driverFile\": \"unidrv\", \"port\": \"KVR8:\", \"server\": \"\", "
             "\"share\": \"\", \"default\": true}]\n");
+  EXPECT_EQ(Output("printers --product"), "");
+  EXPECT_EQ(Run("printers --product --all").status, 2);
   const std::string settings = Output("printer show 'Preview 1'");
   EXPECT_TRUE(
       Contains(settings, "YResolution       300                       printer, for all users\n"))
@@ -78,6 +81,10 @@ TEST_F(PrintersCommandTest, PrintersTheirSettingsAndTheDefault) {
   EXPECT_EQ(Run("printer hide 'Preview 1'").status, 2);
   EXPECT_EQ(Run("default --all-users").status, 2);
   EXPECT_EQ(Output("default 'Preview 1' --all-users"), "");
+  EXPECT_EQ(Output("printer margins 'Preview 1'"),
+            "Preview 1: 300 dpi, margins in thousandths of an inch: left 167, top 167, right 167, "
+            "bottom 167\n");
+  EXPECT_EQ(Run("printer margins Nobody").status, 1);
   platform::SetFact(platform::facts::kUserIsElevated, "0");
   EXPECT_EQ(Run("default 'Preview 1' --all-users").status, 3);
 }

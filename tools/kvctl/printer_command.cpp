@@ -10,12 +10,13 @@
 #include "runtime/text/text.h"
 #include "tools/kvctl/command.h"
 #include "tools/kvctl/json.h"
+#include "tools/kvctl/margins_action.h"
 
 namespace kvctl {
 namespace {
 
 constexpr WCHAR kJsonOption[] = TEXT("--json");
-constexpr Option kOptions[] = {{kJsonOption, false}};
+constexpr Option kOptions[] = {{kForOption, true}, {kJsonOption, false}};
 constexpr size_t kNameColumn = 18, kValueColumn = 26;
 
 enum class Kind { kSigned16, kUnsigned16, kUnsigned32, kWide, kNarrow };
@@ -182,6 +183,7 @@ void PrintSettingsAsJson(const kv::ProductDevMode& mode, const Origins& origins)
 
 ExitStatus RunPrinter(const Arguments& arguments) {
   const std::vector<WideString>& operands = arguments.operands();
+  if (operands[0] == TEXT("margins")) return StoreMargins(arguments);
   if (operands[0] != TEXT("show")) {
     PrintError(Text(IDS_CTL_PRINTER_UNKNOWN_ACTION, operands[0].c_str()));
     return kUsage;

@@ -1,56 +1,82 @@
+#include <memory>
+
 #include "resources/string_ids.h"
 #include "runtime/printing/default_printer.h"
-#include "runtime/printing/spooler_list.h"
+#include "runtime/printing/product_printer_lists.h"
 #include "tools/kvctl/command.h"
 #include "tools/kvctl/json.h"
 
 namespace kvctl {
 namespace {
 
+constexpr WCHAR kAllOption[] = TEXT("--all");
 constexpr WCHAR kJsonOption[] = TEXT("--json");
-constexpr Option kOptions[] = {{kJsonOption, false}};
+constexpr WCHAR kProductOption[] = TEXT("--product");
+constexpr WCHAR kSiblingOption[] = TEXT("--sibling");
+constexpr Option kOptions[] = {
+    {kAllOption, false}, {kJsonOption, false}, {kProductOption, false}, {kSiblingOption, false}};
 constexpr size_t kNameColumn = 28, kDriverColumn = 28, kPortColumn = 12;
 
-bool IsDefault(const PRINTER_INFO_2W& printer) {
+WideString DefaultPrinter() {
   WCHAR name[MAX_PATH];
   kv::GetDefaultPrinterName(name, kv::CutAtComma::kYes);
-  return kv::EqualNoCase(name, kv::View(printer.pPrinterName));
+  return name;
 }
 
-void AddJson(const PRINTER_INFO_2W& printer, JsonWriter& json) {
+void AddJson(const kv::PrinterEntry& printer, bool isDefault, JsonWriter& json) {
   json.BeginObject();
-  json.Add(TEXT("name"), kv::View(printer.pPrinterName));
-  json.Add(TEXT("driver"), kv::View(printer.pDriverName));
-  json.Add(TEXT("port"), kv::View(printer.pPortName));
-  json.Add(TEXT("share"), kv::View(printer.pShareName));
-  json.AddFlag(TEXT("default"), IsDefault(printer));
+  json.Add(TEXT("name"), printer.name);
+  json.Add(TEXT("driver"), printer.driver);
+  json.Add(TEXT("driverFile"), printer.driverFile);
+  json.Add(TEXT("port"), printer.port);
+  json.Add(TEXT("server"), kv::View(printer.server));
+  json.Add(TEXT("share"), kv::View(printer.share));
+  json.AddFlag(TEXT("default"), isDefault);
   json.EndObject();
 }
 
-WideString ToLine(const PRINTER_INFO_2W& printer) {
-  return (IsDefault(printer) ? TEXT("*") : TEXT(" ")) +
-         Padded(kv::View(printer.pPrinterName), kNameColumn) +
-         Padded(kv::View(printer.pDriverName), kDriverColumn) +
-         Padded(kv::View(printer.pPortName), kPortColumn) +
-         WideString(kv::View(printer.pShareName));
+WideString ToLine(const kv::PrinterEntry& printer, bool isDefault) {
+  WideString line = (isDefault ? TEXT("*") : TEXT(" ")) + Padded(printer.name, kNameColumn) +
+                    Padded(printer.driver, kDriverColumn) + Padded(printer.port, kPortColumn) +
+                    WideString(kv::View(printer.share));
+  if (printer.server != nullptr) line += WideString(TEXT("  \\\\")) + printer.server;
+  return line;
+}
+
+std::unique_ptr<kv::CPrinterList> MakeList(const Arguments& arguments) {
+  if (arguments.Has(kProductOption)) return std::make_unique<kv::CProductPrinterList>();
+  if (arguments.Has(kSiblingOption)) return std::make_unique<kv::CSiblingPrinterList>();
+  return std::make_unique<kv::CPrinterList>();
+}
+
+// A list is empty, too, when the spooler does not answer.
+bool Load(kv::CPrinterList& list) {
+  constexpr DWORD kFlags = PRINTER_ENUM_LOCAL | PRINTER_ENUM_CONNECTIONS;
+  DWORD size = 0, count = 0;
+  return list.LoadPrinters() || EnumPrintersW(kFlags, nullptr, 4, nullptr, 0, &size, &count);
 }
 
 ExitStatus ListPrinters(const Arguments& arguments) {
-  constexpr DWORD kFlags = PRINTER_ENUM_LOCAL | PRINTER_ENUM_CONNECTIONS;
-  kv::SpoolerList<PRINTER_INFO_2W> printers;
-  if (!printers.Fetch([](BYTE* buffer, DWORD size, DWORD* needed, DWORD* count) {
-        return EnumPrintersW(kFlags, nullptr, 2, buffer, size, needed, count);
-      })) {
+  if (arguments.Has(kAllOption) + arguments.Has(kProductOption) + arguments.Has(kSiblingOption) >
+      1) {
+    PrintError(Text(IDS_CTL_PRINTERS_ONE_CHOICE));
+    return kUsage;
+  }
+  const std::unique_ptr<kv::CPrinterList> list = MakeList(arguments);
+  if (!Load(*list)) {
     PrintSystemError(Text(IDS_CTL_CANNOT_LIST_PRINTERS), GetLastError());
     return kFailed;
   }
+  const WideString defaultPrinter = DefaultPrinter();
   JsonWriter json;
   json.BeginList();
-  for (const PRINTER_INFO_2W& printer : printers) {
+  for (const kv::PrinterEntry* printer = list->First(); printer != nullptr;
+       printer = list->Next()) {
+    const bool isDefault = kv::EqualNoCase(printer->name, defaultPrinter);
     if (arguments.Has(kJsonOption)) {
-      AddJson(printer, json);
+      AddJson(*printer, isDefault, json);
     } else {
-      PrintLine(ToLine(printer));
+      PrintLine(ToLine(*printer, isDefault));
     }
   }
   json.EndList();
