@@ -22,9 +22,9 @@ extern "C" {
 //
 // An instance waits for a client as soon as it is made. ERROR_PIPE_BUSY when there are as many as
 // the first one allowed.
-HANDLE WINAPI CreateNamedPipeW(LPCWSTR name, DWORD open_mode, DWORD pipe_mode,
-                               DWORD most_instances, DWORD out_size, DWORD in_size,
-                               DWORD default_timeout, LPSECURITY_ATTRIBUTES attributes);
+HANDLE WINAPI CreateNamedPipeW(LPCWSTR name, DWORD open_mode, DWORD pipe_mode, DWORD most_instances,
+                               DWORD out_size, DWORD in_size, DWORD default_timeout,
+                               LPSECURITY_ATTRIBUTES attributes);
 // ERROR_PIPE_CONNECTED when a client was there before, ERROR_NO_DATA when it has gone again.
 BOOL WINAPI ConnectNamedPipe(HANDLE pipe, LPOVERLAPPED overlapped);
 // What the client has not read is lost.
