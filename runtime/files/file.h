@@ -106,9 +106,9 @@ class File {
 
   // Appends the whole file `sourceName` at the position.
   BOOL AppendFile(LPCWSTR sourceName);
-  // Appends at most `maximum` bytes of an open file from `offset` on. A progress window (null: none)
-  // advances with each part of at most 32767 bytes. FALSE, unreported, for an offset behind its end
-  // and when the user cancels; what was written until then stays.
+  // Appends at most `maximum` bytes of an open file from `offset` on. A progress window (null:
+  // none) advances with each part of at most 32767 bytes. FALSE, unreported, for an offset behind
+  // its end and when the user cancels; what was written until then stays.
   BOOL AppendFromHandle(HANDLE source, DWORD offset, DWORD maximum,
                         CProgressWnd* progress = nullptr);
 
