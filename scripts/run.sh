@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The main job: builds the port monitor, installs it on a fresh machine, and prints through its port.
+# The main job: builds the port monitor, installs it on a fresh machine, prints through its port, and removes it.
 # scripts/run.sh [FILE...]: prints these files too.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -17,12 +17,13 @@ rm -rf "$KV_MACHINE"
 case $preset in host-x64) arch=x64 ;; *) arch=x86 ;; esac
 "$bin/kvmachine" create "$KV_MACHINE" --arch "$arch" user.administrator=1 user.elevated=1
 
-echo "== installing the monitor and a printer on its port"
+echo "== installing the port and a printer on it"
 "$bin/kvctl" install --printer Folvane --driver "Generic / Text Only"
-echo "== port monitors of the spooler"
-"$bin/kvctl" monitors
-echo "== ports of the spooler"
+echo "== how it stands"
+"$bin/kvctl" status
+echo "== ports and printers of the spooler"
 "$bin/kvctl" ports
+"$bin/kvctl" printers
 
 echo "== printing"
 job=build/generated-job-256MiB.bin
@@ -30,3 +31,6 @@ if [ "$(stat -c %s "$job" 2> /dev/null)" != $((256 << 20)) ]; then
   head -c $((256 << 20)) < <(yes 'A line of the generated job.') > "$job"
 fi
 "$bin/kvctl" print README.md "$@" "$job"
+
+echo "== removing everything again"
+"$bin/kvctl" remove --purge
