@@ -26,10 +26,9 @@ BOOL WINAPI VirtualFree(LPVOID address, SIZE_T size, DWORD type);
 LPVOID WINAPI VirtualAllocEx(HANDLE process, LPVOID address, SIZE_T size, DWORD type,
                              DWORD protection);
 BOOL WINAPI VirtualFreeEx(HANDLE process, LPVOID address, SIZE_T size, DWORD type);
-// Copies `size` bytes of the calling process (its pseudo handle; others fail with
-// ERROR_CALL_NOT_IMPLEMENTED) into `buffer`; `read` may be null. FALSE with ERROR_PARTIAL_COPY when
-// not all of them can be read.
-BOOL WINAPI ReadProcessMemory(HANDLE process, LPCVOID address, LPVOID buffer, SIZE_T size,
-                              SIZE_T* read);
+// Describes the pages from the one of `address` on that are alike; a mapping of the host stands for
+// an allocation. Returns the size of the description; 0 with ERROR_INVALID_PARAMETER for an address
+// beyond the process's, ERROR_BAD_LENGTH for a smaller `size`.
+SIZE_T WINAPI VirtualQuery(LPCVOID address, PMEMORY_BASIC_INFORMATION information, SIZE_T size);
 BOOL WINAPI VirtualProtect(LPVOID address, SIZE_T size, DWORD protection, PDWORD old_protection);
 }

@@ -3,19 +3,23 @@
 namespace kv {
 namespace {
 
-// No page of the systems that the product runs on is smaller.
-constexpr UINT_PTR kPage = 4096;
-
-bool IsByteReadable(UINT_PTR address) {
-  BYTE byte;
-  return ReadProcessMemory(GetCurrentProcess(), reinterpret_cast<const void*>(address), &byte,
-                           sizeof(byte), nullptr) != FALSE;
+bool IsReadableRegion(const MEMORY_BASIC_INFORMATION& region) {
+  constexpr DWORD kUnreadable = PAGE_NOACCESS | PAGE_GUARD | PAGE_EXECUTE;
+  return region.State == MEM_COMMIT && region.Protect != 0 && (region.Protect & kUnreadable) == 0;
 }
 
 bool AreBytesReadable(UINT_PTR first, UINT_PTR last) {
-  if (!IsByteReadable(first)) return false;
-  for (UINT_PTR page = first / kPage + 1; page <= last / kPage; ++page) {
-    if (!IsByteReadable(page * kPage)) return false;
+  for (UINT_PTR address = first; address <= last;) {
+    MEMORY_BASIC_INFORMATION region;
+    if (VirtualQuery(reinterpret_cast<const void*>(address), &region, sizeof(region)) !=
+            sizeof(region) ||
+        !IsReadableRegion(region)) {
+      return false;
+    }
+    const UINT_PTR end = reinterpret_cast<UINT_PTR>(region.BaseAddress) + region.RegionSize;
+    // A region that ends with the address space ends at 0.
+    if (end <= address) return true;
+    address = end;
   }
   return true;
 }
