@@ -201,7 +201,7 @@
 #define IDS_CTL_UNDONE 14329                  // text
 #define IDS_CTL_UNDO_INCOMPLETE 14330         // text
 #define IDS_CTL_UNKNOWN_PAPER 14331           // 1 the word
-#define IDS_CTL_NO_DRIVER_DIRECTORY 14332  // text
+#define IDS_CTL_NO_DRIVER_DIRECTORY 14332     // text
 #define IDS_CTL_REMOVE_SUMMARY 14340          // text
 #define IDS_CTL_REMOVE_USAGE 14341            // text
 #define IDS_CTL_CANNOT_LIST_PRINTERS 14342    // text
@@ -227,9 +227,9 @@
 #define IDS_CTL_STATUS_PRINTER 14369          // 1 the printer; 2 its driver
 #define IDS_CTL_STATUS_DELETION 14370         // 1 the file
 #define IDS_CTL_STATUS_REPLACEMENT 14371      // 1 the new file; 2 what it replaces
-#define IDS_CTL_PRINTERS_ONE_CHOICE 14380  // text
-#define IDS_CTL_MARGINS 14381  // 1 the printer; 2 dpi; 3 to 6 the margins
-#define IDS_CTL_CANNOT_MEASURE 14382  // 1 the printer
+#define IDS_CTL_PRINTERS_ONE_CHOICE 14380     // text
+#define IDS_CTL_MARGINS 14381                 // 1 the printer; 2 dpi; 3 to 6 the margins
+#define IDS_CTL_CANNOT_MEASURE 14382          // 1 the printer
 #define IDS_CTL_PAPERS_SUMMARY 14220          // text
 #define IDS_CTL_PAPERS_USAGE 14221            // text
 #define IDS_CTL_PAPERS_UNKNOWN_ACTION 14222   // 1 the word

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing for the given purposes and nothing else. Purposes: host (default), windows, wine, checks,
-# package, fuzz. Exit status 0 when everything is there; 1 when something that cannot be done without is missing. A missing
-# 32-bit compiler is not fatal: the callers fall back to the 64-bit host build (see preset.sh).
+# package, fuzz. Exit status 0 when everything is there; 1 when something that cannot be done without is missing. A
+# missing 32-bit compiler is not fatal: the callers fall back to the 64-bit host build (see preset.sh).
 set -euo pipefail
 
 have() { command -v "$1" > /dev/null 2>&1; }

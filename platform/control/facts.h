@@ -81,17 +81,18 @@ inline constexpr char kInstallMode[] = "terminal.install_mode";  // 0
 // "never": it stays so. "…start_error" and "…stop_error": the error with which it refuses.
 inline constexpr char kServicePrefix[] = "service.";
 
-// What printer drivers can do: "driver.Generic / Text Only.copies" and so on. "fields" is the mask of
-// DM_ flags that the driver minds and "extra" the size of its private data in bytes; "copies" (1),
-// "duplex" (0), "color" (1), "truetype" (0) and "escapes" ("4115,4097", none) are what it offers.
-// "bins" lists paper bins ("15:Automatic,1:Upper"), "margins" what of the paper it cannot print on
-// ("4233,4233,4233,4233": left, top, right, bottom in micrometres), "papers" forms beyond the common
-// ones ("300:Banner:210000x1000000"), "version" (0x600) is what the driver says of itself, and
-// "technology" how it answers the escape GETTECHNOLOGY.
+// What printer drivers can do: "driver.Generic / Text Only.copies" and so on. "fields" is the mask
+// of DM_ flags that the driver minds and "extra" the size of its private data in bytes; "copies"
+// (1), "duplex" (0), "color" (1), "truetype" (0) and "escapes" ("4115,4097", none) are what it
+// offers. "bins" lists paper bins ("15:Automatic,1:Upper"), "margins" what of the paper it cannot
+// print on
+// ("4233,4233,4233,4233": left, top, right, bottom in micrometres), "papers" forms beyond the
+// common ones ("300:Banner:210000x1000000"), "version" (0x600) is what the driver says of itself,
+// and "technology" how it answers the escape GETTECHNOLOGY.
 inline constexpr char kDriverPrefix[] = "driver.";
-// What other machines of the network share: "server.ALPHA.printers" lists the printers of a server's
-// spooler with their shares ("HP Laser:laser,Ink:ink"), "server.ALPHA.resources" what a look at the
-// network finds there ("print:laser:HP Laser,disk:public:Files,container:box:").
+// What other machines of the network share: "server.ALPHA.printers" lists the printers of a
+// server's spooler with their shares ("HP Laser:laser,Ink:ink"), "server.ALPHA.resources" what a
+// look at the network finds there ("print:laser:HP Laser,disk:public:Files,container:box:").
 inline constexpr char kServerPrefix[] = "server.";
 
 // Locale identifiers in decimal or with 0x.

@@ -553,14 +553,14 @@ HDC WINAPI CreateDCW(LPCWSTR driver, LPCWSTR device, LPCWSTR port, const DEVMODE
 HDC WINAPI ResetDCW(HDC context, const DEVMODEW* mode);
 // QUERYESCSUPPORT: 1 when the context's driver has the escape whose number (4 bytes) `in` holds, 0
 // when not and for contexts without a driver. GETTECHNOLOGY: what the driver calls its technology,
-// cut to `out_size` bytes with the terminator, and 1; 0 from drivers that do not say. Others: 0 with
-// ERROR_CALL_NOT_IMPLEMENTED.
+// cut to `out_size` bytes with the terminator, and 1; 0 from drivers that do not say. Others: 0
+// with ERROR_CALL_NOT_IMPLEMENTED.
 int WINAPI ExtEscape(HDC context, int escape, int in_size, LPCSTR in, int out_size, LPSTR out);
 // What the driver of a printer offers: DC_FIELDS (the DM_ flags it minds), DC_DUPLEX (1 or 0),
-// DC_COPIES (how many at most), DC_TRUETYPE, DC_DRIVER (the driver's version); DC_BINS and DC_BINNAMES give the number of paper bins
-// and, with `out`, their ids (WORD) and names (24 characters each, without a terminator when all
-// are used). `port` and `mode` do not matter. -1 on failure: ERROR_INVALID_PRINTER_NAME,
-// ERROR_CALL_NOT_IMPLEMENTED for other capabilities.
+// DC_COPIES (how many at most), DC_TRUETYPE, DC_DRIVER (the driver's version); DC_BINS and
+// DC_BINNAMES give the number of paper bins and, with `out`, their ids (WORD) and names (24
+// characters each, without a terminator when all are used). `port` and `mode` do not matter. -1 on
+// failure: ERROR_INVALID_PRINTER_NAME, ERROR_CALL_NOT_IMPLEMENTED for other capabilities.
 int WINAPI DeviceCapabilitiesW(LPCWSTR device, LPCWSTR port, WORD capability, LPWSTR out,
                                const DEVMODEW* mode);
 }

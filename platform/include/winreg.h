@@ -20,9 +20,9 @@ LSTATUS WINAPI RegDeleteKeyW(HKEY key, LPCWSTR sub_key);
 LSTATUS WINAPI RegDeleteKeyA(HKEY key, LPCSTR sub_key);
 LSTATUS WINAPI RegFlushKey(HKEY key);
 // Hang a hive file below HKEY_USERS or HKEY_LOCAL_MACHINE, for all processes, and take it out
-// again; both need SeRestorePrivilege. A file that does not exist becomes an empty hive; one that is
-// loaded, as a name in use, gives ERROR_SHARING_VIOLATION, and what is no hive ERROR_BADDB. A hive
-// whose keys this process has open, or that the system loaded, is not unloaded
+// again; both need SeRestorePrivilege. A file that does not exist becomes an empty hive; one that
+// is loaded, as a name in use, gives ERROR_SHARING_VIOLATION, and what is no hive ERROR_BADDB. A
+// hive whose keys this process has open, or that the system loaded, is not unloaded
 // (ERROR_ACCESS_DENIED).
 LSTATUS WINAPI RegLoadKeyW(HKEY key, LPCWSTR sub_key, LPCWSTR file);
 LSTATUS WINAPI RegUnLoadKeyW(HKEY key, LPCWSTR sub_key);

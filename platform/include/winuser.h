@@ -372,9 +372,9 @@ BOOL WINAPI IsWindow(HWND window);
 // window of another thread it waits until that thread looks at its messages, and serves meanwhile
 // what others send to the calling thread; 0 when the window goes away before.
 LRESULT WINAPI SendMessageW(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
-// The same for all top-level windows of the process: `window` must be HWND_BROADCAST and the flags SMTO_ABORTIFHUNG (else ERROR_CALL_NOT_IMPLEMENTED). Each window of
-// another thread gets `timeout` milliseconds to answer. Returns 1, whatever the windows did, and
-// leaves `result` (may be null) 0.
+// The same for all top-level windows of the process: `window` must be HWND_BROADCAST and the flags
+// SMTO_ABORTIFHUNG (else ERROR_CALL_NOT_IMPLEMENTED). Each window of another thread gets `timeout`
+// milliseconds to answer. Returns 1, whatever the windows did, and leaves `result` (may be null) 0.
 LRESULT WINAPI SendMessageTimeoutW(HWND window, UINT message, WPARAM wparam, LPARAM lparam,
                                    UINT flags, UINT timeout, PDWORD_PTR result);
 LRESULT WINAPI DefWindowProcW(HWND window, UINT message, WPARAM wparam, LPARAM lparam);

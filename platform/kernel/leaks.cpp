@@ -8,11 +8,12 @@ namespace platform {
 namespace {
 
 constexpr const char* kNames[] = {
-    "handle",         "find handle",    "file view",  "registry key",   "module",
-    "global block",   "local block",    "heap block", "virtual block",  "RPC string",
-    "printer handle", "service handle", "GDI object", "device context", "icon", "window",
-    "window class",   "hook",           "timer",      "COM object",     "SID",
-    "session block",  "network buffer"};
+    "handle",        "find handle",    "file view",      "registry key",
+    "module",        "global block",   "local block",    "heap block",
+    "virtual block", "RPC string",     "printer handle", "service handle",
+    "GDI object",    "device context", "icon",           "window",
+    "window class",  "hook",           "timer",          "COM object",
+    "SID",           "session block",  "network buffer"};
 static_assert(std::size(kNames) == static_cast<size_t>(Resource::kCount));
 
 std::atomic<int> counts[static_cast<size_t>(Resource::kCount)];

@@ -185,7 +185,8 @@ WCHAR CLocaleList::GetLanguageName(LANGID langId, BOOL withCountry, LPWSTR outpu
   if (withCountry) {
     const CLocaleEntry* const begin = entries_.get();
     const CLocaleEntry* const end = begin + filledCount_;
-    const CLocaleEntry* const found = std::find_if(begin, end, [&](const CLocaleEntry& entry) { return entry.langId == langId; });
+    const CLocaleEntry* const found =
+        std::find_if(begin, end, [&](const CLocaleEntry& entry) { return entry.langId == langId; });
     if (found != end) {
       WCHAR name[kLongNameCapacity];
       FormatText(name, TEXT("%s"), found->languageName);

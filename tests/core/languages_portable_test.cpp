@@ -14,9 +14,7 @@ namespace {
 using Text = std::basic_string<WCHAR>;
 
 // Where the numbers lie.
-constexpr struct {
-  UINT first, last;
-} kRanges[] = {{10000, 10100}, {12000, 12300}, {14000, 14500}};
+constexpr struct { UINT first, last; } kRanges[] = {{10000, 10100}, {12000, 12300}, {14000, 14500}};
 constexpr size_t kReportCapacity = 1024;
 constexpr size_t kProgramCapacity = 2048;
 
