@@ -89,14 +89,46 @@ class InstallCommandTest : public RuntimeTest {
         const std::string name = entry.path().filename();
         files += name.starts_with("kvmon8") || name.starts_with("kvres832");
         needed += name == "kvmon8.dll" || name == "kvres832.dll";
-        if (name.ends_with(".new") || name.ends_with(".old")) return "left over: " + name;
+        // A backup that cannot be deleted goes at the next restart.
+        const bool goes = name.ends_with(".old") && status.pending.size() == 1;
+        if (!goes && (name.ends_with(".new") || name.ends_with(".old")))
+          return "left over: " + name;
       }
     }
     if (!status.spoolerRuns) return "the spooler stands still";
-    if (!status.pending.empty()) return "operations at the next restart";
+    for (const auto& operation : status.pending) {
+      if (!operation.source.ends_with(TEXT(".old"))) return "operations at the next restart";
+    }
     if (status.registeredFile.empty()) return files == 0 ? "nothing" : "files without a monitor";
     if (!status.portIsListed) return "a monitor without its port";
     return needed == 4 ? "" : "files are missing";
+  }
+
+  // Whatever fails, the port works afterwards or nothing of it is there, and doing it again helps.
+  // All of the several hundred calls take minutes: KV_EVERY_FAILURE=1 asks for them.
+  template <class Prepare>
+  void SweepInstallation(Prepare prepare) {
+    const uint64_t stride = getenv("KV_EVERY_FAILURE") != nullptr ? 1 : 29;
+    bool hit = true;
+    for (uint64_t n = 1; hit; n += stride) {
+      prepare();
+      platform::ResetFaults();
+      platform::FailAnyCall(n);
+      const int status = Install();
+      hit = platform::InjectedFailures() != 0;
+      const std::string where =
+          std::to_string(n) + " " + platform::LastInjectedFunction() + "\n" + output_;
+      platform::ResetFaults();
+      // The module itself reports when it cannot be loaded.
+      platform::ScriptBoxes(true);
+      if (status != 0) {
+        EXPECT_NE(output_, "") << where;
+        ASSERT_EQ(Install(), 0) << where;
+      }
+      ASSERT_EQ(State(), "") << where;
+      ASSERT_EQ(Remove(), 0) << where << output_;
+      ASSERT_EQ(State(), "nothing") << where << output_;
+    }
   }
 
   std::string output_;
@@ -219,36 +251,16 @@ TEST_F(InstallCommandTest, PaperAndSettings) {
   EXPECT_EQ(output_, "There was nothing to remove.\n");
 }
 
-// Whatever fails, the port works afterwards or nothing of it is there, and doing it again helps. All
-// of the several hundred calls take minutes: KV_EVERY_FAILURE=1 asks for them.
-TEST_F(InstallCommandTest, EveryFailureLeavesAWorkingPortOrNothing) {
-  const uint64_t stride = getenv("KV_EVERY_FAILURE") != nullptr ? 1 : 29;
-  for (const bool upgrades : {false, true}) {
-    bool hit = true;
-    for (uint64_t n = 1; hit; n += stride) {
-      if (upgrades) {
-        WriteModule(26);
-        WriteResources();
-        ASSERT_TRUE(InstallPortMonitor());
-      }
-      platform::ResetFaults();
-      platform::FailAnyCall(n);
-      const int status = Install();
-      hit = platform::InjectedFailures() != 0;
-      const std::string where =
-          std::to_string(n) + " " + platform::LastInjectedFunction() + "\n" + output_;
-      platform::ResetFaults();
-      // The module itself reports when it cannot be loaded.
-      platform::ScriptBoxes(true);
-      if (status != 0) {
-        EXPECT_NE(output_, "") << where;
-        ASSERT_EQ(Install(), 0) << where;
-      }
-      ASSERT_EQ(State(), "") << where;
-      ASSERT_EQ(Remove(), 0) << where << output_;
-      ASSERT_EQ(State(), "nothing") << where << output_;
-    }
-  }
+TEST_F(InstallCommandTest, AFailureLeavesAWorkingPortOrNothing) {
+  SweepInstallation([] {});
+}
+
+TEST_F(InstallCommandTest, AFailedUpgradeLeavesAWorkingPort) {
+  SweepInstallation([] {
+    WriteModule(26);
+    WriteResources();
+    ASSERT_TRUE(InstallPortMonitor());
+  });
 }
 
 }  // namespace

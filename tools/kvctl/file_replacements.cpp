@@ -27,6 +27,8 @@ bool CancelOperationsAtRestart(const WideString& path) {
   kv::CDeferredFileOps pending;
   while (pending.RemovePendingRename((path + kStagedSuffix).c_str(), path.c_str())) {
   }
+  while (pending.RemovePendingRename((path + kBackupSuffix).c_str(), nullptr)) {
+  }
   bool wasDeleted = false;
   while (pending.RemovePendingRename(path.c_str(), nullptr)) wasDeleted = true;
   return wasDeleted;
@@ -101,7 +103,10 @@ bool FileReplacements::Undo() {
 }
 
 void FileReplacements::Keep() {
-  for (const Replaced& file : replaced_) Remove(file.target + kBackupSuffix);
+  for (const Replaced& file : replaced_) {
+    const WideString backup = file.target + kBackupSuffix;
+    if (!Remove(backup)) kv::CDeferredFileOps().DeleteOnRestart(backup.c_str());
+  }
   replaced_.clear();
   atRestart_.clear();
   cancelledDeletions_.clear();

@@ -49,8 +49,8 @@ class FileReplacements {
   std::vector<WideString> cancelledDeletions_;
 };
 
-// Takes what would happen to the file at the next restart out of the system's list: its
-// replacement, and its deletion. Whether a deletion was among them.
+// Takes what would happen to the file and its backup at the next restart out of the system's list.
+// Whether the file would have been deleted.
 bool CancelOperationsAtRestart(const WideString& path);
 
 }  // namespace kvctl
