@@ -9,6 +9,8 @@
 namespace kv {
 namespace {
 
+constexpr int kMaximized = 3;  // one of the three that shortcuts keep
+
 class ShortcutsTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -28,7 +30,7 @@ TEST_F(ShortcutsTest, AShortcutKeepsWhatItWasGiven) {
   ShortcutContents contents;
   contents.target = file_;
   contents.workingDirectory = TEXT("C:\\");
-  contents.showCommand = SW_SHOWMINNOACTIVE;
+  contents.showCommand = kMaximized;
   contents.arguments = TEXT("/x \"\u0416 \U0001F5A8\"");
   contents.iconFile = TEXT("C:\\icons.dll");
   contents.iconIndex = -7;
@@ -52,7 +54,7 @@ TEST_F(ShortcutsTest, AShortcutKeepsWhatItWasGiven) {
   EXPECT_EQ(WideView(path), contents.iconFile);
   EXPECT_EQ(index, -7);
   EXPECT_TRUE(link.GetShowCmd(show));
-  EXPECT_EQ(show, SW_SHOWMINNOACTIVE);
+  EXPECT_EQ(show, kMaximized);
   EXPECT_TRUE(link.GetPath(path, MAX_PATH));
   EXPECT_TRUE(EqualNoCase(path, file_));
   EXPECT_TRUE(link.GetWorkingDirectory(path, 3));
