@@ -8,6 +8,7 @@ install(FILES docs/user.md docs/install-windows.md docs/translating.md docs/lice
 install(FILES /usr/share/doc/mingw-w64-common/copyright DESTINATION docs/licences RENAME mingw-w64.txt)
 install(FILES /usr/share/doc/gcc-mingw-w64-base/copyright DESTINATION docs/licences RENAME gcc-runtime.txt)
 
+set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_PACKAGE_NAME "Folvane port monitor")
 set(CPACK_PACKAGE_VENDOR "Veltmoor Software, LLC")
 set(CPACK_PACKAGE_VERSION_MAJOR ${PROJECT_VERSION_MAJOR})
@@ -31,19 +32,19 @@ set(CPACK_NSIS_MANIFEST_DPI_AWARE ON)
 # The files are in place, so the program can do the rest; what it says goes to the installer's log. /S asks nothing
 # and answers with the program's exit status.
 set(CPACK_NSIS_EXTRA_INSTALL_COMMANDS [[
-  nsExec::ExecToLog '"$INSTDIR\\kvctl.exe" install'
+  nsExec::ExecToLog '"$INSTDIR\kvctl.exe" install'
   Pop $0
   StrCmp $0 "0" kvInstalled
   StrCmp $0 "4" kvRestart
   SetErrorLevel 2
-  MessageBox MB_ICONEXCLAMATION|MB_OK 'The port monitor was copied to $INSTDIR, but \"kvctl install\" did not succeed (status $0). The details show why.' /SD IDOK
+  MessageBox MB_ICONEXCLAMATION|MB_OK 'The port monitor was copied to $INSTDIR, but "kvctl install" did not succeed (status $0). The details show why.' /SD IDOK
   Goto kvInstalled
 kvRestart:
   SetRebootFlag true
 kvInstalled:
 ]])
 set(CPACK_NSIS_EXTRA_UNINSTALL_COMMANDS [[
-  nsExec::ExecToLog '"$INSTDIR\\kvctl.exe" remove'
+  nsExec::ExecToLog '"$INSTDIR\kvctl.exe" remove'
   Pop $0
   StrCmp $0 "4" 0 +2
   SetRebootFlag true
