@@ -1,7 +1,5 @@
 #include "tools/kvctl/file_replacements.h"
 
-#include <ranges>
-
 #include "runtime/files/compare_files.h"
 #include "runtime/files/file_actions.h"
 #include "runtime/registry/deferred_file_ops.h"
@@ -81,7 +79,8 @@ bool FileReplacements::MoveOver(const WideString& from, const WideString& target
 
 bool FileReplacements::Undo() {
   bool complete = true;
-  for (const Replaced& file : std::views::reverse(replaced_)) {
+  for (auto last = replaced_.rbegin(); last != replaced_.rend(); ++last) {
+    const Replaced& file = *last;
     if (file.hadFile) {
       complete &= MoveOver(file.target + kBackupSuffix, file.target);
     } else if (!Remove(file.target)) {

@@ -1,7 +1,5 @@
 #include "tools/kvctl/removal.h"
 
-#include <ranges>
-
 #include "resources/string_ids.h"
 #include "runtime/core/startup_context.h"
 #include "runtime/files/file_actions.h"
@@ -75,7 +73,8 @@ ExitStatus Removal::RemoveMonitor() {
 // The module before the libraries that it needs.
 ExitStatus Removal::RemoveFiles(const WideString& directory) {
   const std::vector<WideString> names = PortFilesIn(directory);
-  for (const WideString& name : std::views::reverse(names)) {
+  for (auto last = names.rbegin(); last != names.rend(); ++last) {
+    const WideString& name = *last;
     if (const ExitStatus status = RemoveFile(PathIn(directory, name))) return status;
   }
   return kDone;
