@@ -12,8 +12,6 @@
 namespace kv {
 namespace {
 
-// The generation that marks shortcuts: the workstation of Windows Vista.
-constexpr int kVistaWorkstation = 5;
 constexpr SHGDNF kNameWithin = 0xA001;
 
 BOOL Answered(HRESULT result) {
@@ -92,7 +90,7 @@ void CShellLink::SetTarget(const ShortcutContents& contents) {
   LPCWSTR target = contents.target;
   LPCWSTR arguments = contents.arguments;
   WCHAR program[MAX_PATH];
-  const BOOL marked = startupContext.platform.ntKind == kVistaWorkstation &&
+  const BOOL marked = startupContext.platform.ntKind == kWindowsVista &&
                       contents.runAsAdministrator == RunAsAdministrator::kYes && dataList_;
   if (marked) {
     dataList_.Get()->SetFlags(SLDF_RUNAS_USER);
