@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "runtime/files/temp_names.h"
 #include "runtime/files/whole_files.h"
 #include "runtime/text/wide_text.h"
+#include "tests/files/temporary_file.h"
 
 namespace kv {
 namespace {
@@ -18,20 +18,8 @@ namespace {
 using WideString = std::basic_string<WCHAR>;
 using namespace std::string_literals;
 
-class FilePortableTest : public testing::Test {
+class FilePortableTest : public test::TemporaryFileTest {
  protected:
-  void SetUp() override { ASSERT_TRUE(MakeTempName(nullptr, path_)); }
-  void TearDown() override { DeleteFileW(path_); }
-
-  void SetContent(const std::string& content) const {
-    ASSERT_TRUE(WriteEntireFile(path_, content.data(), static_cast<DWORD>(content.size())));
-  }
-  std::string Content() const {
-    std::unique_ptr<BYTE[]> bytes;
-    DWORD size = 0;
-    EXPECT_TRUE(ReadEntireFile(path_, 0, bytes, size));
-    return std::string(reinterpret_cast<const char*>(bytes.get()), size);
-  }
   // What the file holds after `write`, beginning with an empty one.
   std::string Written(const std::function<BOOL(File&)>& write) const {
     File file;
@@ -40,8 +28,6 @@ class FilePortableTest : public testing::Test {
     file.Close();
     return Content();
   }
-
-  WCHAR path_[MAX_PATH] = {};
 };
 
 TEST_F(FilePortableTest, WritesNumbersAndTextsByteByByte) {

@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
-#include "runtime/files/temp_names.h"
 #include "runtime/files/whole_files.h"
+#include "tests/files/temporary_file.h"
 
 namespace kv {
 namespace {
@@ -17,23 +17,7 @@ using Access = CMappedFile::Access;
 using CloseFile = CMappedFile::CloseFile;
 using Occurrences = CMappedFile::Occurrences;
 
-class MappedFilePortableTest : public testing::Test {
- protected:
-  void SetUp() override { ASSERT_TRUE(MakeTempName(nullptr, path_)); }
-  void TearDown() override { DeleteFileW(path_); }
-
-  void SetContent(const std::string& content) const {
-    ASSERT_TRUE(WriteEntireFile(path_, content.data(), static_cast<DWORD>(content.size())));
-  }
-  std::string Content() const {
-    std::unique_ptr<BYTE[]> bytes;
-    DWORD size = 0;
-    EXPECT_TRUE(ReadEntireFile(path_, 0, bytes, size));
-    return std::string(reinterpret_cast<const char*>(bytes.get()), size);
-  }
-
-  WCHAR path_[MAX_PATH] = {};
-};
+using MappedFilePortableTest = test::TemporaryFileTest;
 
 TEST_F(MappedFilePortableTest, WhatIsWrittenToTheViewIsInTheFile) {
   SetContent("abc");
