@@ -14,8 +14,10 @@ if [ ! -f "$WINEPREFIX/system.reg" ]; then
   wineboot --init > /dev/null 2>&1
   wineserver --wait
 fi
-# Windows that nobody sees.
+# Windows that nobody sees. The desktop that `reg` itself runs on still has no driver at all: it must be gone before
+# the first test makes a window.
 wine reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f > /dev/null
+wineserver --wait
 
 tests=0
 for program in "$bin"/*_test.exe; do
