@@ -1,33 +1,32 @@
 #!/usr/bin/env bash
-# The portable tests as Windows programs on Wine (64-bit, headless), and the module in Wine's own spooler.
+# The Windows builds on Wine, without a display: the portable tests, the module in Wine's own spooler and the programs;
+# 64-bit, and where 32-bit Wine can be had the product itself.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh host windows wine
 source scripts/preset.sh
+
+# Beside the builds, for it takes long.
+scripts/setup.sh wine32 &
+wine32=$!
 build_preset windows-x64
+build_preset windows-x86
+build_preset windows-x86-tests portable_tests
 
-bin=$PWD/build/windows-x64/bin
-export WINEPREFIX=$PWD/build/wine64 WINEARCH=win64 WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" DISPLAY=
-if [ ! -f "$WINEPREFIX/system.reg" ]; then
-  echo "== making a Wine prefix"
-  mkdir -p "$WINEPREFIX"
-  wineboot --init > /dev/null 2>&1
-  wineserver --wait
+# try_on_wine BITS DIRECTORY: sets `tests` to the number of tests that passed.
+try_on_wine() {
+  tests=$(scripts/on-wine.sh "$1" tests/windows/portable_tests.sh "$2")
+  echo "== the module in the spooler ($1-bit)"
+  scripts/on-wine.sh "$1" tests/windows/programs.sh "$2"
+}
+
+try_on_wine 64 "$PWD/build/windows-x64/bin"
+summary="$tests tests ran on 64-bit Wine"
+if wait "$wine32"; then
+  # The tests go beside the product: they load the module that people get.
+  rm -f build/windows-x86/bin/*_test.exe
+  cp build/windows-x86-tests/bin/{*_test,wine_spooler_client}.exe build/windows-x86/bin/
+  try_on_wine 32 "$PWD/build/windows-x86/bin"
+  summary+=", $tests on 32-bit Wine"
 fi
-# Windows that nobody sees. The desktop that `reg` itself runs on still has no driver at all: it must be gone before
-# the first test makes a window.
-wine reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f > /dev/null
-wineserver --wait
-
-tests=0
-for program in "$bin"/*_test.exe; do
-  echo "== $(basename "$program")"
-  timeout 300 wine "$program" --gtest_brief=1
-  tests=$((tests + $(timeout 60 wine "$program" --gtest_list_tests | grep -c '^  ')))
-done
-
-echo "== the module in Wine's spooler"
-timeout 120 wine "$bin/wine_spooler_client.exe"
-timeout 60 wine "$bin/kvctl.exe" ports | tr -d '\r' | grep -E '^KVR8: +Folvane +Folvane$'
-wineserver --wait
-echo "$tests tests ran on Wine"
+echo "$summary; the host's test programs hold the same ones"

@@ -42,8 +42,9 @@ TEST_F(RegistryPortableTest, ValuesAreHandedOutByTheRulesOfTheirBuffers) {
   const Key key = Key::Create(HKEY_CURRENT_USER, kTestKey);
   EXPECT_EQ(key.disposition, DWORD{REG_CREATED_NEW_KEY});
   EXPECT_EQ(Key::Create(HKEY_CURRENT_USER, kTestKey).disposition, DWORD{REG_OPENED_EXISTING_KEY});
-  // Stored without a terminator, the text keeps its size.
-  const WCHAR text[] = {TEXT('a'), TEXT('b')};
+  // Stored without a terminator, the text keeps its size. (A null just behind the bytes may be
+  // stored with them.)
+  const WCHAR text[] = {TEXT('a'), TEXT('b'), TEXT('c')};
   const auto* bytes = reinterpret_cast<const BYTE*>(text);
   ASSERT_EQ(RegSetValueExW(key, TEXT("Name"), 0, REG_SZ, bytes, 4), ERROR_SUCCESS);
 
