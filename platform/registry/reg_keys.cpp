@@ -98,7 +98,7 @@ using namespace platform;
 
 LSTATUS WINAPI RegOpenKeyExW(HKEY key, LPCWSTR sub_key, DWORD options, REGSAM access,
                              PHKEY result) {
-  KV_API_STATUS(RegOpenKeyExW, ERROR_FILE_NOT_FOUND, key, sub_key, options, access, result);
+  KV_API_STATUS(RegOpenKeyExW, ERROR_ACCESS_DENIED, key, sub_key, options, access, result);
   if (result == nullptr) return ERROR_INVALID_PARAMETER;
   if (options != 0) return ERROR_CALL_NOT_IMPLEMENTED;
   if (IsPredefined(key) && View(sub_key).empty()) {

@@ -133,7 +133,7 @@ LSTATUS WINAPI RegEnumValueW(HKEY key, DWORD index, LPWSTR name, LPDWORD name_si
 
 LSTATUS WINAPI RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data,
                                 LPDWORD size) {
-  KV_API_STATUS(RegQueryValueExW, ERROR_FILE_NOT_FOUND, key, name, reserved, type, data, size);
+  KV_API_STATUS(RegQueryValueExW, ERROR_ACCESS_DENIED, key, name, reserved, type, data, size);
   if (reserved != nullptr || (data != nullptr && size == nullptr)) return ERROR_INVALID_PARAMETER;
   return WithNode(key, KEY_QUERY_VALUE, [&](const RegistryNode& node) -> LSTATUS {
     const RegistryValue* value = node.Value(View(name));
@@ -158,7 +158,7 @@ LSTATUS WINAPI RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type
 }
 
 LSTATUS WINAPI RegDeleteValueW(HKEY key, LPCWSTR name) {
-  KV_API_STATUS(RegDeleteValueW, ERROR_FILE_NOT_FOUND, key, name);
+  KV_API_STATUS(RegDeleteValueW, ERROR_ACCESS_DENIED, key, name);
   OpenKey open;
   if (const LSTATUS status = UseKey(key, KEY_SET_VALUE, open); status != ERROR_SUCCESS) {
     return status;

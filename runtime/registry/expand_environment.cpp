@@ -18,9 +18,9 @@ std::unique_ptr<WCHAR[]> MyExpandEnvironmentStrings(LPCWSTR text) {
     ShowInternalError(TEXT("MyExpandEnvironmentStrings"));
     return nullptr;
   }
-  expansion[0] = 0;
+  const DWORD written = ExpandEnvironmentStringsW(text, expansion.get(), capacity);
   // What does not fit is not terminated.
-  if (ExpandEnvironmentStringsW(text, expansion.get(), capacity) > capacity) expansion[0] = 0;
+  if (written == 0 || written > capacity) return nullptr;
   return expansion;
 }
 

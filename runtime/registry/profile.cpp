@@ -217,7 +217,7 @@ BOOL CPrivateProfile::RenameKey(LPCWSTR section, LPCWSTR key, LPCWSTR newKey) co
   CHAR narrow[kProfileValueCapacity];
   WideToAnsi(narrow, kProfileValueCapacity, newKey, CP_ACP);
   const Bytes replacement = narrow;
-  if (name.empty() || replacement.size() > name.size()) return FALSE;
+  if (name.empty() || replacement.empty() || replacement.size() > name.size()) return FALSE;
   char* const place = content + (name.data() - content);
   memset(place, ' ', name.size());
   memcpy(place, replacement.data(), replacement.size());

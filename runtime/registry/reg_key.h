@@ -183,7 +183,8 @@ class RegKey {
   // copied, and 1 for each key that had nothing to copy.
   int CopyTree(RegKey& source, Recurse recurse);
   // Gives the sub-key `name` another name, replacing what has it. FALSE with nothing changed when
-  // one of the paths is empty, is the other or lies below it.
+  // one of the paths is empty, is the other or lies below it; FALSE with the old key untouched when
+  // it could not be copied whole.
   BOOL RenameSubKey(LPCWSTR name, LPCWSTR newName);
 
   // Enumeration: a sub-key's or value's name, null when there is none at that position. First and
@@ -242,6 +243,9 @@ class RegKey {
   BOOL Write(LPCWSTR name, DWORD type, const void* data, size_t size);
   BOOL Remove(LPCWSTR name);
   BOOL WriteAndRefresh(LPCWSTR name, DWORD type, const void* data, size_t size);
+  // `complete` becomes FALSE when something of the tree was not copied; it is not looked at without
+  // the sub-keys.
+  int CopyTree(RegKey& source, Recurse recurse, BOOL& complete);
   LPCWSTR ValueOnWalk(Walk walk, const BYTE** data, DWORD* type, DWORD* size);
   LPCWSTR FindValue(DWORD wanted, Walk walk, const BYTE** data, DWORD* size);
   LPCWSTR FindDword(Walk walk, DWORD* number);

@@ -16,19 +16,29 @@ BOOL IsWithin(WideView path, WideView above) {
 }  // namespace
 
 int RegKey::CopyTree(RegKey& source, Recurse recurse) {
+  BOOL complete = TRUE;
+  return CopyTree(source, recurse, complete);
+}
+
+int RegKey::CopyTree(RegKey& source, Recurse recurse, BOOL& complete) {
   if (source.valueCount_ == 0 && source.subKeyCount_ == 0) return 1;
   int count = 0;
   for (LPCWSTR name = source.FirstValue(); name != nullptr; name = source.NextValue()) {
     if (CopyValueFrom(source, name)) ++count;
   }
   if (recurse == Recurse::kNo) return count;
+  const DWORD values = static_cast<DWORD>(count);
+  DWORD subKeys = 0;
   for (LPCWSTR name = source.FirstSubKey(); name != nullptr; name = source.NextSubKey()) {
     RegKey childSource, child;
     if (childSource.OpenKey(kRead, source.handle(), name) &&
         child.CreateKey(kCreate, handle(), name)) {
-      count += child.CopyTree(childSource, recurse);
+      count += child.CopyTree(childSource, recurse, complete);
+      ++subKeys;
     }
   }
+  // A listing that breaks off looks like one that has ended.
+  if (values != source.valueCount_ || subKeys != source.subKeyCount_) complete = FALSE;
   return count;
 }
 
@@ -41,7 +51,8 @@ BOOL RegKey::RenameSubKey(LPCWSTR name, LPCWSTR newName) {
   if (!source.OpenKey(kRead, handle(), name)) return FALSE;
   MyDeleteKeyW(handle(), newName);
   if (!target.CreateKey(kCreate, handle(), newName)) return FALSE;
-  if (target.CopyTree(source, Recurse::kYes) == 0) return FALSE;
+  BOOL complete = TRUE;
+  if (target.CopyTree(source, Recurse::kYes, complete) == 0 || !complete) return FALSE;
   source.Close();
   if (!MyDeleteKeyW(handle(), name)) return FALSE;
   Refresh();

@@ -14,6 +14,11 @@ class SharedDllCounter : public RegKey {
   // stands in the registry. The last Release removes the count.
   DWORD AddRef(LPCWSTR path);
   DWORD Release(LPCWSTR path);
+
+ private:
+  // 0 for a value that is missing or no count; FALSE for one that cannot be read, so that nobody
+  // takes it for the first.
+  BOOL ReadCount(LPCWSTR path, DWORD& count) const;
 };
 
 }  // namespace kv

@@ -8,7 +8,6 @@
 #include "runtime/files/file_actions.h"
 #include "runtime/registry/deferred_file_ops.h"
 #include "runtime/text/wide_text.h"
-#include "tests/support/failing_new.h"
 #include "tests/support/runtime_test.h"
 #include "tests/support/test_key.h"
 
@@ -245,44 +244,6 @@ TEST_F(DeferredTest, Windows9xKeepsItsListInAFile) {
   EXPECT_TRUE(ops.ReplaceOnRestart(TEXT("C:\\none"), kTarget));
   EXPECT_EQ(Bytes(kWininit), "[rename]\r\n" + Short(kTarget) + "=C:\\none\r\n");
   EXPECT_EQ(Bytes(kTarget), "kept");
-}
-
-TEST_F(DeferredTest, FailuresLeaveNothingOpenAndNoNumberedKey) {
-  const auto use = [] {
-    CPrivateProfile file(kFile);
-    CProfile windows;
-    file.FirstKey(TEXT("s"));
-    windows.FirstKey(TEXT("s"));
-    file.GetString(TEXT("s"), TEXT("k000001"));
-    windows.GetString(TEXT("s"), TEXT("k000001"), nullptr);
-    file.GetSection(TEXT("s"));
-    CDeferredFileOps ops;
-    ops.DeleteOnRestart(TEXT("C:\\dir\\x.ini"));
-    ops.ReplaceOnRestart(TEXT("C:\\dir\\x.ini"), TEXT("C:\\dir\\y"));
-    ops.RemovePendingRename(TEXT("C:\\dir\\x.ini"), nullptr);
-  };
-  for (const char* system : {"windows-10", "windows-98"}) {
-    platform::UseProfile(system);
-    Restart();
-    startupContext.silent = 1;
-    const auto live = platform::LiveResources();
-    Put(kFile, LongSection(5000));
-    for (const bool calls : {true, false}) {
-      bool hit = true;
-      for (uint64_t n = 1; hit; ++n) {
-        Put(kWininit, "[rename]\r\nNUL=first\r\n");
-        platform::ResetFaults();
-        calls ? platform::FailAnyCall(n) : FailAllocation(n);
-        use();
-        hit = calls ? platform::InjectedFailures() != 0 : AllocationFailed();
-        platform::FailAnyCall(0);
-        FailAllocation(0);
-        EXPECT_EQ(platform::DescribeDifference(live, platform::LiveResources()), "");
-        EXPECT_EQ(Bytes(kWininit).find("NUL1"), std::string::npos)
-            << platform::LastInjectedFunction();
-      }
-    }
-  }
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 #include "runtime/text/wide_text.h"
 #include "tests/support/peer.h"
 #include "tests/support/runtime_test.h"
-#include "tests/support/sweep.h"
 #include "tests/support/test_key.h"
 
 namespace kv::test {
@@ -134,25 +133,6 @@ TEST_F(UserHivesTest, WithoutThePrivilegeOrOnThe9xFamilyNothingHappens) {
   platform::ResetFaults();
   { UserHives hives(UserHives::kLoadAndUnload); }
   EXPECT_EQ(platform::CallCount("RegLoadKeyW") + platform::CallCount("RegUnLoadKeyW"), 0u);
-}
-
-TEST_F(UserHivesTest, EveryFailureIsClean) {
-  SetMessageSink([](LPCWSTR, LPCWSTR, UINT) { return IDOK; });
-  SweepFailures([&] {
-    { UserHives hives(UserHives::kLoadAndUnload); }
-    const std::string failed = platform::LastInjectedFunction();
-    const platform::OutsideTest cleaning;
-    const std::vector<WideString> left = Loaded();
-    // What cannot be unloaded, for lack of the right or because the system refuses, stays.
-    const bool may_stay = failed == "RegUnLoadKeyW" || failed == "AdjustTokenPrivileges" ||
-                          failed == "LookupPrivilegeValueW" || failed == "OpenProcessToken" ||
-                          failed == "OpenThreadToken";
-    EXPECT_TRUE(left.empty() || may_stay) << failed;
-    EnablePrivilege(TEXT("SeRestorePrivilege"), TRUE);
-    for (const WideString& name : left) RegUnLoadKeyW(HKEY_USERS, name.c_str());
-    EnablePrivilege(TEXT("SeRestorePrivilege"), FALSE);
-  });
-  SetMessageSink(nullptr);
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "tests/support/runtime_test.h"
-#include "tests/support/sweep.h"
 #include "tests/support/test_key.h"
 
 namespace kv::test {
@@ -70,19 +69,6 @@ TEST_F(DocumentNameTest, RegisteredExtensions) {
   EXPECT_FALSE(IsRegisteredExtension(TEXT(".")));
   EXPECT_FALSE(IsRegisteredExtension(nullptr));
   EXPECT_FALSE(IsRegisteredExtension(WideString(300, 'x').c_str()));
-}
-
-// Without memory for the copies a caption may not be recognised; the title then stays whole.
-TEST_F(DocumentNameTest, LongTitlesWithoutMemory) {
-  const WideString longTitle = WideString(200, 'x') + TEXT(" - Notepad");
-  WideString title = longTitle;
-  Sweep(Failing::kAllocations, [&] {
-    longTitle.copy(title.data(), longTitle.size());
-    DocumentNameFromTitle(title.data(), StripScheme::kNo, StripExtension::kNo);
-    const WideView name = title.c_str();
-    EXPECT_TRUE(name == longTitle || name == WideView(longTitle).substr(0, 200));
-    EXPECT_TRUE(AllocationFailed() || name.size() == 200);
-  });
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include "platform/control/profiles.h"
 #include "platform/kernel/text.h"
 #include "runtime/text/wide_text.h"
-#include "tests/support/failing_new.h"
 #include "tests/support/machine_test.h"
 
 namespace kv::test {
@@ -62,32 +61,6 @@ TEST_F(LocaleListTest, LocalesAreFoundByTheirShortNames) {
   EXPECT_EQ(GetAbbrevLanguageName(0x0409, name, 4), 'E');
   EXPECT_EQ(GetLocaleAnsiCodePage(0x0411), 932u);
   EXPECT_EQ(GetLocaleAnsiCodePage(0x7777), 0u);
-}
-
-// An empty list is the only other result, and nothing is leaked.
-TEST_F(LocaleListTest, EveryFailureGivesAnEmptyList) {
-  for (const char* call : {"EnumSystemLocalesW", "VirtualAllocEx"}) {
-    for (uint64_t nth = 1; nth <= 2; ++nth) {
-      platform::ResetFaults();
-      platform::FailCall(call, nth);
-      const CLocaleList list;
-      if (platform::InjectedFailures() == 0) continue;
-      EXPECT_EQ(list.entryCount(), 0u) << call << nth;
-      EXPECT_EQ(Name(list, 0x0407, TRUE), TEXT(""));
-      EXPECT_EQ(list.FindLocaleByName(TEXT("de-de")), 0u);
-    }
-  }
-  platform::ResetFaults();
-  for (uint64_t nth = 1; nth <= 3; ++nth) {
-    FailAllocation(nth);
-    const CLocaleList list;
-    FailAllocation(0);
-    EXPECT_EQ(list.entryCount(), 0u) << nth;
-  }
-  // Locales that cannot be read are left out.
-  const DWORD all = CLocaleList().entryCount();
-  platform::FailCall("GetLocaleInfoW", 1);
-  EXPECT_LE(CLocaleList().entryCount(), all);
 }
 
 }  // namespace
