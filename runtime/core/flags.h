@@ -12,6 +12,9 @@ enum class Report : bool { kNo, kYes };
 // Whether what already exists is replaced.
 enum class Overwrite : bool { kNo, kYes };
 
+// Whether references to environment variables in a text are replaced.
+enum class Expand : bool { kNo, kYes };
+
 // Whether directories below a directory are taken as well.
 enum class Recurse : bool { kNo, kYes };
 

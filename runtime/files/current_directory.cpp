@@ -3,8 +3,12 @@
 namespace kv {
 
 CCurrentDirectory::CCurrentDirectory(LPCWSTR directory) {
-  if (GetCurrentDirectoryW(MAX_PATH, savedDirectory_) >= MAX_PATH) savedDirectory_[0] = 0;
-  if (directory != nullptr) SetCurrentDirectoryW(directory);
+  const DWORD length = GetCurrentDirectoryW(MAX_PATH, savedDirectory_);
+  if (length == 0 || length >= MAX_PATH) {
+    savedDirectory_[0] = 0;
+  } else if (directory != nullptr) {
+    SetCurrentDirectoryW(directory);
+  }
 }
 
 CCurrentDirectory::~CCurrentDirectory() {

@@ -224,14 +224,15 @@ BOOL ResetSecurityTree(LPCWSTR path) {
                   nullptr, nullptr, nullptr) != ERROR_SUCCESS) {
     return FALSE;
   }
-  if (!DirectoryExists(path)) return TRUE;
-  CFileList list;
-  if (list.Scan(path, TRUE, TRUE) < 0) return FALSE;
-  for (int i = 0; i < list.count(); ++i) {
-    const LPCWSTR child = list.GetPath(i);
-    if (child == nullptr || !ResetSecurityTree(child)) return FALSE;
-  }
-  return TRUE;
+  const DWORD attributes = GetFileAttributesW(path);
+  if (attributes == INVALID_FILE_ATTRIBUTES) return FALSE;
+  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) return TRUE;
+  WCHAR pattern[MAX_PATH], child[MAX_PATH];
+  WIN32_FIND_DATAW entry;
+  return PathJoin(path, kEverything, pattern, MAX_PATH) &&
+         Walk(pattern, entry, [&] {
+           return PathJoin(path, entry.cFileName, child, MAX_PATH) && ResetSecurityTree(child);
+         }) == WalkEnd::kComplete;
 }
 
 }  // namespace kv

@@ -9,9 +9,6 @@
 
 namespace kv {
 
-// Whether references to environment variables in a path are replaced first.
-enum class Expand : bool { kNo, kYes };
-
 // TRUE when the directory was made or is there already; else FALSE, with the box 12101 unless
 // quiet.
 BOOL CreateOneDirectory(LPCWSTR path, Quiet quiet);
@@ -32,7 +29,7 @@ int CopyDirectory(LPCWSTR source, LPCWSTR target, Recurse recurse);
 // Deletes a directory with all it holds; with FilesOnly::kYes only the files directly in it. FALSE
 // when it cannot be listed or, after the box 12105 unless quiet, a file cannot be deleted; quietly,
 // the other files are deleted all the same. Files only and quiet gives TRUE even when files were
-// left.
+// left; an empty directory that the system does not remove stays.
 enum class FilesOnly : bool { kNo, kYes };
 BOOL DeleteTree(LPCWSTR directory, FilesOnly filesOnly, Quiet quiet);
 

@@ -10,8 +10,7 @@ namespace kv {
 CDllDirectory::CDllDirectory(LPCWSTR directory)
     : getDllDirectory_(FindProc<decltype(getDllDirectory_)>(TEXT("kernel32"), "GetDllDirectoryW")),
       setDllDirectory_(FindProc<decltype(setDllDirectory_)>(TEXT("kernel32"), "SetDllDirectoryW")) {
-  if (CanSetDllDirectory()) {
-    SaveDllDirectory();
+  if (CanSetDllDirectory() && SaveDllDirectory()) {
     setResult_ = setDllDirectory_(directory);
   } else {
     fallback_.reset(new (std::nothrow) CCurrentDirectory(directory));
@@ -31,13 +30,13 @@ BOOL CDllDirectory::CanSetDllDirectory() const {
   return systemHasIt && getDllDirectory_ != nullptr && setDllDirectory_ != nullptr;
 }
 
-void CDllDirectory::SaveDllDirectory() {
+BOOL CDllDirectory::SaveDllDirectory() {
   const DWORD needed = getDllDirectory_(0, nullptr);
-  if (needed <= 1) return;
+  if (needed <= 1) return TRUE;
   savedDllDirectory_.reset(new (std::nothrow) WCHAR[needed]);
-  if (savedDllDirectory_ == nullptr) return;
-  savedDllDirectory_[0] = 0;
-  getDllDirectory_(needed, savedDllDirectory_.get());
+  if (savedDllDirectory_ == nullptr) return FALSE;
+  const DWORD length = getDllDirectory_(needed, savedDllDirectory_.get());
+  return length != 0 && length < needed;
 }
 
 }  // namespace kv

@@ -9,7 +9,8 @@
 namespace kv {
 
 // Lets LoadLibraryW search `directory` until the object ends: through SetDllDirectoryW from Windows
-// XP SP 1 on, else as the current directory. Both are settings of the whole process.
+// XP SP 1 on unless the directory of before could not be restored, else as the current directory.
+// Both are settings of the whole process.
 class CDllDirectory {
  public:
   explicit CDllDirectory(LPCWSTR directory);
@@ -19,7 +20,8 @@ class CDllDirectory {
 
  private:
   BOOL CanSetDllDirectory() const;
-  void SaveDllDirectory();
+  // FALSE when there is one that could not be restored.
+  BOOL SaveDllDirectory();
 
   std::unique_ptr<CCurrentDirectory> fallback_;
   BOOL setResult_ = FALSE;

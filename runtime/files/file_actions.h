@@ -29,7 +29,8 @@ BOOL CanWriteFile(LPCWSTR path);
 BOOL RemoveFile(LPCWSTR path, Quiet quiet);
 BOOL RemoveFileIn(LPCWSTR directory, LPCWSTR name, Quiet quiet);
 
-// Copies a file. Without `overwrite` an existing target is left as it is and counts as success.
+// Copies a file. Without `overwrite` an existing target is left as it is and counts as success;
+// otherwise it is deleted before.
 // FALSE after the box 12100, unless quiet.
 BOOL CopyFileTo(LPCWSTR source, LPCWSTR target, Overwrite overwrite, Quiet quiet);
 // Copies `name` from one directory to another, there called `newName` (null or empty: the same

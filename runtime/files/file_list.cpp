@@ -193,8 +193,14 @@ int CFileList::DeleteAll(BOOL useLibraryDelete) {
 }
 
 int CFileList::MoveTo(LPCWSTR targetDirectory) {
-  const int copied = CopyTo(targetDirectory, CopyMode::kAlways);
-  return copied + DeleteAll(TRUE);
+  int done = 0;
+  for (int i = 0; i < count_; ++i) {
+    if (!CopyEntry(i, targetDirectory, CopyMode::kAlways)) continue;
+    ++done;
+    if (RemoveFile(GetPath(i), Quiet::kYes)) ++done;
+  }
+  Clear();
+  return done;
 }
 
 ULONGLONG GetFilesSize(LPCWSTR pattern) {

@@ -52,7 +52,8 @@ class CFileList {
   // Deletes each entry, also read-only ones with `useLibraryDelete`, and clears the list. Returns
   // the number deleted.
   int DeleteAll(BOOL useLibraryDelete);
-  // CopyTo (kAlways) and DeleteAll; returns the sum of both numbers.
+  // Copies each entry as CopyTo (kAlways) does and deletes what was copied; clears the list.
+  // Returns the sum of both numbers.
   int MoveTo(LPCWSTR targetDirectory);
 
  private:

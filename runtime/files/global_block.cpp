@@ -75,7 +75,11 @@ BOOL CGlobalBlock::Attach(HGLOBAL block) {
   }
   flags_ = data_ != block ? GMEM_MOVEABLE : 0;
   size_ = static_cast<DWORD>(GlobalSize(block));
-  return TRUE;
+  if (size_ != 0) return TRUE;
+  // Growing a block of unknown size would cut it.
+  Unlock();
+  Forget();
+  return FALSE;
 }
 
 HGLOBAL CGlobalBlock::Detach() {

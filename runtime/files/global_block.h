@@ -29,7 +29,7 @@ class CGlobalBlock {
   // old block.
   BOOL Grow(DWORD extra);
   // Takes over a block of the caller's in place of the present one. FALSE, with the object empty
-  // and the block still the caller's, when it is null or cannot be locked.
+  // and the block still the caller's, when it is null, cannot be locked or does not tell its size.
   BOOL Attach(HGLOBAL block);
   // Gives the block up, unlocked, to the caller.
   HGLOBAL Detach();

@@ -68,7 +68,19 @@ CMappedFile::Failure CMappedFile::MapOpenFile(Access access, DWORD maximum) {
                                 nullptr);
   if (mapping_ == nullptr) return Failure::kMapping;
   view_ = MapViewOfFile(mapping_, writes ? FILE_MAP_ALL_ACCESS : FILE_MAP_READ, 0, 0, 0);
-  return view_ == nullptr ? Failure::kView : Failure::kNone;
+  if (view_ != nullptr) return Failure::kNone;
+  if (writes && maximum > size_) CutBack();
+  return Failure::kView;
+}
+
+void CMappedFile::CutBack() {
+  const DWORD error = GetLastError();
+  CloseHandle(mapping_);
+  mapping_ = nullptr;
+  LONG high = 0;
+  SetFilePointer(file_, static_cast<LONG>(size_), &high, FILE_BEGIN);
+  SetEndOfFile(file_);
+  SetLastError(error);
 }
 
 void CMappedFile::ReportFailure(Failure failure) {

@@ -34,6 +34,7 @@ class CMappedFile {
   // Replaces the first or every occurrence of `find` in a file of ANSI text, which is cut at a zero
   // byte. A null or empty `replacement` removes the text. Returns the number of replacements; 0
   // also for a file that is empty or cannot be read, and after the report of a mapping that failed.
+  // When the file cannot be given its new length, which is reported, zeros stand behind its text.
   static int ReplaceInFile(LPCWSTR path, LPCSTR find, LPCSTR replacement, Occurrences occurrences);
 
   // Null when nothing is mapped.
@@ -45,6 +46,8 @@ class CMappedFile {
   enum class Failure { kNone, kSize, kMapping, kView };
   BOOL OpenFile(LPCWSTR path, Access access, Quiet quiet);
   Failure MapOpenFile(Access access, DWORD maximum);
+  // Takes back what the mapping made the file longer.
+  void CutBack();
   static void ReportFailure(Failure failure);
 
   HANDLE file_ = INVALID_HANDLE_VALUE;

@@ -36,7 +36,6 @@ enum class KeyMode : int {
 };
 
 enum class DeleteIfEmpty : bool { kNo, kYes };
-enum class Expand : bool { kNo, kYes };
 
 class RegKey {
  public:

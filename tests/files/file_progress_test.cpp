@@ -8,7 +8,6 @@
 #include "runtime/files/file_actions.h"
 #include "runtime/ui/progress_window.h"
 #include "tests/support/runtime_test.h"
-#include "tests/support/sweep.h"
 
 namespace kv::test {
 namespace {
@@ -68,16 +67,6 @@ TEST_F(FileProgressTest, CancelEndsTheCopyAndDeletesIt) {
   EXPECT_FALSE(CopyFileWithProgress(kSource, kTarget, kClass, IDS_CANCEL));
   EXPECT_EQ(positions, (std::vector<int>{32767, 65534, 98301}));
   EXPECT_FALSE(std::filesystem::exists(platform::HostPath(kTarget)));
-}
-
-TEST_F(FileProgressTest, EveryFailureIsClean) {
-  SetMessageSink([](LPCWSTR, LPCWSTR, UINT) { return IDOK; });
-  SweepFailures([&] {
-    const BOOL copied = CopyFileWithProgress(kSource, kTarget, kClass, IDS_CANCEL);
-    const platform::OutsideTest checking;
-    EXPECT_TRUE(!copied || TargetSize() == kSize) << platform::LastInjectedFunction();
-    std::filesystem::remove(platform::HostPath(kTarget));
-  });
 }
 
 }  // namespace

@@ -12,7 +12,6 @@
 #include "runtime/files/temp_names.h"
 #include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
-#include "tests/support/failing_new.h"
 #include "tests/support/runtime_test.h"
 
 namespace kv::test {
@@ -102,18 +101,6 @@ TEST_F(TreesTest, NewNamesAreFree) {
   }
   CFileList list;
   EXPECT_EQ(list.Scan(TEXT("C:\\dir"), TRUE, TRUE), 8) << "no temporary file is left over";
-  for (uint64_t n = 1;; ++n) {
-    platform::ResetFaults();
-    platform::FailAnyCall(n);
-    if (MakeTempNameWithExt(TEXT("C:\\dir"), TEXT("bat"), first)) {
-      platform::FailAnyCall(0);
-      RemoveFile(first, Quiet::kYes);
-    }
-    const bool hit = platform::InjectedFailures() != 0;
-    platform::FailAnyCall(0);
-    EXPECT_EQ(list.Scan(TEXT("C:\\dir"), TRUE, TRUE), 8) << platform::LastInjectedFunction();
-    if (!hit) break;
-  }
   Put(TEXT("C:\\dir\\report.txt"));
   Put(TEXT("C:\\dir\\report_1.txt"));
   CopyStringW(first, TEXT("C:\\dir\\report.txt"));
@@ -196,38 +183,6 @@ TEST_F(TreesTest, TreesAreMadeCopiedAndDeleted) {
   ASSERT_TRUE(platform::UseProfile("windows-98"));
   Restart();
   EXPECT_FALSE(ResetSecurityTree(TEXT("C:\\tree")));
-}
-
-// A failed copy changes no source, a failed deletion leaks nothing.
-TEST_F(TreesTest, TreesUnderEveryFailure) {
-  startupContext.silent = 1;
-  for (uint64_t n = 1;; ++n) {
-    platform::ResetFaults();
-    Put(TEXT("C:\\tree\\a"), "1");
-    Put(TEXT("C:\\tree\\sub\\b"), "22");
-    std::filesystem::create_directories(platform::HostPath(TEXT("C:\\copy")));
-    const platform::ResourceCounts before = platform::LiveResources();
-    platform::FailAnyCall(n);
-    const int copied = CopyDirectory(TEXT("C:\\tree"), TEXT("C:\\copy"), Recurse::kYes);
-    EXPECT_EQ(std::filesystem::file_size(platform::HostPath(TEXT("C:\\tree\\sub\\b"))), 2u);
-    const BOOL deleted = DeleteTree(TEXT("C:\\copy"), FilesOnly::kNo, Quiet::kYes);
-    EXPECT_EQ(platform::DescribeDifference(before, platform::LiveResources()), "");
-    if (platform::InjectedFailures() == 0) {
-      EXPECT_EQ(copied, 2);
-      EXPECT_TRUE(deleted);
-      break;
-    }
-  }
-  platform::ResetFaults();
-  for (uint64_t n = 1;; ++n) {
-    Put(TEXT("C:\\tree\\a"), "1");
-    FailAllocation(n);
-    const BOOL deleted = DeleteTree(TEXT("C:\\tree"), FilesOnly::kNo, Quiet::kYes);
-    const bool failed = AllocationFailed();
-    FailAllocation(0);
-    EXPECT_EQ(deleted, !failed);
-    if (!failed) break;
-  }
 }
 
 TEST_F(TreesTest, ListsAreSortedJoinedCopiedAndPruned) {

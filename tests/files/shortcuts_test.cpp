@@ -218,28 +218,5 @@ TEST_F(ShortcutsMachineTest, GroupsAreFoundByTheirPrograms) {
   CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
 }
 
-// Whatever call fails: no crash, nothing leaked (the fixture looks), and what was not written is
-// reported.
-TEST_F(ShortcutsMachineTest, EveryFailureIsSurvived) {
-  SetText(Key::Create(HKEY_CURRENT_USER, kShellFolders), TEXT("Personal"), TEXT("C:\\"));
-  Associate(TEXT(".htm"), TEXT("\"C:\\browser.exe\""));
-  for (uint64_t n = 1;; ++n) {
-    DeleteFileW(kLink);
-    platform::FailAnyCall(n);
-    const BOOL saved = CShellLink().Save(kLink, To(TEXT("mailto:x@example.org")));
-    WCHAR name[MAX_PATH];
-    const BOOL found = GetShortcutInternetName(kLink, name, MAX_PATH) && name[0] != 0;
-    const bool failed = platform::InjectedFailures() != 0;
-    platform::FailAnyCall(0);
-    platform::ResetFaults();
-    EXPECT_EQ(saved, GetFileAttributesW(kLink) != INVALID_FILE_ATTRIBUTES) << n;
-    if (!failed) {
-      EXPECT_TRUE(saved && found);
-      EXPECT_GT(n, 10u);
-      break;
-    }
-  }
-}
-
 }  // namespace
 }  // namespace kv::test

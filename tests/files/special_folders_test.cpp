@@ -196,28 +196,5 @@ TEST_F(DeleteWhenFreeTest, TheScriptIsStartedHiddenAsTheSystemWantsIt) {
   }
 }
 
-TEST_F(DeleteWhenFreeTest, EveryFailureDeletesTheScript) {
-  startupContext.silent = 1;
-  const int before = TemporaryFiles();
-  const auto live = platform::LiveResources();
-  bool done = false;
-  for (uint64_t n = 1; !done; ++n) {
-    platform::ResetFaults();
-    platform::FailAnyCall(n);
-    const BOOL started = DeleteWhenFree(kUsed);
-    done = platform::InjectedFailures() == 0;
-    platform::FailAnyCall(0);
-    const std::string failed = platform::LastInjectedFunction();
-    if (started) {
-      EXPECT_TRUE(WaitFor([] { return !IsThere(); })) << failed;
-      EXPECT_TRUE(WaitFor([before] { return TemporaryFiles() == before; })) << failed;
-      std::ofstream(platform::HostPath(kUsed)) << "x";
-    }
-    EXPECT_EQ(TemporaryFiles(), before) << failed;
-    EXPECT_TRUE(started || !done) << failed;
-    EXPECT_EQ(platform::DescribeDifference(live, platform::LiveResources()), "");
-  }
-}
-
 }  // namespace
 }  // namespace kv::test
