@@ -34,7 +34,7 @@ int UsersCanRead(PSECURITY_DESCRIPTOR descriptor) {
   }
   for (DWORD i = 0; i < size.AceCount; ++i) {
     void* entry = nullptr;
-    if (!GetAce(list, i, &entry)) continue;
+    if (!GetAce(list, i, &entry)) return kTestFailed;
     const int answer = AnswerOf(*static_cast<const ACE_HEADER*>(entry), users.Get());
     if (answer != kTestFailed) return answer;
   }

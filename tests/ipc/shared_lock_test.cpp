@@ -13,7 +13,6 @@
 #include "tests/support/helper_thread.h"
 #include "tests/support/peer.h"
 #include "tests/support/runtime_test.h"
-#include "tests/support/sweep.h"
 
 namespace kv::test {
 namespace {
@@ -339,24 +338,6 @@ TEST_F(SharedLockTest, OpenAttributesLetEverybodyIn) {
   EXPECT_TRUE(GetSecurityDescriptorSacl(before_vista.Get()->lpSecurityDescriptor, &present, &acl,
                                         &defaulted));
   EXPECT_FALSE(present);
-}
-
-TEST_F(SharedLockTest, EveryFailureIsClean) {
-  SetMessageSink([](LPCWSTR, LPCWSTR, UINT) { return IDOK; });
-  SweepFailures([&] {
-    {
-      TestLock lock;
-      if (lock.Enter(TRUE, 100)) lock.Leave(TRUE);
-      if (lock.Enter(FALSE, 100)) lock.Leave(FALSE);
-      COpenSecurityAttributes attributes(FALSE);
-      CSharedMemory memory;
-      memory.Map(TRUE, kCount, 4, Quiet::kNo);
-    }
-    platform::OutsideTest checking;
-    EXPECT_TRUE(TestLock().Enter(TRUE, 0)) << "nothing stays locked";
-    EXPECT_EQ(Entries(), 0);
-  });
-  SetMessageSink(nullptr);
 }
 
 }  // namespace

@@ -108,31 +108,6 @@ TEST_F(TokenTest, EveryFailingStepOfTheAdministratorTest) {
   EXPECT_EQ(level, kHighIntegrity);
 }
 
-// Runs `operation` with the first, second, … allocation failing, until it needs no more; returns
-// how many it needs. The operation gives the answer `failed` exactly when an allocation failed.
-template <class Operation, class Answer>
-uint64_t SweepAllocations(Operation operation, Answer failed) {
-  for (uint64_t nth = 1;; ++nth) {
-    FailAllocation(nth);
-    const Answer answer = operation();
-    const bool allocation_failed = AllocationFailed();
-    FailAllocation(0);
-    EXPECT_EQ(answer == failed, allocation_failed) << nth;
-    if (!allocation_failed) return nth - 1;
-  }
-}
-
-TEST_F(TokenTest, MemoryRunsOutInEveryRead) {
-  EXPECT_EQ(SweepAllocations([] { return IsAdministrator(); }, -1), 1u);
-  EXPECT_EQ(SweepAllocations([] { return static_cast<bool>(GetTokenUserSid()); }, false), 2u);
-  EXPECT_EQ(SweepAllocations([] { return HasPrivilege(TEXT("SeChangeNotifyPrivilege")); }, 0), 1u);
-  EXPECT_EQ(SweepAllocations([] { return GetIntegrityLevel(); }, DWORD{0}), 1u);
-  platform::AnswerNextBox(IDOK);
-  EXPECT_EQ(SweepAllocations([] { return static_cast<bool>(GetCurrentUserSid()); }, false), 1u);
-  EXPECT_NE(platform::ShownBoxes()[0].text.find(TEXT("GetCurrentUserSid: could not allocate SID")),
-            WideView::npos);
-}
-
 TEST_F(TokenTest, PrivilegesAreHeldDisabledOrAbsent) {
   platform::SetFact(facts::kUserPrivileges, "SeTcbPrivilege,-SeUndockPrivilege");
   EXPECT_EQ(HasPrivilege(SE_TCB_NAME), 1) << "enabled by default";

@@ -17,7 +17,6 @@
 #include "tests/support/helper_thread.h"
 #include "tests/support/peer.h"
 #include "tests/support/runtime_test.h"
-#include "tests/support/sweep.h"
 #include "tests/support/test_key.h"
 
 namespace kv::test {
@@ -432,35 +431,6 @@ TEST_F(ProcessTest, ArgumentsBeginBehindTheProgram) {
     command_line = row.line;
     EXPECT_EQ(WideView(GetCommandLineArguments()), row.arguments);
   }
-}
-
-TEST_F(ProcessTest, EveryFailureIsClean) {
-  SetMessageSink([](LPCWSTR, LPCWSTR, UINT) { return IDOK; });
-  platform::SetFact(facts::kUserIsElevated, "1");
-  platform::SetFact(facts::kProcesses, "400");
-  platform::SetFact("process.400.name", "explorer.exe");
-  platform::SetFact("process.400.user", "Ada");
-  SweepFailures([&] {
-    MyCreateProcess(TEXT("C:\\p exit 1"), 0, 1, Wait::kYes, 1000, Quiet::kNo, nullptr);
-    CreateProcessWithProgress(TEXT("C:\\p exit 1"), 0, 1, 1000, kClass, TEXT("T"), TEXT("x"),
-                              nullptr);
-    RunWithElevation(TEXT("C:\\p.exe"), TEXT("exit 1"), 0, 0, Wait::kNo);
-    ShellRun(TEXT("open"), TEXT("C:\\p.exe"), nullptr, 0, Wait::kNo);
-    SetEvent(events_[0]);
-    SetEvent(events_[1]);
-    WaitFor(2, TRUE, 100);
-    ResetEvent(events_[0]);
-    WaitFor(2, TRUE, 100);
-    const HANDLE server = NewServer();
-    const HANDLE client = OpenPipe(kPipe, 10);
-    if (client != nullptr) {
-      WriteSizedBlock(client, "0123456789", 10, 4);
-      CloseHandle(client);
-      ReadFromPipe(server, 4);
-      ReadFromPipe(server, 10);
-    }
-    ClosePipeServer(server);
-  });
 }
 
 class PrintJobTest : public WaitsTest {
