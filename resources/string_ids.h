@@ -86,6 +86,7 @@
 #define IDS_CTL_OPERAND_MISSING 14006       // text
 #define IDS_CTL_UNEXPECTED_OPERAND 14007    // 1 the word
 #define IDS_CTL_ERROR_NUMBER 14008          // 1 the number
+#define IDS_CTL_OUTPUT_LOST 14009           // text
 #define IDS_CTL_PORTS_SUMMARY 14010         // text
 #define IDS_CTL_PORTS_USAGE 14011           // text
 #define IDS_CTL_CANNOT_LIST_PORTS 14012     // text

@@ -14,6 +14,7 @@
 
 namespace kv {
 
+// Its members allocate nothing.  NOLINTNEXTLINE(cert-err58-cpp)
 StartupContext startupContext;
 
 namespace {
@@ -209,7 +210,8 @@ void ReadResourceTexts() {
 
 BOOL ProcessAttach(HINSTANCE instance) {
   startupContext.hInstance = instance;
-  srand(static_cast<unsigned>(time(nullptr)));
+  // Nothing that must be secret is drawn from it.
+  srand(static_cast<unsigned>(time(nullptr)));  // NOLINT(cert-msc32-c,cert-msc51-cpp)
   RegisterMessages();
   RegisterClipboardFormats();
   startupContext.dbcsEnabled = GetSystemMetrics(SM_DBCSENABLED);

@@ -95,7 +95,8 @@ int CFileList::Add(LPCWSTR pattern, BOOL files, BOOL directories) {
   }
   for (int i = 0; i < count_; ++i) present[i] = &entries_[i];
   std::sort(present.get(), present.get() + count_, NameLess);
-  int total = std::copy_n(entries_.get(), count_, joined.get()) - joined.get();
+  std::copy_n(entries_.get(), count_, joined.get());
+  int total = count_;
   for (int i = 0; i < other.count_; ++i) {
     if (!std::binary_search(present.get(), present.get() + count_, &other.entries_[i], NameLess)) {
       joined[total++] = other.entries_[i];

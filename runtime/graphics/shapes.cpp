@@ -35,7 +35,8 @@ HRGN TurnedRegion(HDC context, const RECT& rectangle, const POINT& about) {
   LOGFONTW font = {};
   const HGDIOBJ current = GetCurrentObject(context, OBJ_FONT);
   if (GetObjectW(current, sizeof font, &font) == 0 || font.lfEscapement == 0) return nullptr;
-  const double angle = (font.lfEscapement / 10) * kRadiansPerDegree;
+  const LONG degrees = font.lfEscapement / 10;
+  const double angle = degrees * kRadiansPerDegree;
   HRGN region = nullptr;
   RotatedRectRegion(rectangle, std::sin(angle), std::cos(angle), &about, region, context);
   return region;

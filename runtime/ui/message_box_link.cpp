@@ -54,7 +54,7 @@ void CLinkBoxHook::AttachTo(HWND box) {
   target_.reset();
   caption_.reset();
   // From here on the box deletes it.
-  if (window != nullptr && window->Attach(box, TRUE, 0)) window.release();
+  if (window != nullptr && window->Attach(box, TRUE, 0)) static_cast<void>(window.release());
 }
 
 CLinkBoxWindow::CLinkBoxWindow(LPCWSTR target, LPCWSTR caption)

@@ -81,6 +81,7 @@ TEST_F(KvctlTest, SaysClearlyWhatFailed) {
   EXPECT_EQ(printer.output,
             "kvctl: cannot start a job on the printer \"Nobody\": The printer name is invalid\n");
   EXPECT_EQ(printer.status, 1);
+  EXPECT_EQ(Run("ports > /dev/full || echo status $?").output, "status 1\n") << "nobody read it";
 }
 
 TEST_F(KvctlTest, ARefusalForLackOfRightsHasAStatusOfItsOwn) {

@@ -17,7 +17,7 @@ void Write(DWORD which, FILE* file, WideView text) {
   if (text.empty()) return;
   DWORD written;
   if (IsConsole(which)) {
-    fflush(file);
+    static_cast<void>(fflush(file));
     if (WriteConsoleW(GetStdHandle(which), text.data(), static_cast<DWORD>(text.size()), &written,
                       nullptr))
       return;
@@ -27,14 +27,18 @@ void Write(DWORD which, FILE* file, WideView text) {
       WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr), '\0');
   WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes.data(), static_cast<int>(bytes.size()),
                       nullptr, nullptr);
-  fwrite(bytes.data(), 1, bytes.size(), file);
-  fflush(file);
+  // What fails here is seen by IsOutputComplete.
+  static_cast<void>(fwrite(bytes.data(), 1, bytes.size(), file));
+  static_cast<void>(fflush(file));
 }
 
 }  // namespace
 
 void Print(WideView text) {
   Write(STD_OUTPUT_HANDLE, stdout, text);
+}
+bool IsOutputComplete() {
+  return std::ferror(stdout) == 0;
 }
 void PrintLine(WideView text) {
   Print(WideString(text) + WCHAR('\n'));

@@ -14,6 +14,8 @@ using kv::WideView;
 using WideString = std::basic_string<WCHAR>;
 
 void Print(WideView text);
+// Whether all that was printed so far has been written.
+bool IsOutputComplete();
 void PrintLine(WideView text);
 // One line "kvctl: text" on standard error.
 void PrintError(WideView text);

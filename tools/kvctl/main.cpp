@@ -88,6 +88,14 @@ ExitStatus Run(const std::vector<WideString>& words) {
   return RunCommand(*command, std::span(words).subspan(1));
 }
 
+// What ended on a full disk was not done, whatever the command says.
+ExitStatus RunAndWrite(const std::vector<WideString>& words) {
+  const ExitStatus status = Run(words);
+  if (IsOutputComplete()) return status;
+  PrintSystemError(Text(IDS_CTL_OUTPUT_LOST), ERROR_WRITE_FAULT);
+  return status == kDone ? kFailed : status;
+}
+
 // Without the resource library there is no text to say so with.
 ExitStatus ReportMissingResources() {
   WCHAR path[MAX_PATH];
@@ -108,7 +116,7 @@ int main() {
   }
   kv::SetMessageSink(kvctl::PrintReport);
   const kvctl::ExitStatus status = kv::ProcessAttach(GetModuleHandleW(nullptr))
-                                       ? kvctl::Run(words)
+                                       ? kvctl::RunAndWrite(words)
                                        : kvctl::ReportMissingResources();
   kv::ProcessDetach();
   return status;

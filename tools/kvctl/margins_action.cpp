@@ -11,7 +11,7 @@ namespace {
 
 // Empty after a message.
 WideString ProductPrinter(const Arguments& arguments) {
-  const WideString named = arguments.Value(kForOption);
+  WideString named = arguments.Value(kForOption);
   if (!named.empty()) return named;
   std::vector<PortPrinter> printers;
   if (!ListPortPrinters(printers)) {
