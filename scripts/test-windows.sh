@@ -16,7 +16,7 @@ build_preset windows-x86-tests portable_tests
 # try_on_wine BITS DIRECTORY: sets `tests` to the number of tests that passed.
 try_on_wine() {
   tests=$(scripts/on-wine.sh "$1" tests/windows/portable_tests.sh "$2")
-  echo "== the module in the spooler ($1-bit)"
+  echo "== the programs ($1-bit)"
   scripts/on-wine.sh "$1" tests/windows/programs.sh "$2"
 }
 

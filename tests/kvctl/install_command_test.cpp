@@ -9,6 +9,7 @@
 #include "runtime/core/handles.h"
 #include "runtime/printing/monitor_installation.h"
 #include "runtime/printing/printer_settings.h"
+#include "runtime/registry/reg_key.h"
 #include "tests/support/runtime_test.h"
 #include "tools/kvctl/command.h"
 #include "tools/kvctl/port_files.h"
@@ -245,7 +246,9 @@ TEST_F(InstallCommandTest, PaperAndSettings) {
   EXPECT_EQ(settings.dev.dmPaperSize, DMPAPER_A4);
   EXPECT_EQ(Remove(), 0);
   EXPECT_TRUE(Says("Kept: the settings in HKEY_CURRENT_USER\\Software")) << output_;
+  EXPECT_TRUE(RegKey().Create32(HKEY_LOCAL_MACHINE, kSettingsRoot));
   EXPECT_EQ(Run(TEXT("remove"), {TEXT("--purge")}), 0);
+  EXPECT_FALSE(RegKey().Open(HKEY_CURRENT_USER, TEXT("Software\\Veltmoor Software")));
   EXPECT_TRUE(Says("Removed: the settings in HKEY_CURRENT_USER\\Software")) << output_;
   EXPECT_EQ(Remove(), 0);
   EXPECT_EQ(output_, "There was nothing to remove.\n");

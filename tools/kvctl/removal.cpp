@@ -4,6 +4,8 @@
 #include "runtime/core/startup_context.h"
 #include "runtime/files/file_actions.h"
 #include "runtime/registry/deferred_file_ops.h"
+#include "runtime/registry/delete_key.h"
+#include "runtime/registry/reg_key.h"
 #include "tools/kvctl/file_replacements.h"
 #include "tools/kvctl/port_files.h"
 #include "tools/kvctl/port_registration.h"
@@ -19,9 +21,25 @@ bool Delete(const WideString& path) {
   return kv::RemoveFile(path.c_str(), kv::Quiet::kYes) != FALSE;
 }
 
-// Opens the product's settings in one view of the registry.
-bool OpenSettings(kv::RegKey& key, int view, HKEY root) {
-  return key.OpenRWView(view, root, TEXT("%s"), kv::kSettingsRoot) != FALSE;
+bool HasSettings(int view, HKEY root) {
+  return kv::RegKey().OpenView(view, root, kv::kSettingsRoot) != FALSE;
+}
+
+// Deletes the product's settings, and the maker's key when nothing else is left in it. A deletion
+// names no view of the registry, so that it begins at a key which is open in that view.
+bool DeleteSettings(int view, HKEY root) {
+  WideString path = kv::kSettingsRoot;
+  const size_t rootEnd = path.find(TEXT('\\'));
+  const WideString settings = path.substr(rootEnd + 1);
+  const WideString maker = settings.substr(0, settings.find(TEXT('\\')));
+  path.resize(rootEnd);
+  kv::RegKey software, makersKey;
+  if (!software.OpenRWView(view, root, path.c_str())) return false;
+  if (!kv::MyDeleteKeyW(software.handle(), settings.c_str())) return false;
+  if (makersKey.OpenRW(software.handle(), maker.c_str())) {
+    makersKey.Close(kv::Disposal::kDeleteIfEmpty);
+  }
+  return true;
 }
 
 }  // namespace
@@ -34,7 +52,7 @@ ExitStatus Removal::Run() {
     if (const ExitStatus status = RemoveFiles(directory)) return status;
   }
   pause_.End();
-  RemoveSettings();
+  if (const ExitStatus status = RemoveSettings()) return status;
   if (!removedSomething_) PrintLine(Text(IDS_CTL_NOTHING_REMOVED));
   return needsRestart_ ? kNeedsRestart : kDone;
 }
@@ -99,7 +117,7 @@ ExitStatus Removal::RemoveFile(const WideString& path) {
   return kDone;
 }
 
-void Removal::RemoveSettings() {
+ExitStatus Removal::RemoveSettings() {
   const struct {
     HKEY root;
     LPCWSTR name;
@@ -109,16 +127,19 @@ void Removal::RemoveSettings() {
     const WideString path = WideString(rootName) + TEXT('\\') + kv::kSettingsRoot;
     bool existed = false;
     for (const int view : {64, 32}) {
-      kv::RegKey key;
-      if (!OpenSettings(key, view, root)) continue;
+      if (!HasSettings(view, root)) continue;
       existed = true;
-      if (purge_ == Purge::kYes) key.Close(kv::Disposal::kDelete);
+      if (purge_ == Purge::kYes && !DeleteSettings(view, root)) {
+        PrintError(Text(IDS_CTL_CANNOT_DELETE_FILE, path.c_str()));
+        return kFailed;
+      }
     }
     if (!existed) continue;
     removedSomething_ |= purge_ == Purge::kYes;
     PrintLine(Text(purge_ == Purge::kYes ? IDS_CTL_REMOVED_SETTINGS : IDS_CTL_KEPT_SETTINGS,
                    path.c_str()));
   }
+  return kDone;
 }
 
 }  // namespace kvctl

@@ -22,7 +22,7 @@ class Removal {
   ExitStatus RemoveMonitor();
   ExitStatus RemoveFiles(const WideString& directory);
   ExitStatus RemoveFile(const WideString& path);
-  void RemoveSettings();
+  ExitStatus RemoveSettings();
 
   Purge purge_;
   SpoolerPause pause_;
