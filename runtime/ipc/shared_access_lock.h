@@ -15,7 +15,8 @@ namespace kv {
 // for kAbandonedEntries (5 s); then the writer takes them for abandoned, writes the counter anew
 // and goes on. With n abandoned and m living entries that is at most (m + 1) × 5 s after the last
 // living reader could leave, and once for all n. A reader that stays inside for longer while a
-// writer waits is no longer protected; its leaving does no harm.
+// writer waits is no longer protected; when it leaves after all, it may take an entry that another
+// reader made since out of the count, which never falls below 0.
 //
 // Without a counter (it could not be made) readers keep the lock mutex as writers do, so that all
 // processes without it exclude each other.

@@ -18,9 +18,15 @@ class LockScope {
 
 BOOL CSharedCounter::Create(LPCWSTR mappingName, BOOL useMutex, LPCWSTR mutexName) {
   if (useMutex && CreateMutex(mutexName) == kNotCreated) return FALSE;
+  if (MapCounter(mappingName)) return TRUE;
+  Close();
+  return FALSE;
+}
+
+BOOL CSharedCounter::MapCounter(LPCWSTR mappingName) {
   const LockScope lock(*this);
   if (IsOpen()) return TRUE;
-  const Creation creation = Map(TRUE, mappingName, sizeof(LONG), Quiet::kNo);
+  const Creation creation = MapBlock(TRUE, mappingName, sizeof(LONG), Quiet::kNo);
   if (creation == kCreated) Value() = 0;
   return creation != kNotCreated;
 }

@@ -14,7 +14,7 @@ class CSharedCounter : public CSharedMemory {
 
   // Maps the counter, which begins at 0 when nobody has it mapped and keeps its value otherwise.
   // With `useMutex` the mutex of that name guards it, and is made first. FALSE when either fails; a
-  // failed mapping has been reported.
+  // failed mapping has been reported and leaves the object closed.
   BOOL Create(LPCWSTR mappingName, BOOL useMutex, LPCWSTR mutexName);
   BOOL IsOpen() const { return view() != nullptr; }
 
@@ -26,6 +26,7 @@ class CSharedCounter : public CSharedMemory {
   BOOL Replace(LONG expected, LONG value);
 
  private:
+  BOOL MapCounter(LPCWSTR mappingName);
   LONG Add(LONG difference);
   volatile LONG& Value() const { return *static_cast<volatile LONG*>(view()); }
 };

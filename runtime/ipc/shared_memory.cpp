@@ -1,9 +1,7 @@
 #include "runtime/ipc/shared_memory.h"
 
-#include <algorithm>
-#include <new>
-
 #include "runtime/core/messages.h"
+#include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
 #include "runtime/ui/progress_window.h"
 #include "runtime/ui/pump_messages.h"
@@ -26,14 +24,6 @@ class ShownScope {
  private:
   CProgressWnd* window_;
 };
-
-std::unique_ptr<WCHAR[]> CopyName(LPCWSTR name) {
-  const WideView text = View(name);
-  if (text.empty()) return nullptr;
-  std::unique_ptr<WCHAR[]> copy(new (std::nothrow) WCHAR[text.size() + 1]);
-  if (copy != nullptr) *std::copy(text.begin(), text.end(), copy.get()) = 0;
-  return copy;
-}
 
 }  // namespace
 
@@ -59,6 +49,16 @@ BOOL CSharedMemory::OpenMutex(LPCWSTR name) {
 }
 
 Creation CSharedMemory::Map(BOOL create, LPCWSTR name, DWORD size, Quiet quiet) {
+  const Creation creation = MapBlock(create, name, size, quiet);
+  if (creation == kNotCreated) {
+    const DWORD error = GetLastError();
+    Close();
+    SetLastError(error);
+  }
+  return creation;
+}
+
+Creation CSharedMemory::MapBlock(BOOL create, LPCWSTR name, DWORD size, Quiet quiet) {
   Unmap();
   Creation creation = kExisted;
   if (create) {
@@ -71,14 +71,14 @@ Creation CSharedMemory::Map(BOOL create, LPCWSTR name, DWORD size, Quiet quiet) 
   }
   view_ = MapViewOfFile(mapping_, FILE_MAP_ALL_ACCESS, 0, 0, 0);
   if (view_ == nullptr) return Fail(TEXT("MapViewOfFile"), quiet);
-  name_ = CopyName(name);
+  if (!View(name).empty()) name_ = CopyOf(name);
   return creation;
 }
 
 Creation CSharedMemory::Fail(LPCWSTR call, Quiet quiet) {
   const DWORD error = GetLastError();
   if (quiet == Quiet::kNo) ShowLastError(call);
-  Close();
+  Unmap();
   SetLastError(error);
   return kNotCreated;
 }

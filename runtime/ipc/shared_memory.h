@@ -56,6 +56,10 @@ class CSharedMemory {
   // The name it was mapped by; empty without one.
   LPCWSTR name() const { return name_ == nullptr ? TEXT("") : name_.get(); }
 
+ protected:
+  // Map for a caller who holds the lock: a failure leaves the mutex, which Unlock needs, open.
+  Creation MapBlock(BOOL create, LPCWSTR name, DWORD size, Quiet quiet);
+
  private:
   Creation Fail(LPCWSTR call, Quiet quiet);
   void Unmap();

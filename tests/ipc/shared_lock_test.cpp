@@ -260,8 +260,14 @@ TEST_F(SharedLockTest, ALivingReaderRestartsTheTimeAndLeavesWithoutWaiting) {
 TEST_F(SharedLockTest, WithoutTheCountReadersExcludeEachOther) {
   platform::AnswerNextBox(IDOK);
   platform::FailCall("CreateFileMappingW", 1);
+  const HANDLE others = CreateMutexW(nullptr, FALSE, kCountMutex);
   TestLock lock;
   EXPECT_TRUE(lock.IsInitialised());
+  HelperThread([&] {
+    EXPECT_EQ(WaitForSingleObject(others, 0), WAIT_OBJECT_0) << "let go";
+    ReleaseMutex(others);
+  });
+  CloseHandle(others);
   EXPECT_TRUE(lock.Enter(FALSE, 0));
   EXPECT_EQ(RunPeer(directory(), [] { return TestLock().Enter(TRUE, 0) ? 1 : 0; }), 0);
   EXPECT_TRUE(lock.Enter(TRUE, 0));
