@@ -30,6 +30,7 @@ constexpr int kShownUpTo = 55;  // per cent: a bar beyond it is not worth a wind
 constexpr COLORREF kTransparent = RGB(255, 255, 255);
 constexpr DWORD kChild = WS_CHILD | WS_VISIBLE;
 constexpr int kFormatCapacity = 256;
+constexpr int kEllipsisLength = 3;
 constexpr int kTextCapacity = 1024;
 constexpr int kPictureGap = 20;  // pixels between picture and text, and right of the text
 
@@ -65,6 +66,19 @@ HICON LoadIconOfSize(HMODULE resources, UINT icon, int widthMetric, int heightMe
   return static_cast<HICON>(LoadImageW(resources, MAKEINTRESOURCEW(icon), IMAGE_ICON,
                                        GetSystemMetrics(widthMetric),
                                        GetSystemMetrics(heightMetric), LR_DEFAULTCOLOR));
+}
+
+// The string `number` (at most 255 characters), with room behind it for an ellipsis; FALSE when
+// there is none.
+BOOL LoadFormat(HMODULE resources, UINT number,
+                WCHAR (&format)[kFormatCapacity + kEllipsisLength]) {
+  return LoadStringW(resources, number, format, kFormatCapacity) != 0;
+}
+
+// From one position of the bar to another. A bar may stand for a time on the tick count, which
+// passes from the largest number to the smallest.
+int Distance(int from, int to) {
+  return static_cast<int>(static_cast<DWORD>(to) - static_cast<DWORD>(from));
 }
 
 template <class Handle, class Release>
@@ -298,7 +312,7 @@ void CProgressWnd::DelayPassed() {
   StopTimer();
   int low, high;
   GetRange(&low, &high);
-  const int span = high - low;
+  const int span = Distance(low, high);
   if (rangeSet_ && span > 0 && GetPos() >= MulDiv(span, kShownUpTo, 100)) return;
   ShowNow();
 }
@@ -328,9 +342,9 @@ void CProgressWnd::SetPos(int position) {
   Show(TRUE);
   if (!IsIconic(hWnd_)) return;
   int low, high;
-  if (!GetRange(&low, &high) || high <= low) return;
+  if (!GetRange(&low, &high) || Distance(low, high) <= 0) return;
   WCHAR caption[16];
-  FormatText(caption, TEXT(" %d%%"), MulDiv(position - low, 100, high - low));
+  FormatText(caption, TEXT(" %d%%"), MulDiv(Distance(low, position), 100, Distance(low, high)));
   SetWindowTextW(hWnd_, caption);
 }
 
@@ -374,11 +388,9 @@ void CProgressWnd::SetTextV(LPCWSTR format, va_list arguments) {
 }
 
 BOOL CProgressWnd::SetTextFromResource(UINT number, ...) {
-  WCHAR format[kFormatCapacity];
-  if (hText_ == nullptr || LoadStringW(hResources_, number, format, kFormatCapacity) == 0) {
-    return FALSE;
-  }
-  AppendEllipsis(format, kFormatCapacity);
+  WCHAR format[kFormatCapacity + kEllipsisLength];
+  if (hText_ == nullptr || !LoadFormat(hResources_, number, format)) return FALSE;
+  AppendEllipsis(format, std::size(format));
   va_list arguments;
   va_start(arguments, number);
   SetTextV(format, arguments);
@@ -387,10 +399,8 @@ BOOL CProgressWnd::SetTextFromResource(UINT number, ...) {
 }
 
 BOOL CProgressWnd::SetTextFromResourceV(UINT number, va_list arguments) {
-  WCHAR format[kFormatCapacity];
-  if (hText_ == nullptr || LoadStringW(hResources_, number, format, kFormatCapacity) == 0) {
-    return FALSE;
-  }
+  WCHAR format[kFormatCapacity + kEllipsisLength];
+  if (hText_ == nullptr || !LoadFormat(hResources_, number, format)) return FALSE;
   SetTextV(format, arguments);
   return TRUE;
 }
@@ -427,7 +437,7 @@ void CProgressWnd::Reset() {
 void CProgressWnd::Cancel() {
   cancelled_ = TRUE;
   EnableWindow(CancelButton(), FALSE);
-  WCHAR text[80 + 3];
+  WCHAR text[80 + kEllipsisLength];
   LoadResourceString(text, 80, IDS_CANCELLING);
   if (text[0] == 0) CopyStringW(text, TEXT("Cancelling"));
   AppendEllipsis(text, std::size(text));

@@ -3,6 +3,7 @@
 
 #include <commctrl.h>
 
+#include <climits>
 #include <optional>
 #include <string>
 
@@ -206,9 +207,11 @@ TEST_F(ProgressWindowTest, ItAppearsLateUnlessTheOperationIsNearlyDone) {
   const struct {
     int low, high, position;
     bool appears;
-  } cases[] = {{0, 0, 0, true},       {0, 1000, 500, true},      {0, 1000, 549, true},
-               {0, 1000, 550, false}, {0, 1000, 600, false},     {0, 3, 1, true},
-               {0, 3, 2, false},      {1000, 2000, 1000, false}, {-1000, 0, -1, true}};
+  } cases[] = {{0, 0, 0, true},       {0, 1000, 500, true},
+               {0, 1000, 549, true},  {0, 1000, 550, false},
+               {0, 1000, 600, false}, {0, 3, 1, true},
+               {0, 3, 2, false},      {1000, 2000, 1000, false},
+               {-1000, 0, -1, true},  {INT_MAX, INT_MIN + 99, 0, false}};
   for (const auto& one : cases) {
     SCOPED_TRACE(std::to_string(one.position) + " of " + std::to_string(one.high));
     CProgressWnd window;
@@ -291,7 +294,7 @@ TEST_F(ProgressWindowTest, TextsAndTheBar) {
   EXPECT_FALSE(window.SetTextFromResource(999));
   EXPECT_EQ(TextOf(window), TEXT("Waiting for 7..."));
   EXPECT_TRUE(window.SetTextFromResource(kLong));
-  EXPECT_EQ(TextOf(window).size(), 255u);
+  EXPECT_EQ(TextOf(window), Wide(255, u'x') + TEXT("..."));
 
   const HWND bar = Child(window, PROGRESS_CLASSW);
   const auto shown = [&] { return (GetWindowLongW(bar, GWL_STYLE) & WS_VISIBLE) != 0; };
