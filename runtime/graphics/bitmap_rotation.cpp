@@ -61,6 +61,8 @@ TurnedBitmap ReadBitmap(HDC context, HBITMAP bitmap) {
   const BITMAPINFOHEADER& info = read.header->info;
   read.bits = NewRows(info.biWidth, info.biHeight, info.biBitCount);
   if (read.bits == nullptr || !ReadRows(context, bitmap, *read.header, read.bits.get())) return {};
+  // The system has entered the size of what it gave.
+  read.header->info.biSizeImage = 0;
   return read;
 }
 
@@ -77,8 +79,6 @@ BOOL RotateBitmapQuarter(HDC context, HBITMAP bitmap, TurnedBitmap& turned) {
     return FALSE;
   }
   std::swap(info.biWidth, info.biHeight);
-  // The system has entered the size of what it gave.
-  info.biSizeImage = 0;
   turned = {std::move(target), std::move(source.header)};
   return TRUE;
 }

@@ -12,11 +12,10 @@ namespace {
 
 HRGN PathRegion(HDC context, const POINT (&outline)[5]) {
   const WorldTransformScope transform(context);
-  if (!transform.Reset() || !BeginPath(context) ||
-      !Polygon(context, outline, static_cast<int>(std::size(outline))) || !EndPath(context)) {
-    return nullptr;
-  }
-  return PathToRegion(context);
+  if (!transform.Reset() || !BeginPath(context)) return nullptr;
+  const BOOL isDrawn = Polygon(context, outline, static_cast<int>(std::size(outline)));
+  // In every case: a path left open would swallow what the caller draws.
+  return EndPath(context) && isDrawn ? PathToRegion(context) : nullptr;
 }
 
 BOOL Add(const UniqueRegion& to, const UniqueRegion& more) {

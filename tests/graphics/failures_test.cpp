@@ -38,7 +38,7 @@ TEST_F(GraphicsFailuresTest, RegionsAreMadeWholeOrNotAtAll) {
   });
 }
 
-// A refused step may not leave the context in another coordinate system.
+// A refused step may leave the context neither in another coordinate system nor with an open path.
 TEST_F(GraphicsFailuresTest, TheContextKeepsItsTransform) {
   const ScreenContext screen;
   SetGraphicsMode(screen.Get(), GM_ADVANCED);
@@ -58,6 +58,7 @@ TEST_F(GraphicsFailuresTest, TheContextKeepsItsTransform) {
       GetRgnBox(made, &box);
       EXPECT_EQ(box.right, 10);
     }
+    EXPECT_TRUE(!EndPath(screen.Get()) || platform::LastInjectedFunction() == "EndPath");
     XFORM now = {};
     GetWorldTransform(screen.Get(), &now);
     const bool refusedAtTheEnd = platform::LastInjectedFunction() == "SetWorldTransform" ||
