@@ -14,8 +14,10 @@ enum class StripExtension : bool { kNo, kYes };
 // characters.
 BOOL IsRegisteredExtension(LPCWSTR extension);
 
-// Turns the title into the document's name, in place. Web and file addresses keep their extension
-// whatever `stripExtension` says; other names lose it only when it is registered.
+// Turns the title into the document's name, in place. The captions of applications that are known
+// by their pattern lose what stands around the name, addresses a final slash and with `stripScheme`
+// all up to the first "//", and of a path the last part stays. Web and file addresses keep their
+// extension whatever `stripExtension` says; other names lose it only when it is registered.
 void DocumentNameFromTitle(LPWSTR title, StripScheme stripScheme, StripExtension stripExtension);
 
 }  // namespace kv

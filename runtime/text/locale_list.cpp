@@ -68,14 +68,14 @@ WCHAR GetAbbrevLanguageName(LCID locale, LPWSTR output, int capacity) {
 }
 
 WCHAR GetLocaleShortName(LCID locale, LPWSTR output, int capacity) {
-  if (!ReadLocaleText(locale, kLocaleName, output, capacity)) {
-    WCHAR language[kPartCapacity], country[kPartCapacity];
-    if (output == nullptr || capacity < 1 ||
-        !ReadLocaleText(locale, LOCALE_SABBREVLANGNAME, language, kPartCapacity) ||
-        !ReadLocaleText(locale, LOCALE_SABBREVCTRYNAME, country, kPartCapacity)) {
-      return 0;
-    }
-    FormatText(output, static_cast<size_t>(capacity), TEXT("%s-%s"), language, country);
+  if (output == nullptr || capacity < 1) return 0;
+  output[0] = 0;
+  WCHAR name[kPartCapacity], country[kPartCapacity];
+  if (ReadLocaleText(locale, kLocaleName, name, kPartCapacity)) {
+    CopyStringW(output, capacity, name);
+  } else if (ReadLocaleText(locale, LOCALE_SABBREVLANGNAME, name, kPartCapacity) &&
+             ReadLocaleText(locale, LOCALE_SABBREVCTRYNAME, country, kPartCapacity)) {
+    FormatText(output, static_cast<size_t>(capacity), TEXT("%s-%s"), name, country);
   }
   CharLowerW(output);
   return output[0];

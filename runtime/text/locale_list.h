@@ -13,8 +13,8 @@ WCHAR GetEnglishLanguageName(LCID locale, LPWSTR output, int capacity);
 WCHAR GetEnglishCountryName(LCID locale, LPWSTR output, int capacity);
 // Three letters, "ENU".
 WCHAR GetAbbrevLanguageName(LCID locale, LPWSTR output, int capacity);
-// The locale's name in lower case, "en-us"; before Windows Vista the abbreviations of language and
-// country, "enu-usa".
+// The locale's name in lower case, "en-us", cut to fit; before Windows Vista the abbreviations of
+// language and country, "enu-usa".
 WCHAR GetLocaleShortName(LCID locale, LPWSTR output, int capacity);
 // The number of the locale's ANSI code page; 0 when it has none or it cannot be read.
 UINT GetLocaleAnsiCodePage(LCID locale);

@@ -32,6 +32,16 @@ int WithoutHalfCharacter(LPCSTR text, int length) {
   return length;
 }
 
+// Some code pages, UTF-8 among them, cannot tell whether they used a default character, and refuse
+// to convert when they are asked.
+BOOL ConvertWhole(LPSTR output, int capacity, LPCWSTR source, UINT codePage, BOOL* usedDefault) {
+  if (WideCharToMultiByte(codePage, 0, source, -1, output, capacity, nullptr, usedDefault) != 0) {
+    return TRUE;
+  }
+  return usedDefault != nullptr &&
+         WideCharToMultiByte(codePage, 0, source, -1, output, capacity, nullptr, nullptr) != 0;
+}
+
 // Makes a counted string a terminated one.
 void Terminate(CHAR (&output)[kCountedStringCapacity], const BYTE* counted) {
   const int length = counted == nullptr ? 0 : counted[0];
@@ -100,10 +110,8 @@ void WideToAnsi(LPSTR output, int capacity, LPCWSTR source, UINT codePage, BOOL*
   if (source == nullptr) return;
   const int needed = WideCharToMultiByte(codePage, 0, source, -1, nullptr, 0, nullptr, nullptr);
   if (needed <= capacity) {
-    if (needed == 0 ||
-        WideCharToMultiByte(codePage, 0, source, -1, output, capacity, nullptr, usedDefault) == 0) {
+    if (needed == 0 || !ConvertWhole(output, capacity, source, codePage, usedDefault))
       output[0] = 0;
-    }
     return;
   }
   const std::unique_ptr<CHAR[]> whole(new (std::nothrow) CHAR[needed]);

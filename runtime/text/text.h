@@ -30,7 +30,9 @@ void CopyCountedStringA(LPSTR output, int capacity, const BYTE* counted);
 void AnsiToWide(LPWSTR output, int capacity, LPCSTR source, UINT codePage);
 void AnsiToWideCounted(LPWSTR output, int capacity, const BYTE* counted, UINT codePage);
 // Converts with WideCharToMultiByte. `usedDefault`, when given, tells whether a character had no
-// counterpart in the code page; it stays 0 when the result had to be cut.
+// counterpart in the code page; it stays 0 when the result had to be cut, and for code pages that
+// cannot tell (UTF-8). Without memory, or with a code page that the system does not have, the
+// output is empty.
 void WideToAnsi(LPSTR output, int capacity, LPCWSTR source, UINT codePage,
                 BOOL* usedDefault = nullptr);
 

@@ -43,7 +43,7 @@ TEST_F(LocaleListTest, LanguagesAreSortedAndCountriesStandWhereTheyTell) {
 }
 
 TEST_F(LocaleListTest, LocalesAreFoundByTheirShortNames) {
-  for (const char* profile : {"windows-10", "windows-xp"}) {
+  for (const char* profile : {"windows-xp", "windows-10"}) {
     ASSERT_TRUE(platform::UseProfile(profile));
     const CLocaleList list;
     WCHAR name[100];
@@ -56,6 +56,8 @@ TEST_F(LocaleListTest, LocalesAreFoundByTheirShortNames) {
     EXPECT_EQ(list.FindLocaleByName(TEXT("xx-yy")), 0u);
   }
   WCHAR name[4] = TEXT("?");
+  EXPECT_EQ(GetLocaleShortName(0x0409, name, 4), 'e');
+  EXPECT_EQ(WideView(name), TEXT("en-")) << "cut";
   EXPECT_EQ(GetLocaleShortName(0x7777, name, 4), 0);
   EXPECT_EQ(GetLocaleShortName(0x0409, nullptr, 4), 0);
   EXPECT_EQ(GetAbbrevLanguageName(0x0409, name, 4), 'E');

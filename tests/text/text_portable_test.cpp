@@ -77,6 +77,9 @@ TEST(ConversionTest, CutsWhatDoesNotFitAndReportsTheDefaultCharacter) {
   WideToAnsi(narrow, 3, TEXT("a\u4E00b"), 1252, &usedDefault);
   EXPECT_STREQ(narrow, "a?");
   EXPECT_FALSE(usedDefault) << "not known for a result that was cut";
+  WideToAnsi(narrow, 16, TEXT("\u20AC"), CP_UTF8, &usedDefault);
+  EXPECT_STREQ(narrow, "\xE2\x82\xAC");
+  EXPECT_FALSE(usedDefault) << "which cannot tell";
   WideToAnsi(narrow, 16, TEXT("x"), 54321);
   EXPECT_STREQ(narrow, "") << "a code page that does not exist";
 }
