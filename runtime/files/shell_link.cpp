@@ -129,7 +129,8 @@ BOOL CShellLink::Save(LPCWSTR file, const ShortcutContents& contents) {
 }
 
 BOOL CShellLink::IsInSpecialFolder(int folder, LPWSTR name, int capacity) const {
-  if (name != nullptr && capacity > 0) name[0] = 0;
+  if (capacity <= 0) name = nullptr;
+  if (name != nullptr) name[0] = 0;
   if (!ready_) return FALSE;
   UniqueItemList target, place;
   if (!Answered(shellLink_.Get()->GetIDList(target.Receive())) ||

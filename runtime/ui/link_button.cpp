@@ -9,6 +9,7 @@
 
 #include "resources/string_ids.h"
 #include "runtime/core/resource_text.h"
+#include "runtime/files/link_target.h"
 #include "runtime/graphics/device_contexts.h"
 #include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
@@ -132,11 +133,10 @@ void AddLinkButton(HWND box, LPCWSTR caption) {
 }
 
 BOOL OpenLink(HWND owner, LPCWSTR target) {
-  const WideView text = View(target);
-  if (!text.starts_with(TEXT("mailto:")) && text.find(TEXT("://")) == WideView::npos) return FALSE;
+  if (!IsLinkTarget(target)) return FALSE;
   WCHAR path[MAX_PATH];
   DWORD length = MAX_PATH;
-  if (StartsWithAsciiNoCase(text, TEXT("file://")) &&
+  if (StartsWithAsciiNoCase(View(target), TEXT("file://")) &&
       SUCCEEDED(PathCreateFromUrlW(target, path, &length, 0))) {
     target = path;
   }

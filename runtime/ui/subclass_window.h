@@ -13,7 +13,8 @@ namespace kv {
 // From within its operations an object may attach and detach any object of the window, destroy any
 // (itself included, when it does nothing with itself afterwards) and destroy the window. An object
 // that is attached while a message is on its way sees later messages only; one that has left is not
-// called any more.
+// called any more. When the last one leaves before the window's procedure was called, the message
+// ends with what has been stored as its result (0 at first).
 class CSubclassWindow {
  public:
   CSubclassWindow() = default;
