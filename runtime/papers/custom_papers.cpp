@@ -182,9 +182,11 @@ WORD CCustomPapers::NextFreeCustomPaperId() const {
   }
   if (taken >= kCustomIdCount) return kFirstCustomPaperId;
   std::sort(ids.get(), ids.get() + taken);
-  DWORD free = 0;
-  while (free < taken && ids[free] == kFirstCustomPaperId + free) ++free;
-  return static_cast<WORD>(kFirstCustomPaperId + free);
+  // Callers may have given several papers the same id.
+  const WORD* const end = std::unique(ids.get(), ids.get() + taken);
+  WORD free = kFirstCustomPaperId;
+  for (const WORD* id = ids.get(); id != end && *id == free; ++id) ++free;
+  return free;
 }
 
 }  // namespace kv

@@ -27,8 +27,9 @@ inline size_t DevModeSize(const DEVMODEW& devMode) {
   return size_t{devMode.dmSize} + devMode.dmDriverExtra;
 }
 
-// A copy; null for null. Without memory null after the report "DuplicateDevmodePtr could not
-// allocate DEVMODE".
+// A copy of the DevModeSize bytes, which must be readable; structures of older drivers, which are
+// not valid here, are copied as well. Null for null. Without memory null after the report
+// "DuplicateDevmodePtr could not allocate DEVMODE".
 UniqueDevMode DuplicateDevmodePtr(const DEVMODEW* devMode, Quiet quiet);
 
 // Whether two device modes stand for the same settings: all bytes count but those behind the

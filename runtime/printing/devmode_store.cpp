@@ -71,7 +71,7 @@ void StoreForLocalPrinter(LPCWSTR printer, CopyWriter& writer) {
 
 WriteResult StoreDevMode(LPCWSTR printer, const DEVMODEW* devMode, ForPrinter forPrinter,
                          ForUser forUser) {
-  if (startupContext.platform.win9xKind != 0) return kWriteFailed;
+  if (startupContext.platform.win9xKind != 0 || !IsValidDevMode(devMode)) return kWriteFailed;
   CopyWriter writer(*devMode);
   if (forUser == ForUser::kYes) StoreForUser(printer, writer);
   if (forPrinter == ForPrinter::kYes) {

@@ -11,7 +11,8 @@ enum class ForUser : bool { kNo, kYes };
 // Writes the device mode to the registry copies of a printer (its default settings) and of the
 // current user, where these are not equal to it already. A copy whose key cannot be opened (or, for
 // the user's, made) is left out without a report. kUnchanged also when there was no key at all;
-// kWriteFailed, for "not possible", on the Windows 9x family. `devMode` must be valid.
+// kWriteFailed, for "not possible", on the Windows 9x family and for a device mode that is not
+// valid.
 WriteResult StoreDevMode(LPCWSTR printer, const DEVMODEW* devMode, ForPrinter forPrinter,
                          ForUser forUser);
 // The same after conversion; kWriteFailed also when that fails.

@@ -108,6 +108,8 @@ BOOL DeviceSupportsDuplex(LPCWSTR device) {
 }
 
 std::unique_ptr<WCHAR[]> GetDevicePort(LPCWSTR device) {
+  // For null the profile would tell the names of all devices.
+  if (device == nullptr) return nullptr;
   WCHAR entry[kDeviceEntryCapacity];
   GetProfileStringW(TEXT("Devices"), device, TEXT(""), entry, kDeviceEntryCapacity);
   const size_t comma = View(entry).find(TEXT(','));

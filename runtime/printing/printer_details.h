@@ -36,7 +36,7 @@ BOOL FindSharedPrinterName(LPCWSTR server, LPCWSTR share, LPWSTR output, int cap
 // Whether the driver of a device prints on both sides.
 BOOL DeviceSupportsDuplex(LPCWSTR device);
 // The port text of a device in the profile's device list: what stands behind the first comma. Null
-// when it is not listed, has no comma, or memory runs out.
+// when it is null, not listed or has no comma, and when memory runs out.
 std::unique_ptr<WCHAR[]> GetDevicePort(LPCWSTR device);
 
 }  // namespace kv

@@ -76,7 +76,7 @@ void SetText(LPCWSTR* place, LPCWSTR text) {
 }  // namespace
 
 CPrinterList::CPrinterList(DWORD flags, LPCWSTR name)
-    : flags_(flags), name_(View(name).empty() ? nullptr : CopyOf(name)) {}
+    : flags_(flags), hasName_(!View(name).empty()), name_(hasName_ ? CopyOf(name) : nullptr) {}
 
 BOOL CPrinterList::OnPrinter(int, LPCWSTR, LPCWSTR, LPCWSTR) {
   return TRUE;
@@ -84,7 +84,9 @@ BOOL CPrinterList::OnPrinter(int, LPCWSTR, LPCWSTR, LPCWSTR) {
 
 BOOL CPrinterList::LoadPrinters() {
   if (IsLoaded()) return TRUE;
-  if (flags_ == kUsualFlags && name_ == nullptr) {
+  // Without its name the list would be that of another machine.
+  if (hasName_ && name_ == nullptr) return FALSE;
+  if (flags_ == kUsualFlags && !hasName_) {
     RegistryPrinters registry;
     if (registry.Load() && Fill(registry)) return TRUE;
   }
@@ -92,9 +94,11 @@ BOOL CPrinterList::LoadPrinters() {
   return spooler.Load(flags_, name_.get()) && Fill(spooler);
 }
 
-// Two passes over the same texts: the first one measures them. What has grown meanwhile fails.
+// Two passes over the same texts: the first one measures them. What has grown meanwhile fails, and
+// so do printers that are all gone by now: an empty list does not count as loaded.
 BOOL CPrinterList::Fill(PrinterSource& source) {
   const DWORD count = source.Count();
+  if (count == 0) return FALSE;
   PrinterTexts texts;
   size_t characters = 0;
   for (DWORD i = 0; i < count; ++i) {

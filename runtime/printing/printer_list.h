@@ -97,6 +97,7 @@ class CPrinterList {
   void SetStatesByFile(LPCWSTR pattern, DWORD state);
 
   DWORD flags_;
+  bool hasName_;
   std::unique_ptr<WCHAR[]> name_;
   int count_ = 0;
   std::unique_ptr<BYTE[]> block_;

@@ -66,6 +66,7 @@ void FillPublicPart(LPCWSTR printer, DEVMODEW& dev) {
 void NameApplication(ProductSettings& settings) {
   WCHAR path[MAX_PATH] = {}, title[MAX_PATH];
   GetModuleFileNameW(nullptr, path, MAX_PATH);
+  path[MAX_PATH - 1] = 0;
   GetBaseName(path, title);
   if (IsSystemProcessName(title)) return;
   WideToAnsi(settings.applicationName, sizeof(settings.applicationName), title, CP_ACP);

@@ -7,6 +7,7 @@
 #include "runtime/printing/printer_keys.h"
 
 namespace kv {
+
 CProductPrinterList::CProductPrinterList(Selection selection, DWORD flags, LPCWSTR name)
     : CPrinterList(flags, name), selection_(selection) {}
 

@@ -1,5 +1,6 @@
 #include "runtime/printing/registry_printers.h"
 
+#include <algorithm>
 #include <new>
 
 #include "runtime/core/startup_context.h"

@@ -7,6 +7,7 @@
 #include "runtime/text/text.h"
 
 namespace kv {
+
 BOOL SpoolerPrinters::Load(DWORD flags, LPCWSTR name) {
   const LPWSTR server = const_cast<LPWSTR>(name);
   DWORD size = 0, count = 0;

@@ -239,7 +239,9 @@ TEST_F(InstallCommandTest, AForeignPrinterStaysAsItIs) {
 
 TEST_F(InstallCommandTest, PaperAndSettings) {
   EXPECT_EQ(Install({TEXT("--paper"), TEXT("Papyrus")}), 2);
-  EXPECT_EQ(Install({TEXT("--paper"), TEXT("9x")}), 2);
+  for (const LPCWSTR paper : {TEXT("9x"), TEXT("65545"), TEXT("-1")}) {
+    EXPECT_EQ(Install({TEXT("--paper"), paper}), 2);
+  }
   EXPECT_EQ(Install({TEXT("--paper"), TEXT("a4")}), 0);
   ProductDevMode settings;
   ReadUserPrinterSettings(nullptr, TEXT("Folvane"), kStoredOnly, settings);

@@ -58,12 +58,13 @@ TEST_F(CustomPapersTest, LoadingTakesWhatHasAnAreaAndGivesMissingIds) {
   PutPaper(TEXT("Flat"), 303, 1000, 0);
   Put(TEXT("Empty"), TEXT("ID"), 304);
   PutPaper(WideString(70, TEXT('n')), 65535);
+  PutPaper(TEXT("Twin"), 300);
   Put(TEXT("A"), TEXT("Units"), 3);
   Put(TEXT("C"), TEXT("Units"), 2);
   SetText(Key::Create(HKEY_CURRENT_USER, WideString(kStore) + TEXT("Text")), TEXT("Width"),
           TEXT("100"));
   const CCustomPapers papers;
-  ASSERT_EQ(papers.count(), 5);
+  ASSERT_EQ(papers.count(), 6);
   EXPECT_EQ(papers.FindPaperByName(TEXT("b"))->id, 302);
   EXPECT_EQ(papers.FindPaperByName(TEXT("d"))->id, 303);
   EXPECT_EQ(Stored(TEXT("B"), TEXT("ID")), 302u);

@@ -96,6 +96,25 @@ TEST_F(PrinterListTest, WhatTheSpoolerSays) {
       << "nobody looks for the files of another computer's drivers";
 }
 
+// The last printer goes between the question for the size and the one for the printers.
+BOOL WINAPI EnumVanishingPrinters(DWORD, LPWSTR, DWORD, LPBYTE buffer, DWORD, LPDWORD needed,
+                                  LPDWORD count) {
+  *needed = 1000;
+  *count = 0;
+  SetLastError(ERROR_INSUFFICIENT_BUFFER);
+  return buffer != nullptr;
+}
+
+TEST_F(PrinterListTest, ListsThatCannotBeLoadedAreEmpty) {
+  FailAllocation(1);
+  CPrinterList nameless(PRINTER_ENUM_NAME, TEXT("\\\\ALPHA"));
+  FailAllocation(0);
+  EXPECT_EQ(nameless.Count(), 0) << "not the printers of this machine";
+  platform::Replace("EnumPrintersW", &EnumVanishingPrinters);
+  EXPECT_FALSE(CPrinterList().LoadPrinters());
+  EXPECT_EQ(CProductPrinterList().Count() + CSiblingPrinterList().Count(), 0);
+}
+
 TEST_F(PrinterListTest, BeforeVistaTheRegistryIsFaster) {
   UseXp();
   SetText(PrinterKey(TEXT("Laser")), TEXT("Port"), TEXT("\\\\BETA\\shared"));

@@ -205,8 +205,11 @@ TEST_F(PrinterSettingsTest, CopiesAreStoredWhereTheirKeysAre) {
   narrow.dmSize = sizeof narrow;
   EXPECT_EQ(StoreDevModeA(TEXT("Laser"), &narrow, ForPrinter::kNo, ForUser::kYes), kWritten);
   EXPECT_EQ(StoreDevModeA(TEXT("Laser"), &narrow, ForPrinter::kNo, ForUser::kYes), kUnchanged);
-  startupContext.platform.win9xKind = 1;
   mode.dev().dmCopies = 4;
+  mode.dev().dmSize = 188;
+  EXPECT_EQ(store(TEXT("Laser")), kWriteFailed) << "not valid";
+  mode.dev().dmSize = 220;
+  startupContext.platform.win9xKind = 1;
   EXPECT_EQ(store(TEXT("Laser")), kWriteFailed);
 }
 

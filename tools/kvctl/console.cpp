@@ -70,6 +70,12 @@ WideString Number(ULONGLONG value) {
   return text;
 }
 
+WideString SignedNumber(LONGLONG value) {
+  WCHAR text[32];
+  kv::FormatText(text, TEXT("%I64d"), value);
+  return text;
+}
+
 WideString Padded(WideView text, size_t width) {
   WideString out(text);
   out.resize(std::max(width, text.size() + 2), ' ');

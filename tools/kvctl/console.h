@@ -34,8 +34,16 @@ WideString Text(UINT number, Texts... inserts) {
   return kv::LoadResourceString(text, kCapacity, number, inserts...);
 }
 
+// PrintSystemError for the thread's last error, where what is string `number` with its inserts.
+template <class... Texts>
+void PrintLastError(UINT number, Texts... inserts) {
+  const DWORD error = GetLastError();
+  PrintSystemError(Text(number, inserts...), error);
+}
+
 // A number in decimal.
 WideString Number(ULONGLONG value);
+WideString SignedNumber(LONGLONG value);
 // `text` and blanks up to `width` characters, at least two blanks.
 WideString Padded(WideView text, size_t width);
 

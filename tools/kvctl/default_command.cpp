@@ -24,7 +24,7 @@ ExitStatus ShowDefault() {
 ExitStatus SetDefault(const WideString& name, bool forAllUsers) {
   kv::UniquePrinter printer;
   if (!kv::OpenPrinterHandle(name.c_str(), printer.Receive(), nullptr, FALSE)) {
-    PrintSystemError(Text(IDS_CTL_CANNOT_OPEN_PRINTER, name.c_str()), GetLastError());
+    PrintLastError(IDS_CTL_CANNOT_OPEN_PRINTER, name.c_str());
     return kFailed;
   }
   if (forAllUsers && kv::IsAdministrator(nullptr, nullptr) < 1) {

@@ -14,9 +14,9 @@ constexpr Option kOptions[] = {{kDriverOption, true}, {kPaperOption, true}, {kPr
 // The number or the name of a standard paper; 0 after a message when there is no such paper.
 WORD ParsePaper(const WideString& word) {
   const kv::CStandardPapers papers;
-  const int number = kv::ParseDecimal(word.c_str());
-  const kv::PaperEntry* const paper = WideView(word) == Number(static_cast<ULONGLONG>(number))
-                                          ? papers.FindPaperById(static_cast<WORD>(number))
+  const WORD number = static_cast<WORD>(kv::ParseDecimal(word.c_str()));
+  const kv::PaperEntry* const paper = WideView(word) == Number(number)
+                                          ? papers.FindPaperById(number)
                                           : papers.FindPaperByName(word.c_str());
   if (paper != nullptr) return paper->id;
   PrintError(Text(IDS_CTL_UNKNOWN_PAPER, word.c_str()));

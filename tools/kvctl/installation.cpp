@@ -62,7 +62,7 @@ ExitStatus Installation::Install() {
   if (const ExitStatus status = RegisterMonitor()) return status;
   const WideString directory = DriverDirectory();
   if (directory.empty()) {
-    PrintSystemError(Text(IDS_CTL_NO_DRIVER_DIRECTORY), GetLastError());
+    PrintLastError(IDS_CTL_NO_DRIVER_DIRECTORY);
     return kFailed;
   }
   if (const ExitStatus status = PutFiles(directory)) return status;
@@ -143,7 +143,7 @@ ExitStatus Installation::CreatePrinter() {
 ExitStatus Installation::CheckPrinter() {
   WCHAR port[MAX_PATH];
   if (!kv::GetPrinterPortName(options_.printer.c_str(), port)) {
-    PrintSystemError(Text(IDS_CTL_CANNOT_ADD_PRINTER, options_.printer.c_str()), GetLastError());
+    PrintLastError(IDS_CTL_CANNOT_ADD_PRINTER, options_.printer.c_str());
     if (!hadPrinter_) DeleteLocalPrinter(options_.printer);
     return kFailed;
   }

@@ -52,9 +52,7 @@ void JsonWriter::AddFlag(WideView name, bool flag) {
 
 void JsonWriter::AddNumber(WideView name, LONGLONG number) {
   Name(name);
-  WCHAR digits[32];
-  kv::FormatText(digits, TEXT("%I64d"), number);
-  text_ += digits;
+  text_ += SignedNumber(number);
 }
 
 void JsonWriter::AddNull(WideView name) {

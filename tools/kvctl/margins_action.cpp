@@ -15,17 +15,12 @@ WideString ProductPrinter(const Arguments& arguments) {
   if (!named.empty()) return named;
   std::vector<PortPrinter> printers;
   if (!ListPortPrinters(printers)) {
-    PrintSystemError(Text(IDS_CTL_CANNOT_LIST_PRINTERS), GetLastError());
+    PrintLastError(IDS_CTL_CANNOT_LIST_PRINTERS);
     return {};
   }
   if (!printers.empty()) return printers[0].name;
   PrintError(Text(IDS_CTL_NO_PRINTER, kv::startupContext.portName));
   return {};
-}
-
-WideString SignedNumber(int number) {
-  return number < 0 ? TEXT("-") + Number(static_cast<ULONGLONG>(-number))
-                    : Number(static_cast<ULONGLONG>(number));
 }
 
 }  // namespace

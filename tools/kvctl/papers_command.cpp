@@ -91,7 +91,7 @@ ExitStatus Show(const Arguments& arguments) {
 // A number with at most four decimals in ten-thousandths; nothing for anything else.
 std::optional<ULONGLONG> ParseLength(WideView text) {
   constexpr int kDecimals = 4;
-  constexpr ULONGLONG kTooLarge = 1'000'000'000'000;
+  constexpr ULONGLONG kTooLarge = 1'000'000'000;
   ULONGLONG number = 0;
   int decimals = -1;  // no point yet
   size_t digits = 0;

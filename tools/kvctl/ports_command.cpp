@@ -16,7 +16,7 @@ ExitStatus ListPorts(const Arguments&) {
   if (!ports.Fetch([](BYTE* buffer, DWORD size, DWORD* needed, DWORD* count) {
         return EnumPortsW(nullptr, 2, buffer, size, needed, count);
       })) {
-    PrintSystemError(Text(IDS_CTL_CANNOT_LIST_PORTS), GetLastError());
+    PrintLastError(IDS_CTL_CANNOT_LIST_PORTS);
     return kFailed;
   }
   for (const PORT_INFO_2W& port : ports) {
@@ -31,7 +31,7 @@ ExitStatus ListMonitors(const Arguments&) {
   if (!monitors.Fetch([](BYTE* buffer, DWORD size, DWORD* needed, DWORD* count) {
         return EnumMonitorsW(nullptr, 2, buffer, size, needed, count);
       })) {
-    PrintSystemError(Text(IDS_CTL_CANNOT_LIST_MONITORS), GetLastError());
+    PrintLastError(IDS_CTL_CANNOT_LIST_MONITORS);
     return kFailed;
   }
   for (const MONITOR_INFO_2W& monitor : monitors) {

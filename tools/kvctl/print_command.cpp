@@ -166,12 +166,12 @@ BOOL WriteBlocks(LPCWSTR path, HANDLE file, LPCWSTR printerName, Document& docum
   for (;;) {
     DWORD count = 0;
     if (!ReadFile(file, block.get(), kBlockSize, &count, nullptr)) {
-      PrintSystemError(Text(IDS_CTL_CANNOT_READ, path), GetLastError());
+      PrintLastError(IDS_CTL_CANNOT_READ, path);
       return FALSE;
     }
     if (count == 0) return TRUE;
     if (!document.Write(block.get(), count)) {
-      PrintSystemError(Text(IDS_CTL_CANNOT_WRITE_JOB, printerName), GetLastError());
+      PrintLastError(IDS_CTL_CANNOT_WRITE_JOB, printerName);
       return FALSE;
     }
     sent += count;
@@ -190,7 +190,7 @@ BOOL SendFile(LPCWSTR path, HANDLE file, LPCWSTR printerName, const WideString& 
   const DWORD start = GetTickCount();
   Document document;
   if (!document.Start(printerName, title)) {
-    PrintSystemError(Text(IDS_CTL_CANNOT_START_JOB, printerName), GetLastError());
+    PrintLastError(IDS_CTL_CANNOT_START_JOB, printerName);
     return FALSE;
   }
   ULONGLONG sent = 0;
@@ -199,7 +199,7 @@ BOOL SendFile(LPCWSTR path, HANDLE file, LPCWSTR printerName, const WideString& 
     if (!WriteBlocks(path, file, printerName, document, *progress, sent)) return FALSE;
   }
   if (!document.End()) {
-    PrintSystemError(Text(IDS_CTL_CANNOT_END_JOB, printerName), GetLastError());
+    PrintLastError(IDS_CTL_CANNOT_END_JOB, printerName);
     return FALSE;
   }
   ReportJob(path, document, sent, GetTickCount() - start);
@@ -210,7 +210,7 @@ BOOL PrintOneFile(LPCWSTR path, LPCWSTR printerName, const Arguments& arguments)
   const kv::UniqueFile file(CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                         FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
   if (!file) {
-    PrintSystemError(Text(IDS_CTL_CANNOT_OPEN, path), GetLastError());
+    PrintLastError(IDS_CTL_CANNOT_OPEN, path);
     return FALSE;
   }
   const WideString title = arguments.Value(kTitleOption);

@@ -150,10 +150,7 @@ WideString TextOf(const kv::ProductDevMode& mode, const Setting& setting) {
 }
 
 WideString ValueOf(const kv::ProductDevMode& mode, const Setting& setting) {
-  if (IsText(setting.kind)) return TextOf(mode, setting);
-  const LONGLONG number = NumberOf(mode, setting);
-  return number < 0 ? TEXT("-") + Number(static_cast<ULONGLONG>(-number))
-                    : Number(static_cast<ULONGLONG>(number));
+  return IsText(setting.kind) ? TextOf(mode, setting) : SignedNumber(NumberOf(mode, setting));
 }
 
 void PrintSettings(const kv::ProductDevMode& mode, const Origins& origins) {
@@ -191,7 +188,7 @@ ExitStatus RunPrinter(const Arguments& arguments) {
   const LPCWSTR name = operands[1].c_str();
   kv::UniquePrinter printer;
   if (!kv::OpenPrinterHandle(name, printer.Receive(), nullptr, FALSE)) {
-    PrintSystemError(Text(IDS_CTL_CANNOT_OPEN_PRINTER, name), GetLastError());
+    PrintLastError(IDS_CTL_CANNOT_OPEN_PRINTER, name);
     return kFailed;
   }
   kv::ProductDevMode mode;

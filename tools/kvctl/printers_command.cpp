@@ -64,7 +64,7 @@ ExitStatus ListPrinters(const Arguments& arguments) {
   }
   const std::unique_ptr<kv::CPrinterList> list = MakeList(arguments);
   if (!Load(*list)) {
-    PrintSystemError(Text(IDS_CTL_CANNOT_LIST_PRINTERS), GetLastError());
+    PrintLastError(IDS_CTL_CANNOT_LIST_PRINTERS);
     return kFailed;
   }
   const WideString defaultPrinter = DefaultPrinter();
