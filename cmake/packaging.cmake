@@ -29,6 +29,9 @@ set(CPACK_NSIS_PACKAGE_NAME "Folvane port monitor")
 set(CPACK_NSIS_INSTALL_ROOT "$PROGRAMFILES")
 set(CPACK_NSIS_ENABLE_UNINSTALL_BEFORE_INSTALL OFF)
 set(CPACK_NSIS_MANIFEST_DPI_AWARE ON)
+set(CPACK_NSIS_INSTALLED_ICON_NAME "kvctl.exe")
+# The installer's own key below the vendor's is gone by then.
+set(CPACK_NSIS_DELETE_ICONS_EXTRA "  DeleteRegKey /ifempty SHCTX 'Software\\${CPACK_PACKAGE_VENDOR}'")
 # The files are in place, so the program can do the rest; what it says goes to the installer's log. /S asks nothing
 # and answers with the program's exit status.
 set(CPACK_NSIS_EXTRA_INSTALL_COMMANDS [[

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Makes the packages for Windows in build/packages/ and checks what they hold: ZIP and installer of the product
-# (32-bit), ZIP of its 64-bit twin.
+# (32-bit), ZIP of its 64-bit twin. Where 32-bit Wine can be had, the installer is run on it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh host windows package
@@ -30,3 +30,7 @@ unzip -q -o -j "$packages"/*-x86.zip '*/kvmon8.dll' -d "$packages/check"
 scripts/check-module.sh "$packages/check/kvmon8.dll"
 rm -rf "$packages/check"
 ls -l "$packages"
+if scripts/setup.sh wine32; then
+  scripts/on-wine.sh 32 tests/windows/installer.sh "$packages"/*-x86.exe
+  echo "the installer and its uninstaller leave nothing behind"
+fi

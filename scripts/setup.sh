@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing for the given purposes and nothing else. Purposes: host (default), windows, wine, wine32,
-# checks, coverage, package, fuzz. Exit status 0 when everything is there; 1 when something that cannot be done without
-# is missing. A missing 32-bit compiler is not fatal: the callers fall back to the 64-bit host build (see preset.sh).
+# checks, coverage, package, pictures, fuzz. Exit status 0 when everything is there; 1 when something that cannot be done
+# without is missing. A missing 32-bit compiler is not fatal: the callers fall back to the 64-bit host build (see
+# preset.sh).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -55,6 +56,11 @@ look() {
       package)
         need nsis have makensis
         need unzip have unzip
+        ;;
+      pictures)
+        need xvfb have Xvfb
+        need imagemagick have convert
+        need fonts-liberation test -d /usr/share/fonts/truetype/liberation
         ;;
       fuzz)
         need clang have clang
