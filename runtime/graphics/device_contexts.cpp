@@ -11,13 +11,14 @@ WorldTransformScope::WorldTransformScope(HDC context)
 
 // The compatible mode can be entered only with the identity as transform.
 WorldTransformScope::~WorldTransformScope() {
-  ModifyWorldTransform(context_, nullptr, MWT_IDENTITY);
+  if (isKnown_) ModifyWorldTransform(context_, nullptr, MWT_IDENTITY);
   if (mode_ != 0) SetGraphicsMode(context_, mode_);
   if (isKnown_) SetWorldTransform(context_, &transform_);
 }
 
 BOOL WorldTransformScope::Reset() const {
-  return ModifyWorldTransform(context_, nullptr, MWT_IDENTITY) || mode_ == GM_COMPATIBLE;
+  return isKnown_ &&
+         (ModifyWorldTransform(context_, nullptr, MWT_IDENTITY) || mode_ == GM_COMPATIBLE);
 }
 
 void RestoreDCKeepState(HDC context) {

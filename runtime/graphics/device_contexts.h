@@ -31,6 +31,7 @@ class WorldTransformScope {
   WorldTransformScope& operator=(const WorldTransformScope&) = delete;
 
   // Makes the identity the world transform meanwhile, which in the compatible mode it always is.
+  // FALSE when the system refuses, and when the transform could not be given back.
   BOOL Reset() const;
 
  private:

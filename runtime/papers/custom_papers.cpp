@@ -41,6 +41,12 @@ BOOL ReadPaper(RegKey& key, PaperEntry& paper) {
   return TRUE;
 }
 
+BOOL WritePaper(RegKey& key, const PaperEntry& paper) {
+  return (paper.id == 0 || key.SetDword(kIdValue, paper.id)) &&
+         key.SetDword(kWidthValue, paper.width) && key.SetDword(kHeightValue, paper.height) &&
+         key.SetDword(kUnitsValue, paper.units);
+}
+
 void Store(const PaperEntry& paper) {
   UserSettingsKey settings(KeyMode::kRead);
   if (!settings.IsOpen()) return;
@@ -51,10 +57,10 @@ void Store(const PaperEntry& paper) {
       !key.CreateKey(KEY_READ | KEY_WRITE, papers.handle(), paper.name)) {
     return;
   }
-  if (paper.id != 0 && !key.SetDword(kIdValue, paper.id)) return;
-  if (!key.SetDword(kWidthValue, paper.width)) return;
-  if (!key.SetDword(kHeightValue, paper.height)) return;
-  key.SetDword(kUnitsValue, paper.units);
+  PaperEntry old = {};
+  const BOOL replaces = ReadPaper(key, old);
+  // The width of one paper with the height of another would be a third one.
+  if (!WritePaper(key, paper) && replaces) WritePaper(key, old);
 }
 
 void Unstore(LPCWSTR name) {

@@ -113,26 +113,6 @@ TEST_F(LibraryTest, VersionsAreReadThroughTheFirstTranslation) {
   EXPECT_FALSE(GetFileVersionDetails(TEXT("C:\\libs"), details)) << "a directory";
 }
 
-TEST_F(LibraryTest, EachFailureOfAVersionReadLeavesNothingBehind) {
-  platform::PeWriter().AddVersion(Version(8, 27)).WriteTo(platform::HostPath(kPath));
-  for (uint64_t n = 1;; ++n) {
-    platform::ResetFaults();
-    const platform::ResourceCounts before = platform::LiveResources();
-    platform::FailAnyCall(n);
-    VersionDetails details;
-    const BOOL read = GetFileVersionDetails(kPath, details);
-    EXPECT_EQ(platform::DescribeDifference(before, platform::LiveResources()), "");
-    if (platform::InjectedFailures() == 0) {
-      EXPECT_TRUE(read);
-      EXPECT_EQ(details.packedProductVersion, 0x081B);
-      break;
-    }
-    if (!read) {
-      EXPECT_EQ(details.productMajor, 0) << platform::LastInjectedFunction();
-    }
-  }
-}
-
 TEST_F(LibraryTest, TheDispatcherIsLookedForInTheProductsDirectory) {
   EXPECT_EQ(GetDispatcherVersion(), 0u);
   platform::PeWriter()

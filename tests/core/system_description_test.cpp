@@ -230,18 +230,5 @@ TEST_F(SystemDescriptionTest, TheBoxHasItsTitle) {
   EXPECT_EQ(platform::ShownBoxes().size(), 2u);
 }
 
-// Whatever call fails, something true is left.
-TEST_F(SystemDescriptionTest, EveryFailureIsSurvived) {
-  Use("windows-10", "x64");
-  startupContext.silent = 1;
-  uint64_t n = 0;
-  do {
-    platform::ResetFaults();
-    platform::FailAnyCall(++n);
-    EXPECT_TRUE(Description(kFullDetail).starts_with("computer ")) << n;
-  } while (platform::InjectedFailures() != 0);
-  EXPECT_GT(n, 30u);
-}
-
 }  // namespace
 }  // namespace kv::test

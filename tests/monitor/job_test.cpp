@@ -6,50 +6,10 @@
 #include "runtime/core/find_proc.h"
 #include "runtime/core/handles.h"
 #include "runtime/core/product.h"
-#include "tests/support/module_test.h"
+#include "tests/monitor/monitor_job.h"
 
 namespace kv::test {
 namespace {
-
-class JobTest : public ModuleTest {
- protected:
-  static BOOL AddMonitor() {
-    WCHAR name[] = TEXT("KVR8:"), file[] = TEXT("kvmon8.dll");
-    MONITOR_INFO_2W monitor = {name, const_cast<LPWSTR>(GetPrintEnvironment()), file};
-    return AddMonitorW(nullptr, 2, reinterpret_cast<BYTE*>(&monitor));
-  }
-
-  static BOOL AddPrinter() {
-    WCHAR name[] = TEXT("Folvane"), port[] = TEXT("KVR8:"), driver[] = TEXT("Generic / Text Only");
-    WCHAR processor[] = TEXT("winprint"), dataType[] = TEXT("RAW");
-    PRINTER_INFO_2W printer = {};
-    printer.pPrinterName = name;
-    printer.pPortName = port;
-    printer.pDriverName = driver;
-    printer.pPrintProcessor = processor;
-    printer.pDatatype = dataType;
-    return static_cast<bool>(
-        UniquePrinter(AddPrinterW(nullptr, 2, reinterpret_cast<BYTE*>(&printer))));
-  }
-
-  // Sends `blocks` blocks of `size` bytes as one job; the bytes accepted, or -1 when a call failed.
-  static LONGLONG Print(int blocks, DWORD size) {
-    WCHAR name[] = TEXT("Folvane"), title[] = TEXT("job"), dataType[] = TEXT("RAW");
-    UniquePrinter printer;
-    if (!OpenPrinterW(name, printer.Receive(), nullptr)) return -1;
-    DOC_INFO_1W info = {title, nullptr, dataType};
-    if (StartDocPrinterW(printer.Get(), 1, reinterpret_cast<BYTE*>(&info)) == 0) return -1;
-    std::vector<BYTE> block(size, 0x5A);
-    LONGLONG accepted = 0;
-    BOOL done = TRUE;
-    for (int i = 0; i < blocks && done; ++i) {
-      DWORD written = 0;
-      done = WritePrinter(printer.Get(), block.data(), size, &written);
-      accepted += written;
-    }
-    return EndDocPrinter(printer.Get()) && done ? accepted : -1;
-  }
-};
 
 TEST_F(JobTest, EightThreadsPrintAtOnce) {
   ASSERT_TRUE(AddMonitor() && AddPrinter());
@@ -131,43 +91,6 @@ TEST_F(JobTest, RegistrationDemandsRightsAndALoadableModule) {
   EXPECT_TRUE(AddMonitor());
   EXPECT_FALSE(AddMonitor());
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_PRINT_MONITOR_ALREADY_INSTALLED));
-}
-
-// From the registration to the end of a job, whatever call fails: either the scenario runs through
-// or one of its calls says that it failed; nothing is left open, and the next try on the same
-// machine succeeds.
-TEST_F(JobTest, RegistrationAndJobUnderEveryFailure) {
-  const auto scenario = [] { return AddMonitor() && AddPrinter() && Print(3, 5000) == 15000; };
-  const auto redo = [] {
-    AddMonitor();
-    AddPrinter();
-    return Print(1, 10) == 10;
-  };
-  uint64_t injected = 0;
-  for (uint64_t n = 1;; ++n) {
-    platform::CloseMachine();
-    std::filesystem::remove_all(directory());
-    platform::UseMachine(directory());
-    platform::ResetFaults();
-    ModuleTest::SetUp();
-    platform::AnswerNextBox(IDOK);
-    const platform::ResourceCounts before = platform::LiveResources();
-    platform::ResetFaults();
-    platform::FailAnyCall(n);
-    const bool done = scenario();
-    platform::FailAnyCall(0);
-    const bool hit = platform::InjectedFailures() != 0;
-    SCOPED_TRACE(platform::LastInjectedFunction() + ", call " + std::to_string(n));
-    EXPECT_TRUE(done || hit);
-    platform::ScriptBoxes(true);
-    EXPECT_TRUE(redo());
-    platform::StopSpooler();
-    EXPECT_EQ(platform::DescribeDifference(before, platform::LiveResources()), "");
-    if (!hit) break;
-    ++injected;
-  }
-  EXPECT_GT(injected, 30u);
-  platform::ScriptBoxes(true);
 }
 
 }  // namespace

@@ -119,47 +119,5 @@ TEST_F(ModuleTest, ALibraryWithoutStringsLoads) {
   EXPECT_TRUE(module.Operations().pfnClosePort(port));
 }
 
-// Whatever call fails while the module is loaded, it either loads and works or fails with the
-// promised error.
-TEST_F(ModuleTest, LoadAndUnloadUnderEveryFailure) {
-  uint64_t fallible = 0;
-  uint64_t injected = 0;
-  for (uint64_t n = 1;; ++n) {
-    platform::ResetFaults();
-    platform::ScriptBoxes(true);
-    platform::AnswerNextBox(IDOK);
-    const platform::ResourceCounts before = platform::LiveResources();
-    platform::FailAnyCall(n);
-    const HMODULE module = LoadLibraryW(kModule);
-    const DWORD error = GetLastError();
-    fallible = platform::FallibleCallCount();
-    const bool hit = platform::InjectedFailures() != 0;
-    const std::string function = platform::LastInjectedFunction();
-    SCOPED_TRACE(function + ", call " + std::to_string(n));
-    if (module != nullptr) {
-      platform::FailAnyCall(0);
-      DWORD needed = 0, returned = 0;
-      alignas(void*) BYTE buffer[1024];
-      const auto initialize = reinterpret_cast<LPMONITOREX(WINAPI*)(LPWSTR)>(
-          reinterpret_cast<void (*)()>(GetProcAddress(module, "InitializePrintMonitor")));
-      EXPECT_TRUE(initialize(nullptr)->Monitor.pfnEnumPorts(nullptr, 2, buffer, sizeof(buffer),
-                                                            &needed, &returned));
-      EXPECT_EQ(WideView(reinterpret_cast<PORT_INFO_2W*>(buffer)->pPortName), TEXT("KVR8:"));
-      FreeLibrary(module);
-    } else if (function != "LoadLibraryW" || platform::CallCount("LoadLibraryW") > 1) {
-      // Not the test's own call: then it was the resource library that could not be had.
-      EXPECT_EQ(error, static_cast<DWORD>(ERROR_DLL_INIT_FAILED));
-    }
-    EXPECT_EQ(platform::DescribeDifference(before, platform::LiveResources()), "");
-    if (!hit) {
-      break;
-    }
-    ++injected;
-  }
-  EXPECT_EQ(fallible, injected) << "each call of the clean run failed once";
-  EXPECT_GT(injected, 25u) << "attach calls more than that";
-  platform::ScriptBoxes(true);
-}
-
 }  // namespace
 }  // namespace kv::test

@@ -9,7 +9,6 @@
 #include "runtime/text/text.h"
 #include "tests/support/peer.h"
 #include "tests/support/runtime_test.h"
-#include "tests/support/sweep.h"
 #include "tests/support/test_key.h"
 
 namespace kv::test {
@@ -229,21 +228,6 @@ TEST_F(CustomPapersTest, LengthsAndSizesAsText) {
   EXPECT_EQ(WideView(text), TEXT("8.5 x 11 in"));
   DescribePaperSize(Paper(TEXT("x"), 0, 297'000, 210'000), text);
   EXPECT_EQ(WideView(text), TEXT("210 x 297 mm"));
-}
-
-TEST_F(CustomPapersTest, EveryFailureIsSurvived) {
-  startupContext.silent = 1;
-  SweepFailures([] {
-    CCustomPapers papers;
-    const BOOL added = papers.AddCustomPaper(Paper(TEXT("One")));
-    EXPECT_EQ(added, papers.FindPaperByName(TEXT("One")) != nullptr);
-    papers.RemoveCustomPaper(TEXT("One"));
-    if (papers.FindPaperByName(TEXT("One")) != nullptr) {
-      EXPECT_TRUE(AllocationFailed());
-    }
-    const platform::OutsideTest preparing;
-    PutPaper(TEXT("Without id"), 0);
-  });
 }
 
 }  // namespace

@@ -6,6 +6,10 @@ namespace kv::test {
 
 void ModuleTest::SetUp() {
   MachineTest::SetUp();
+  PrepareMachine();
+}
+
+void ModuleTest::PrepareMachine() {
   // The spooler and this process have one word size.
   platform::SetFact(platform::facts::kArchitecture, sizeof(void*) == 8 ? "x64" : "x86");
   platform::SetFact(platform::facts::kUserIsElevated, "1");

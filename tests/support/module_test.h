@@ -10,13 +10,18 @@
 namespace kv::test {
 
 class ModuleTest : public MachineTest {
+ public:
+  // What the fixture does with a new machine: an administrator's, with the module in its system
+  // directory.
+  static void PrepareMachine();
+
  protected:
   void SetUp() override;
 
   // Puts the module, as `name`, and the English resource library into a directory of the machine
   // ("C:\\dir").
-  void InstallModule(std::basic_string_view<WCHAR> folder,
-                     std::basic_string_view<WCHAR> name = TEXT("kvmon8.dll"));
+  static void InstallModule(std::basic_string_view<WCHAR> folder,
+                            std::basic_string_view<WCHAR> name = TEXT("kvmon8.dll"));
   // Replaces the resource library of that directory.
   void WriteResources(std::basic_string_view<WCHAR> folder, const platform::PeWriter& library);
   // A resource library with a version 8.27 and nothing else.

@@ -3,17 +3,12 @@
 #include <memory>
 
 namespace kv::test {
-namespace {
 
-// What loading the module does before DllMain: the record is zero, then its members are
-// constructed.
 void RenewContext() {
   std::destroy_at(&startupContext);
   memset(static_cast<void*>(&startupContext), 0, sizeof(startupContext));
   std::construct_at(&startupContext);
 }
-
-}  // namespace
 
 void RuntimeTest::SetUp() {
   MachineTest::SetUp();

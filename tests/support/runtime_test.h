@@ -7,6 +7,10 @@
 
 namespace kv::test {
 
+// What loading the module does before DllMain: the record is zero, then its members are
+// constructed.
+void RenewContext();
+
 class RuntimeTest : public MachineTest {
  protected:
   void SetUp() override;

@@ -118,7 +118,8 @@ class ScenarioTest : public testing::Test {
     EXPECT_FALSE(leaked) << "memory is left";
   }
 
-  [[noreturn]] void RunAndExit() {
+  // An exception that leaves an operation ends the process.
+  [[noreturn]] void RunAndExit() noexcept {
     const std::unique_ptr<SweepMachine> machine = make_();
     machine->Begin();
     Sweep(scenario_, Failing::kCalls);

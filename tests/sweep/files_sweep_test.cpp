@@ -135,7 +135,7 @@ const SweepArea<> kFiles(
          [](Attempt& attempt) {
            ExpectFile(
                attempt, [](File& file) { return file.WriteAscii85("abcd", 4, 0); },
-               kOld + std::string("@:E_W~>"));
+               kOld + std::string("@:E_W~>\r\n"));
          }},
         {"Append",
          [](Attempt& attempt) {

@@ -10,7 +10,6 @@
 #include "runtime/core/messages.h"
 #include "runtime/ui/link_button.h"
 #include "tests/support/runtime_test.h"
-#include "tests/support/sweep.h"
 
 namespace kv::test {
 namespace {
@@ -155,22 +154,6 @@ TEST_F(MessageBoxLinkTest, TargetsAreOpenedOrShown) {
     EXPECT_EQ(second.style, 0x10040u);
     EXPECT_NE(second.owner, nullptr);
   }
-}
-
-TEST_F(MessageBoxLinkTest, NoFailureLosesAnything) {
-  SweepFailures([] {
-    {
-      platform::OutsideTest preparation;
-      // The second one is for the box of a target that could not be opened.
-      for (const int answer : {kLinkButton, IDOK, IDOK}) platform::AnswerNextBox(answer);
-    }
-    CMessageBoxLink link;
-    link.SetCaption(TEXT("caption"));
-    link.SetTarget(TEXT("http://x"));
-    ShowInfoF(TEXT("x"));
-    platform::OutsideTest end;
-    platform::ScriptBoxes(true);
-  });
 }
 
 }  // namespace

@@ -12,7 +12,6 @@
 #include "platform/user/window.h"
 #include "runtime/text/wide_text.h"
 #include "tests/support/runtime_test.h"
-#include "tests/support/sweep.h"
 
 namespace kv::test {
 namespace {
@@ -345,7 +344,7 @@ TEST_F(ProgressWindowTest, OneClassForManyWindows) {
   EXPECT_FALSE(GetClassInfoW(instance, kClass, &found));
 }
 
-TEST_F(ProgressWindowTest, FailuresAreReportedAndNothingIsLost) {
+TEST_F(ProgressWindowTest, FailuresAreReported) {
   const struct {
     const char* function;
     LPCWSTR text;
@@ -368,26 +367,6 @@ TEST_F(ProgressWindowTest, FailuresAreReportedAndNothingIsLost) {
               Wide::npos);
   }
   FailAllocation(0);
-
-  startupContext.silent = 1;
-  startupContext.msimg32.Load(TEXT("msimg32.dll"), Quiet::kYes);
-  SweepFailures([this] {
-    CProgressWnd window;
-    const RECT place = {5, 5, 6, 6};
-    if (!window.Create(nullptr, resources_, kClass, TEXT("t"), 11, 11, TRUE, nullptr, 0, 0, 0, 0,
-                       nullptr, &place)) {
-      return;
-    }
-    window.Show(TRUE);
-    window.SetRange(0, 5);
-    window.SetPos(3);
-    window.SetControlIcon(11);
-    window.SetTextFromResource(kNoDots, 1);
-    EXPECT_TRUE(window.Pump()) << platform::LastInjectedFunction();
-    window.SetShowDelay(100);
-    window.Show(FALSE);
-    window.Show(TRUE);
-  });
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 #include "runtime/ui/subclass_window.h"
 #include "runtime/ui/thread_hook.h"
 #include "tests/support/runtime_test.h"
-#include "tests/support/sweep.h"
 
 namespace kv::test {
 namespace {
@@ -228,27 +227,6 @@ TEST_F(SubclassTest, TwoCopiesOfTheLibraryWatchOneWindow) {
   EXPECT_EQ(Seen(), "~a ");
   EXPECT_EQ(later.window(), nullptr);
   FreeLibrary(module);
-}
-
-TEST_F(SubclassTest, NoFailureLosesTheWindowOrAnObject) {
-  Sweep(Failing::kCalls, [] {
-    const HWND window = Make();
-    if (window == nullptr) return;
-    {
-      auto *a = new Watcher('a'), *b = new Watcher('b');
-      if (!a->Attach(window, TRUE, 0)) delete a;
-      if (!b->Attach(window, TRUE, 0)) delete b;
-      Watcher c('c'), d('d');
-      c.Attach(window, FALSE, 0);
-      d.Attach(window, FALSE, 0);
-      CThreadHook hook(WH_CBT);
-      SendMessageW(window, WM_APP, 1, 0);
-    }
-    Seen();
-    SendMessageW(window, WM_APP, 1, 0);
-    EXPECT_NE(Seen().find("proc"), std::string::npos) << platform::LastInjectedFunction();
-    DestroyWindow(window);
-  });
 }
 
 }  // namespace
