@@ -11,7 +11,7 @@
 #include "runtime/printing/printer_devmodes.h"
 #include "runtime/registry/user_hives.h"
 #include "tests/printing/printer_test.h"
-#include "tests/support/sweep.h"
+#include "tests/support/failing_new.h"
 #include "tests/support/test_key.h"
 
 namespace kv::test {
@@ -378,34 +378,6 @@ TEST_F(PrinterInfoTest, TheDefaultPrinterOfAllUsers) {
   EXPECT_EQ(Text(section(bob, TEXT("Windows")), TEXT("Device")), TEXT("Laser,winspool,Ne01:"));
   EXPECT_EQ(Text(section(eve, TEXT("Windows")), TEXT("Device")), TEXT("Old,winspool,COM1:"))
       << "who does not have the printer keeps the old one";
-}
-
-// Whatever fails: nothing is lost, and what is reported complete is.
-TEST_F(PrinterInfoTest, EveryFailureIsSurvived) {
-  startupContext.silent = 1;
-  platform::SetFact("server.ALPHA.printers", "Ink:ink");
-  platform::SetFact("server.ALPHA.resources", "print:scan:Scanner");
-  SetDevice(TEXT("Laser,winspool,LPT1:"));
-  short copies = 1;
-  SweepFailures([&] {
-    UniquePrinter printer;
-    {
-      const platform::OutsideTest opening;
-      printer = Open();
-    }
-    const UniqueBlock<BYTE> narrow = GetPrinterInfoA(printer.Get(), "name", 2, Quiet::kNo);
-    UniqueDevMode mode;
-    if (GetPrinterGlobalDevMode(printer.Get(), &mode, Quiet::kNo)) {
-      mode->dmCopies = ++copies;
-      SetPrinterGlobalDevMode(printer.Get(), mode.get(), Quiet::kNo);
-    }
-    WCHAR text[MAX_PATH];
-    const BOOL found = FindSharedPrinterName(TEXT("ALPHA"), TEXT("scan"), text, MAX_PATH);
-    EXPECT_EQ(found, text[0] != 0);
-    SetPrinterShareName(TEXT("Laser"), TEXT("laser"));
-    SetDefaultPrinterForAllUsers(TEXT("Laser"));
-    GetPrinterDetails(TEXT("Laser"), text, nullptr, nullptr, text);
-  });
 }
 
 }  // namespace

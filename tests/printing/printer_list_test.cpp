@@ -7,7 +7,6 @@
 #include "runtime/printing/printer_keys.h"
 #include "runtime/printing/product_printer_lists.h"
 #include "tests/printing/printer_test.h"
-#include "tests/support/sweep.h"
 #include "tests/support/test_key.h"
 
 namespace kv::test {
@@ -270,22 +269,6 @@ TEST_F(PrinterListTest, ComboBoxesHoldTheEntries) {
     EXPECT_EQ(SendMessageW(box, CB_GETITEMDATA, 0, 0), CB_ERR);
     DestroyWindow(box);
   }
-}
-
-TEST_F(PrinterListTest, EveryFailureIsSilentAndCanBeTriedAgain) {
-  AddProductPrinters();
-  CPrinterSettingsKey(TEXT("Aa"), KeyMode::kWrite, HKEY_LOCAL_MACHINE)
-      .SetSz(TEXT("ServerPrinter"), TEXT("\\\\GAMMA\\Ink"));
-  const auto run = [] {
-    CProductPrinterList list;
-    const PrinterEntry* first = list.First();
-    if (first == nullptr) first = list.First();
-    EXPECT_TRUE(first != nullptr && WideView(first->name) == TEXT("folvane"));
-    EXPECT_TRUE(platform::ShownBoxes().empty());
-  };
-  SweepFailures(run);
-  UseXp();
-  SweepFailures(run);
 }
 
 }  // namespace

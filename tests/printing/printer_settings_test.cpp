@@ -11,7 +11,6 @@
 #include "runtime/text/text.h"
 #include "tests/printing/printer_test.h"
 #include "tests/printing/raw_mode.h"
-#include "tests/support/sweep.h"
 #include "tests/support/test_key.h"
 
 namespace kv::test {
@@ -211,26 +210,6 @@ TEST_F(PrinterSettingsTest, CopiesAreStoredWhereTheirKeysAre) {
   mode.dev().dmSize = 220;
   startupContext.platform.win9xKind = 1;
   EXPECT_EQ(store(TEXT("Laser")), kWriteFailed);
-}
-
-TEST_F(PrinterSettingsTest, EveryFailureIsSurvived) {
-  startupContext.silent = 1;
-  const UniquePrinter printer = Open();
-  DEVMODEA narrow = {};
-  narrow.dmSize = sizeof narrow;
-  RawMode caller(0);
-  caller.dev().dmFields = DM_PAPERSIZE;
-  caller.dev().dmPaperSize = 300;
-  SweepFailures([&] {
-    ++narrow.dmCopies;
-    const WriteResult stored =
-        StoreDevModeA(TEXT("Laser"), &narrow, ForPrinter::kYes, ForUser::kYes);
-    EXPECT_TRUE(stored >= kWriteFailed && stored <= kUnchanged);
-    ProductDevMode result;
-    GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), caller.get(), result);
-    EXPECT_TRUE(IsValidDevMode(&result.dev) || platform::InjectedFailures() != 0);
-    WriteUserPrinterSettings(TEXT("Laser"), result);
-  });
 }
 
 }  // namespace

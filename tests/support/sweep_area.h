@@ -42,6 +42,11 @@ class Attempt {
   void Expect(bool done, bool right, bool intact = true,
               std::source_location here = std::source_location::current()) const;
 
+  // For an operation whose calls depend on how fast something outside is: the failure need not
+  // come.
+  void MayMiss() { may_miss_ = true; }
+  bool may_miss() const { return may_miss_; }
+
   // Whether the failure has come.
   bool hit() const { return hit_; }
   // Fallible calls (allocations) of the operation.
@@ -65,6 +70,7 @@ class Attempt {
   uint64_t nth_;
   uint64_t count_ = 0;
   bool hit_ = false;
+  bool may_miss_ = false;
   int reports_ = 0;
   std::string failed_;
 };

@@ -199,7 +199,7 @@ const SweepArea<CoreMachine> kCore(
            attempt.Expect(facts.ntKind == kWindows10, facts.osMajor == 10 || attempt.hit(),
                           facts.ntKind == 0 || facts.ntKind == kWindows8);
            attempt.Expect(architecture == startupContext.platform.wow64Arch, true,
-                          architecture == 0);
+                          architecture == 0 || architecture == 0xFFFF);
          }},
         {"SystemDescription",
          [](Attempt& attempt) {

@@ -575,10 +575,8 @@ class HivesMachine : public RuntimeTest {
   }
   static void UnloadAll() {
     EnablePrivilege(TEXT("SeRestorePrivilege"), TRUE);
-    for (const WideString& name : Loaded()) {
-      RegUnLoadKeyW(HKEY_USERS, (name + TEXT("_Classes")).c_str());
-      RegUnLoadKeyW(HKEY_USERS, name.c_str());
-    }
+    RegUnLoadKeyW(HKEY_USERS, (bob + TEXT("_Classes")).c_str());
+    for (const WideString& name : Loaded()) RegUnLoadKeyW(HKEY_USERS, name.c_str());
     EnablePrivilege(TEXT("SeRestorePrivilege"), FALSE);
   }
 };
