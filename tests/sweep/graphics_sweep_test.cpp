@@ -65,7 +65,8 @@ const SweepArea<> kGraphics(
          }},
         {"RotatedRectRegion",
          [](Attempt& attempt) {
-           // A refused step may not leave the context in another coordinate system.
+           // A refused step may leave the context neither in another coordinate system nor with an
+           // open path.
            const ScreenContext screen;
            SetGraphicsMode(screen.Get(), GM_ADVANCED);
            const XFORM scaled = {2, 0, 0, 2, 5, 5};
@@ -78,6 +79,7 @@ const SweepArea<> kGraphics(
            RECT box = {};
            if (made != nullptr) GetRgnBox(made, &box);
            attempt.Expect(done, box.right == 10, made == nullptr);
+           EXPECT_TRUE(!EndPath(screen.Get()) || attempt.failed().starts_with("EndPath"));
            XFORM now = {};
            GetWorldTransform(screen.Get(), &now);
            EXPECT_TRUE(now.eM11 == 2 || attempt.failed().starts_with("SetWorldTransform") ||
