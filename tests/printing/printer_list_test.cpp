@@ -7,6 +7,7 @@
 #include "runtime/printing/printer_keys.h"
 #include "runtime/printing/product_printer_lists.h"
 #include "tests/printing/printer_test.h"
+#include "tests/support/failing_new.h"
 #include "tests/support/test_key.h"
 
 namespace kv::test {

@@ -11,6 +11,7 @@
 #include "platform/control/pe_writer.h"
 #include "platform/user/window.h"
 #include "runtime/text/wide_text.h"
+#include "tests/support/failing_new.h"
 #include "tests/support/runtime_test.h"
 
 namespace kv::test {
