@@ -21,7 +21,9 @@ HMODULE LoadWithItsDirectory(LPCWSTR fileName, DWORD& error) {
   CopyStringW(directory, fileName);
   const size_t slash = View(directory).rfind('\\');
   if (slash == WideView::npos) return nullptr;
-  directory[slash] = 0;
+  // Without its backslash a drive's root would be the current directory of the drive.
+  const bool isRoot = slash == 0 || directory[slash - 1] == ':';
+  directory[isRoot ? slash + 1 : slash] = 0;
   const CDllDirectory scope(directory);
   const HMODULE module = LoadLibraryW(fileName);
   error = GetLastError();

@@ -100,7 +100,7 @@ BOOL CDeferredFileOps::FirstPendingRename(LPCWSTR& source, LPCWSTR& target, DWOR
   sessionManager_.Close();
   if (listStart_ == nullptr) return FALSE;
   listCursor_ = listStart_;
-  listSize_ = size;
+  listSize_ = size - size % sizeof(WCHAR);
   if (listBytes != nullptr) *listBytes = size;
   return NextPendingRename(source, target);
 }

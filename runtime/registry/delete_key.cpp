@@ -21,15 +21,38 @@ BOOL ReportFailure(LPCWSTR call, LSTATUS status) {
   return FALSE;
 }
 
+enum class Deletion { kDone, kMissing, kFailed };
+
+Deletion DeleteTree(HKEY parent, LPCWSTR path);
+
 BOOL DeleteSubKeys(HKEY key) {
-  for (;;) {
+  // A key that others delete at the same time is listed and then missing. One that is so for ever,
+  // as a link whose target is gone, cannot be deleted.
+  constexpr int kMissingLimit = 100;
+  for (int missing = 0; missing < kMissingLimit;) {
     WCHAR name[kPathCapacity];
     DWORD length = kPathCapacity;
     const LSTATUS status = RegEnumKeyExW(key, 0, name, &length, nullptr, nullptr, nullptr, nullptr);
     if (status == ERROR_NO_MORE_ITEMS) return TRUE;
     if (status != ERROR_SUCCESS) return ReportFailure(TEXT("RegEnumKeyExW"), status);
-    if (!MyDeleteKeyW(key, name)) return FALSE;
+    const Deletion deletion = DeleteTree(key, name);
+    if (deletion == Deletion::kFailed) return FALSE;
+    if (deletion == Deletion::kMissing) ++missing;
   }
+  return ReportFailure(TEXT("RegOpenKeyExW"), ERROR_FILE_NOT_FOUND);
+}
+
+Deletion DeleteTree(HKEY parent, LPCWSTR path) {
+  UniqueKey key;
+  const LSTATUS status = RegOpenKeyExW(parent, path, 0, KEY_READ | KEY_WRITE, key.Receive());
+  if (status == ERROR_FILE_NOT_FOUND) return Deletion::kMissing;
+  if (status != ERROR_SUCCESS) {
+    ReportFailure(TEXT("RegOpenKeyExW"), status);
+    return Deletion::kFailed;
+  }
+  if (!DeleteSubKeys(key.Get())) return Deletion::kFailed;
+  key.Reset();
+  return RegDeleteKeyW(parent, path) == ERROR_SUCCESS ? Deletion::kDone : Deletion::kFailed;
 }
 
 }  // namespace
@@ -39,13 +62,7 @@ BOOL MyDeleteKeyW(HKEY parent, LPCWSTR path) {
     ShowError(IDS_ROUTINE_FAILED, TEXT("MyDeleteKeyW"));
     return FALSE;
   }
-  UniqueKey key;
-  const LSTATUS status = RegOpenKeyExW(parent, path, 0, KEY_READ | KEY_WRITE, key.Receive());
-  if (status == ERROR_FILE_NOT_FOUND) return TRUE;
-  if (status != ERROR_SUCCESS) return ReportFailure(TEXT("RegOpenKeyExW"), status);
-  if (!DeleteSubKeys(key.Get())) return FALSE;
-  key.Reset();
-  return RegDeleteKeyW(parent, path) == ERROR_SUCCESS;
+  return DeleteTree(parent, path) != Deletion::kFailed;
 }
 
 BOOL MyDeleteKeyA(HKEY parent, LPCSTR path) {

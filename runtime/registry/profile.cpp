@@ -36,8 +36,8 @@ template <class Read>
 LPCWSTR ReadList(CGlobalBlock& block, Read read) {
   for (DWORD capacity = kListStep;;) {
     const DWORD bytes = capacity * sizeof(WCHAR);
-    if (block.data() == nullptr ? !block.Alloc(bytes, GMEM_MOVEABLE, 0) : !block.Reserve(bytes))
-      return nullptr;
+    // A block that could not be locked once may hold the bytes all the same.
+    if (!block.Alloc(bytes, GMEM_MOVEABLE, 0) || !block.Lock()) return nullptr;
     const auto list = static_cast<LPWSTR>(block.data());
     const DWORD length = read(list, capacity);
     if (length == 0) return nullptr;

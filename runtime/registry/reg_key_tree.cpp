@@ -37,8 +37,12 @@ int RegKey::CopyTree(RegKey& source, Recurse recurse, BOOL& complete) {
       ++subKeys;
     }
   }
-  // A listing that breaks off looks like one that has ended.
-  if (values != source.valueCount_ || subKeys != source.subKeyCount_) complete = FALSE;
+  // A listing that breaks off looks like one that has ended, and one without memory like that of an
+  // empty key.
+  if (values != source.valueCount_ || subKeys != source.subKeyCount_ ||
+      source.valueData_ == nullptr) {
+    complete = FALSE;
+  }
   return count;
 }
 

@@ -68,8 +68,8 @@ int ProfileKey::LoadUserHive(LPWSTR hiveName) {
     return 0;
   }
   const LPCWSTR name = GetFileName(path());
-  if (RegLoadKeyW(HKEY_USERS, name, file) != ERROR_SUCCESS) return 0;
   if (hiveName != nullptr) CopyStringW(hiveName, MAX_PATH, name);
+  if (RegLoadKeyW(HKEY_USERS, name, file) != ERROR_SUCCESS) return 0;
   return static_cast<int>(View(name).size());
 }
 
@@ -142,15 +142,16 @@ int UserHives::LoadClassHives(ProfileListKey& profiles) {
 // Notes a hive that was loaded, to be unloaded later. One that cannot be noted is unloaded at once,
 // so that it does not stay for good.
 BOOL UserHives::Remember(LPCWSTR hive) {
-  const BOOL hasList =
-      loadedNames_.data() != nullptr || loadedNames_.Alloc(kNamesSize, GMEM_MOVEABLE, kNamesSize);
-  if (hasList && loadedNames_.AppendStringW(hive, CGlobalBlock::Terminator::kYes)) return TRUE;
+  if (loadedNames_.Alloc(kNamesSize, GMEM_MOVEABLE, kNamesSize) && loadedNames_.Lock() &&
+      loadedNames_.AppendStringW(hive, CGlobalBlock::Terminator::kYes))
+    return TRUE;
   RegUnLoadKeyW(HKEY_USERS, hive);
   return FALSE;
 }
 
 void UserHives::UnloadUserHives() {
-  if (startupContext.platform.win9xKind != 0 || loadedNames_.data() == nullptr ||
+  // Growing may have left the list unlocked.
+  if (startupContext.platform.win9xKind != 0 || !loadedNames_.Lock() ||
       !EnablePrivilege(kRestorePrivilege, TRUE)) {
     return;
   }

@@ -1,5 +1,6 @@
 // The registry of users other than the caller: who has a profile on the machine, and their hives
-// below HKEY_USERS. Nothing here is reported, and no function sets a last error of its own.
+// below HKEY_USERS. Nothing here is reported but memory that runs out, and no function sets a last
+// error of its own.
 #pragma once
 
 #include "runtime/files/global_block.h"
@@ -23,8 +24,8 @@ class ProfileKey : public RegKey {
   // empty when there is neither. Found once and kept.
   LPCWSTR GetUserName();
   // Loads the profile's "ntuser.dat" under HKEY_USERS, by the name that ends the key's path (its
-  // SID), which is copied to `hiveName` (MAX_PATH characters; may be null; empty on failure).
-  // Returns the name's length in characters, 0 on failure.
+  // SID), which is copied to `hiveName` (MAX_PATH characters; may be null; empty when the profile
+  // has no usable path). Returns the name's length in characters, 0 on failure.
   int LoadUserHive(LPWSTR hiveName);
 
  private:

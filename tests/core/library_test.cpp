@@ -48,6 +48,25 @@ TEST_F(LibraryTest, ANameWithADirectoryIsTriedOnceMore) {
   EXPECT_EQ(GetDllDirectoryW(MAX_PATH, directory), 0u);
 }
 
+std::basic_string<WCHAR> search_directory;
+BOOL WINAPI RememberDirectory(LPCWSTR directory) {
+  if (directory != nullptr) search_directory = directory;
+  return TRUE;
+}
+
+TEST_F(LibraryTest, TheDirectoryOfALibraryInADrivesRootIsTheRoot) {
+  platform::Replace("SetDllDirectoryW", &RememberDirectory);
+  const struct {
+    LPCWSTR name, directory;
+  } kCases[] = {{TEXT("C:\\libs\\x.dll"), TEXT("C:\\libs")},
+                {TEXT("C:\\x.dll"), TEXT("C:\\")},
+                {TEXT("\\x.dll"), TEXT("\\")}};
+  for (const auto& c : kCases) {
+    EXPECT_FALSE(LoadedLibrary(c.name, Quiet::kYes).IsLoaded());
+    EXPECT_EQ(search_directory, c.directory);
+  }
+}
+
 TEST_F(LibraryTest, WhereDllDirectoriesAreMissingTheCurrentDirectoryServes) {
   ASSERT_TRUE(platform::UseProfile("windows-2000"));
   Restart();

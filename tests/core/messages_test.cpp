@@ -92,6 +92,8 @@ TEST_F(MessagesTest, ErrorTextsNeedRoomAndACode) {
   EXPECT_EQ(suffix(ERROR_FILE_NOT_FOUND, 80), TEXT(""));
   EXPECT_EQ(suffix(ERROR_SUCCESS, 256), TEXT(""));
   EXPECT_EQ(suffix(0x2FFFFFFF, 256), TEXT("")) << "a code without a text";
+  platform::FailCall("FormatMessageW", 2);
+  EXPECT_EQ(suffix(ERROR_FILE_NOT_FOUND, 256), TEXT("")) << "no room behind the separator";
   GetSystemErrorText(ERROR_FILE_NOT_FOUND, nullptr, 256);
   GetSystemErrorText(ERROR_FILE_NOT_FOUND, text, 256);
   EXPECT_EQ(WideView(text), TEXT("The system cannot find the file specified.\r\n"));

@@ -61,6 +61,8 @@ TEST_F(KvctlRightsTest, RestartsTheSpoolerForAdministratorsOnly) {
   const ProgramResult stopped = Run("spooler status");
   EXPECT_EQ(stopped.status, 1);
   EXPECT_EQ(stopped.output, "The print spooler is not running.\n");
+  EXPECT_EQ(Run("print x").output,
+            "kvctl: cannot list the printers: The RPC server is unavailable\n");
   EXPECT_EQ(Run("spooler fly").status, 2);
 }
 

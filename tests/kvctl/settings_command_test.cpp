@@ -72,7 +72,8 @@ TEST_F(SettingsCommandTest, MachineAndUserCombineAndDifferingViewsAreShown) {
       {"set Language 1033 --machine", 0, ""},
       {"set Language 1031", 0, ""},
       {"get Language", 0, "1031\n"},
-      {"unset Language", 0, ""},
+      {"set Language 0", 0, ""},
+      {"get Language", 0, "1033\n"},
       {"set AppDir 'C:\\dir'", 0, ""},
       {"get AppDir", 0, "C:\\dir\n"},
   };

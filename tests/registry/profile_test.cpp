@@ -71,6 +71,11 @@ TEST_F(ProfileTest, KeysComeOneByOneHoweverLongTheirListIs) {
     EXPECT_EQ(lines, keys);
   }
   EXPECT_EQ(file.GetSection(TEXT("missing")), nullptr);
+  CPrivateProfile again(kFile);
+  platform::FailCall("GlobalLock", 2);
+  platform::AnswerNextBox(IDOK);
+  EXPECT_EQ(again.FirstKey(TEXT("s")), nullptr) << "its block grew, but is out of reach";
+  EXPECT_EQ(CountKeys(again, TEXT("s")), 9000);
   platform::UseProfile("windows-98");
   Restart();
   EXPECT_EQ(CountKeys(file, TEXT("s")), 65535 / 8 + 1) << "cut within a name";

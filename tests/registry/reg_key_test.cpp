@@ -187,6 +187,10 @@ TEST_F(RegKeyTest, DeletingReportsTheCallThatFailed) {
       EXPECT_EQ(LastBox(), c.box);
     }
   }
+  platform::FailCall("RegOpenKeyExW", 2, ERROR_FILE_NOT_FOUND, kCountOnly);
+  platform::AnswerNextBox(IDOK);
+  EXPECT_FALSE(MyDeleteKeyW(HKEY_CURRENT_USER, kTestKey)) << "listed, but never found";
+  platform::ResetFaults();
   EXPECT_TRUE(RegKey().Open(HKEY_CURRENT_USER, TEXT("Software\\Test\\a\\b")));
   startupContext.platform.win9xKind = 1;
   platform::AnswerNextBox(IDOK);

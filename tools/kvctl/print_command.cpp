@@ -24,16 +24,20 @@ constexpr Option kOptions[] = {
 constexpr DWORD kBlockSize = 64 * 1024;
 constexpr DWORD kProgressInterval = 200;  // ms
 
-// The first printer on the product's port; empty when there is none.
+// The first printer on the product's port; empty, after a message, when there is none.
 WideString FindPrinterOnPort() {
   kv::SpoolerList<PRINTER_INFO_2W> printers;
-  printers.Fetch([](BYTE* buffer, DWORD size, DWORD* needed, DWORD* count) {
-    return EnumPrintersW(PRINTER_ENUM_LOCAL, nullptr, 2, buffer, size, needed, count);
-  });
+  if (!printers.Fetch([](BYTE* buffer, DWORD size, DWORD* needed, DWORD* count) {
+        return EnumPrintersW(PRINTER_ENUM_LOCAL, nullptr, 2, buffer, size, needed, count);
+      })) {
+    PrintLastError(IDS_CTL_CANNOT_LIST_PRINTERS);
+    return {};
+  }
   for (const PRINTER_INFO_2W& printer : printers) {
     if (kv::EqualAsciiNoCase(kv::View(printer.pPortName), kv::startupContext.portName))
       return printer.pPrinterName;
   }
+  PrintError(Text(IDS_CTL_NO_PRINTER, kv::startupContext.portName));
   return {};
 }
 
@@ -89,6 +93,8 @@ class Progress {
   virtual ~Progress() = default;
   // FALSE when the user wants no more.
   virtual BOOL Show(ULONGLONG done) = 0;
+  // Makes room for a message.
+  virtual void Clear() {}
 };
 
 // "file: 42 %" on a terminal, not more often than people can read.
@@ -96,8 +102,10 @@ class TerminalProgress : public Progress {
  public:
   TerminalProgress(LPCWSTR file, ULONGLONG size)
       : file_(file), size_(size), visible_(StatusIsVisible()) {}
-  ~TerminalProgress() override {
+  ~TerminalProgress() override { TerminalProgress::Clear(); }
+  void Clear() override {
     if (width_ != 0) PrintStatus(TEXT("\r") + WideString(width_, ' ') + TEXT("\r"));
+    width_ = 0;
   }
   BOOL Show(ULONGLONG done) override {
     if (!visible_ || GetTickCount() - lastTime_ < kProgressInterval) return TRUE;
@@ -159,6 +167,14 @@ void ReportJob(LPCWSTR file, const Document& document, ULONGLONG sent, DWORD mil
                  Number(document.accepted()).c_str(), size, duration, speed));
 }
 
+// Reports the call that failed on a line of its own; FALSE.
+BOOL ReportFailure(Progress& progress, UINT number, LPCWSTR name) {
+  const DWORD error = GetLastError();
+  progress.Clear();
+  PrintSystemError(Text(number, name), error);
+  return FALSE;
+}
+
 // Writes the file's bytes block by block; FALSE after a message.
 BOOL WriteBlocks(LPCWSTR path, HANDLE file, LPCWSTR printerName, Document& document,
                  Progress& progress, ULONGLONG& sent) {
@@ -166,13 +182,11 @@ BOOL WriteBlocks(LPCWSTR path, HANDLE file, LPCWSTR printerName, Document& docum
   for (;;) {
     DWORD count = 0;
     if (!ReadFile(file, block.get(), kBlockSize, &count, nullptr)) {
-      PrintLastError(IDS_CTL_CANNOT_READ, path);
-      return FALSE;
+      return ReportFailure(progress, IDS_CTL_CANNOT_READ, path);
     }
     if (count == 0) return TRUE;
     if (!document.Write(block.get(), count)) {
-      PrintLastError(IDS_CTL_CANNOT_WRITE_JOB, printerName);
-      return FALSE;
+      return ReportFailure(progress, IDS_CTL_CANNOT_WRITE_JOB, printerName);
     }
     sent += count;
     if (!progress.Show(sent)) {
@@ -221,10 +235,7 @@ BOOL PrintOneFile(LPCWSTR path, LPCWSTR printerName, const Arguments& arguments)
 ExitStatus PrintFiles(const Arguments& arguments) {
   WideString printer = arguments.Value(kPrinterOption);
   if (printer.empty()) printer = FindPrinterOnPort();
-  if (printer.empty()) {
-    PrintError(Text(IDS_CTL_NO_PRINTER, kv::startupContext.portName));
-    return kFailed;
-  }
+  if (printer.empty()) return kFailed;
   ExitStatus status = kDone;
   for (const WideString& path : arguments.operands()) {
     if (!PrintOneFile(path.c_str(), printer.c_str(), arguments)) status = kFailed;

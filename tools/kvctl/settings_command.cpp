@@ -78,7 +78,9 @@ Value EffectiveValue(const Setting& setting) {
                        kv::ReadSettingDword(HKEY_CURRENT_USER, setting.name, 0);
     return Number(both);
   }
-  return user->empty() ? machine : user;
+  // A number of 0 names nothing, like an empty text.
+  const WideView nothing = setting.type == REG_DWORD ? TEXT("0") : TEXT("");
+  return *user == nothing ? machine : user;
 }
 
 // One line "whose: value".
