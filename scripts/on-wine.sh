@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs a command where `wine` starts Windows programs of one word size, on a prefix of its own below build/ whose
 # windows nobody sees. scripts/on-wine.sh 32|64 COMMAND...
+# With KV_DISPLAY, 64-bit programs show their windows on that X display, with the frames that Windows draws.
 # 32-bit Wine lives in the root directory that `setup.sh wine32` makes, in which the repository has its usual path.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -22,7 +23,13 @@ if [ "$bits" = 32 ] && [ -z "${KV_IN_WINE32_ROOT:-}" ]; then
 fi
 
 export WINEPREFIX=$PWD/build/wine$bits WINEARCH=win$bits WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+graphics=('HKCU\Software\Wine\Drivers' /v Graphics /d null)
 unset DISPLAY
+if [ -n "${KV_DISPLAY:-}" ]; then
+  WINEPREFIX+=-shown
+  export DISPLAY=$KV_DISPLAY
+  graphics=('HKCU\Software\Wine\X11 Driver' /v Managed /d N)
+fi
 made=$WINEPREFIX/made-whole
 if [ ! -f "$made" ]; then
   echo "== making a Wine prefix ($bits-bit)" >&2
@@ -30,7 +37,7 @@ if [ ! -f "$made" ]; then
   mkdir -p "$WINEPREFIX"
   wine wineboot --init > /dev/null 2>&1
   wineserver --wait
-  wine reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f > /dev/null
+  wine reg add "${graphics[@]}" /f > /dev/null
   # The desktop that `reg` itself ran on still has no driver at all: it must be gone before a test makes a window.
   wineserver --wait
   touch "$made"

@@ -59,8 +59,7 @@ look() {
         ;;
       pictures)
         need xvfb have Xvfb
-        need imagemagick have convert
-        need fonts-liberation test -d /usr/share/fonts/truetype/liberation
+        need netpbm have xwdtopnm
         ;;
       fuzz)
         need clang have clang
