@@ -16,8 +16,8 @@ done
 rm -rf "$packages/_CPack_Packages" "$packages/cpack.log"
 
 wanted="docs/README.md docs/install-windows.md docs/licences.md docs/licences/gcc-runtime.txt
-docs/licences/mingw-w64.txt docs/translating.md docs/user.md kvctl.exe kvmon8.dll kvres832-0407.dll
-kvres832-0419.dll kvres832.dll"
+docs/licences/mingw-w64.txt docs/link-button.png docs/progress-window.png docs/translating.md docs/user.md
+kvctl.exe kvmon8.dll kvres832-0407.dll kvres832-0419.dll kvres832.dll"
 for archive in "$packages"/*.zip; do
   held=$(unzip -Z1 "$archive" | sed 's,^[^/]*/,,' | grep -v '/$' | LC_ALL=C sort | tr '\n' ' ')
   [ "$held" = "$(echo $wanted | tr ' ' '\n' | LC_ALL=C sort | tr '\n' ' ')" ] || {

@@ -25,7 +25,7 @@ summary="$tests tests ran on 64-bit Wine"
 if wait "$wine32"; then
   # The tests go beside the product: they load the module that people get.
   rm -f build/windows-x86/bin/*_test.exe
-  cp build/windows-x86-tests/bin/{*_test,wine_spooler_client}.exe build/windows-x86/bin/
+  cp build/windows-x86-tests/bin/{*_test,wine_*}.exe build/windows-x86/bin/
   try_on_wine 32 "$PWD/build/windows-x86/bin"
   summary+=", $tests on 32-bit Wine"
 fi

@@ -122,6 +122,9 @@ on_windows "$work/said" "$bin/wine_spooler_client.exe" || fail "the spooler's ow
 kvctl 1 print "$bin/kvctl.exe"
 says 'kvctl: there is no printer on port KVR8:; "kvctl install" creates one'
 
+# The link button of message boxes.
+on_windows "$work/said" "$bin/wine_link_box.exe" || fail "$(cat "$work/said")"
+
 echo "== removing"
 kvctl 0 remove
 says 'Removed: the port monitor "KVR8:".' "Removed: \"$windows\\kvmon8.dll\"." \
