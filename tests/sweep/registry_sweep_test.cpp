@@ -14,7 +14,7 @@
 #include "runtime/registry/user_hives.h"
 #include "runtime/text/wide_text.h"
 #include "tests/support/machine_files.h"
-#include "tests/support/sweep_area.h"
+#include "tests/support/sweep.h"
 #include "tests/support/test_key.h"
 
 namespace kv::test {
@@ -68,354 +68,336 @@ void ExpectWhole(Attempt& attempt, Write write, LPCWSTR name, DWORD new_type) {
   attempt.Expect(done, type == new_type, type == new_type || type == REG_SZ);
 }
 
-const SweepArea<> kKeys(
-    "RegKey",
-    {
-        {"Open",
-         [](Attempt& attempt) {
-           MakeSource();
-           RegKey key;
-           const BOOL done = attempt.Call(
-               [&] { return key.Open(HKEY_CURRENT_USER, TEXT("Software\\%s"), TEXT("Source")); });
-           attempt.Expect(done, key.valueCount() == 5 && WideView(key.path()) == kSource,
-                          !key.IsOpen());
-         }},
-        {"Create",
-         [](Attempt& attempt) {
-           RemoveKeys();
-           RegKey key;
-           const BOOL done =
-               attempt.Call([&] { return key.CreateView(64, HKEY_CURRENT_USER, kTarget); });
-           attempt.Expect(done, key.IsOpen() && IsKey(kTarget), !key.IsOpen());
-         }},
-        {"AttachAndDetach",
-         [](Attempt& attempt) {
-           MakeSource();
-           RegKey key, other;
-           EXPECT_TRUE(other.Open(HKEY_CURRENT_USER, kSource));
-           const HKEY raw = other.Detach();
-           const BOOL done = attempt.Call([&] { return key.Attach(raw); });
-           attempt.Expect(done, key.Detach() == raw, !key.IsOpen());
-           EXPECT_EQ(RegCloseKey(raw), ERROR_SUCCESS);
-         }},
-        {"Connect",
-         [](Attempt& attempt) {
-           RegKey key;
-           const BOOL done = attempt.Call([&] { return key.Connect(nullptr, HKEY_LOCAL_MACHINE); });
-           attempt.Expect(done, key.subKeyCount() > 0, !key.IsOpen());
-         }},
-        {"CloseAndDelete",
-         [](Attempt& attempt) {
-           RegKey key;
-           OpenSource(key);
-           attempt.Call([&] { key.Close(Disposal::kDelete); });
-           EXPECT_TRUE(!IsKey(kSource) || attempt.reports() == 1 || attempt.hit());
-           EXPECT_FALSE(key.IsOpen());
-         }},
-        {"CloseAndDeleteIfEmpty",
-         [](Attempt& attempt) {
-           RegKey full, empty;
-           OpenSource(full);
-           empty.Create(HKEY_CURRENT_USER, kTarget);
-           attempt.Call([&] {
-             full.Close(Disposal::kDeleteIfEmpty);
-             empty.Close(Disposal::kDeleteIfEmpty);
-           });
-           EXPECT_EQ(TextAt(kSource, TEXT("text")), TEXT("content"));
-           attempt.Expect(!IsKey(kTarget), true);
-         }},
-        {"RefreshAndFlush",
-         [](Attempt& attempt) {
-           RegKey key;
-           OpenSource(key);
-           SetText(key.handle(), TEXT("more"), TEXT("a longer text than before"));
-           const BOOL done = attempt.Call([&] { return key.Refresh() && key.Flush(); });
-           EXPECT_EQ(done, !attempt.hit());
-           attempt.Expect(done, View(key.GetString(TEXT("more"))).size() == 25,
-                          TextAt(kSource, TEXT("text")) == TEXT("content"));
-         }},
-        {"Read",
-         [](Attempt& attempt) {
-           RegKey key;
-           OpenSource(key);
-           WideString text, unnamed, multi;
-           DWORD number = 0, size = 0, type = 0;
-           const BYTE* bytes = nullptr;
-           WCHAR buffer[10], unnamed_buffer[10];
-           BYTE raw[4] = {};
-           attempt.Call([&] {
-             text = key.GetString(TEXT("text"), TEXT("none"));
-             unnamed = View(key.GetDefaultString());
-             number = key.GetDword(TEXT("number"), 9);
-             const LPCWSTR strings = key.GetMultiString(TEXT("strings"));
-             multi = strings == nullptr ? WideString() : WideString(strings, 4);
-             key.ReadString(TEXT("text"), buffer, 10, Expand::kYes);
-             key.ReadDefaultString(unnamed_buffer, 10, Expand::kNo);
-             type = key.GetValueType(TEXT("text"), 0);
-             if (!key.ReadBinary(TEXT("binary"), raw, 4)) raw[0] = 7;
-             key.GetBinary(TEXT("binary"), &bytes, &size);
-           });
-           EXPECT_TRUE(text == TEXT("content") || (attempt.hit() && text == TEXT("none")));
-           EXPECT_TRUE(unnamed == TEXT("unnamed") || (attempt.hit() && unnamed.empty()));
-           EXPECT_TRUE(number == 7 || (attempt.hit() && number == 9));
-           EXPECT_TRUE(multi == WideString(TEXT("a\0b\0"), 4) || (attempt.hit() && multi.empty()));
-           EXPECT_TRUE(WideView(buffer) == TEXT("content") || (attempt.hit() && buffer[0] == 0));
-           EXPECT_TRUE(unnamed_buffer[0] == 'u' || (attempt.hit() && unnamed_buffer[0] == 0));
-           EXPECT_TRUE(type == REG_SZ || (attempt.hit() && type == 0));
-           EXPECT_EQ(raw[0], 7);
-           EXPECT_TRUE((size == 4 && bytes[0] == 7) || (attempt.hit() && bytes == nullptr));
-         }},
-        {"SubKeyExists",
-         [](Attempt& attempt) {
-           RegKey key;
-           OpenSource(key);
-           attempt.Expect(attempt.Call([&] { return key.SubKeyExists(TEXT("Sub")); }), true);
-         }},
-        {"SetBinary",
-         [](Attempt& attempt) {
-           ExpectWhole(
-               attempt, [](RegKey& key) { return key.SetBinary(TEXT("text"), "x", 1); },
-               TEXT("text"), REG_BINARY);
-         }},
-        {"SetDword",
-         [](Attempt& attempt) {
-           ExpectWhole(
-               attempt, [](RegKey& key) { return key.SetDword(TEXT("text"), 5); }, TEXT("text"),
-               REG_DWORD);
-         }},
-        {"SetString",
-         [](Attempt& attempt) {
-           ExpectWhole(
-               attempt,
-               [](RegKey& key) {
-                 return key.SetString(TEXT("text"), TEXT("%x%"), REG_EXPAND_SZ,
-                                      DeleteIfEmpty::kNo) &&
-                        key.SetSz(TEXT("other"), TEXT("text"));
-               },
-               TEXT("text"), REG_EXPAND_SZ);
-         }},
-        {"SetMultiString",
-         [](Attempt& attempt) {
-           ExpectWhole(
-               attempt,
-               [](RegKey& key) { return key.SetMultiString(TEXT("text"), TEXT("a\0b\0")); },
-               TEXT("text"), REG_MULTI_SZ);
-         }},
-        {"SetDefaultString",
-         [](Attempt& attempt) {
-           RegKey key;
-           OpenSource(key);
-           const BOOL done = attempt.Call([&] { return key.SetDefaultString(TEXT("new")); });
-           const WideString now = TextAt(kSource, TEXT(""));
-           attempt.Expect(done, now == TEXT("new"), now == TEXT("new") || now == TEXT("unnamed"));
-         }},
-        {"DeleteValue",
-         [](Attempt& attempt) {
-           ExpectWhole(
-               attempt, [](RegKey& key) { return key.DeleteValue(TEXT("text")); }, TEXT("text"), 0);
-         }},
-        {"CopyValueFrom",
-         [](Attempt& attempt) {
-           RegKey source, target;
-           OpenSource(source);
-           target.Create(HKEY_CURRENT_USER, kTarget);
-           const BOOL done =
-               attempt.Call([&] { return target.CopyValueFrom(source, TEXT("text")); });
-           attempt.Expect(done, TextAt(kTarget, TEXT("text")) == TEXT("content"));
-           EXPECT_EQ(TextAt(kSource, TEXT("text")), TEXT("content"));
-         }},
-        {"MoveValueFrom",
-         [](Attempt& attempt) {
-           RegKey source, target;
-           OpenSource(source);
-           target.Create(HKEY_CURRENT_USER, kTarget);
-           const BOOL done = attempt.Call(
-               [&] { return target.MoveValueFrom(source, TEXT("text"), TEXT("moved")); });
-           const bool old = TextAt(kSource, TEXT("text")) == TEXT("content");
-           const bool moved = TextAt(kTarget, TEXT("moved")) == TEXT("content");
-           attempt.Expect(done, moved && !old, moved || old);
-         }},
-        {"RenameValue",
-         [](Attempt& attempt) {
-           RegKey key;
-           OpenSource(key);
-           const BOOL done =
-               attempt.Call([&] { return key.RenameValue(TEXT("text"), TEXT("renamed")); });
-           const bool old = TextAt(kSource, TEXT("text")) == TEXT("content");
-           const bool renamed = TextAt(kSource, TEXT("renamed")) == TEXT("content");
-           attempt.Expect(done, renamed && !old, renamed || old);
-         }},
-        {"CopyTree",
-         [](Attempt& attempt) {
-           RegKey source, target;
-           OpenSource(source);
-           target.Create(HKEY_CURRENT_USER, kTarget);
-           const int copied = attempt.Call([&] { return target.CopyTree(source, Recurse::kYes); });
-           const bool whole = TextAt(kTarget, TEXT("text")) == TEXT("content") &&
-                              TextAt(TEXT("Software\\Target\\Sub"), TEXT("deep")) == TEXT("below");
-           attempt.Expect(copied == 6, whole, copied < 6);
-           EXPECT_EQ(TextAt(TEXT("Software\\Source\\Sub"), TEXT("deep")), TEXT("below"));
-         }},
-        {"RenameSubKey",
-         [](Attempt& attempt) {
-           RegKey key;
-           OpenSource(key);
-           const BOOL done =
-               attempt.Call([&] { return key.RenameSubKey(TEXT("Sub"), TEXT("Renamed")); });
-           const bool old = TextAt(TEXT("Software\\Source\\Sub"), TEXT("deep")) == TEXT("below");
-           const bool renamed =
-               TextAt(TEXT("Software\\Source\\Renamed"), TEXT("deep")) == TEXT("below");
-           attempt.Expect(done, renamed && !old, renamed || old);
-         }},
-        {"Enumeration",
-         [](Attempt& attempt) {
-           RegKey key;
-           OpenSource(key);
-           int values = 0, texts = 0, numbers = 0, keys = 0;
-           attempt.Call([&] {
-             for (LPCWSTR name = key.FirstValue(); name != nullptr; name = key.NextValue()) {
-               ++values;
-             }
-             for (LPCWSTR name = key.LastValue(); name != nullptr; name = key.PrevValue()) {
-               ++values;
-             }
-             LPCWSTR text;
-             for (LPCWSTR name = key.FindFirstString(&text); name != nullptr;
-                  name = key.FindNextString(&text)) {
-               EXPECT_TRUE(WideView(text) == TEXT("content") || WideView(text) == TEXT("unnamed"));
-               ++texts;
-             }
-             DWORD number = 0;
-             for (LPCWSTR name = key.FindLastDword(&number); name != nullptr;
-                  name = key.FindPrevDword(&number)) {
-               EXPECT_EQ(number, 7u);
-               ++numbers;
-             }
-             for (LPCWSTR name = key.FirstSubKey(); name != nullptr; name = key.NextSubKey()) {
-               EXPECT_EQ(WideView(name), TEXT("Sub"));
-               ++keys;
-             }
-             for (LPCWSTR name = key.LastSubKey(); name != nullptr; name = key.PrevSubKey()) ++keys;
-           });
-           attempt.Expect(values == 10 && texts == 2 && numbers == 1 && keys == 2, true,
-                          values <= 10 && texts <= 2 && numbers <= 1 && keys <= 2);
-         }},
-        {"SetSecurityUnlessUsersCanRead",
-         [](Attempt& attempt) {
-           RegKey key;
-           OpenSource(key);
-           const COpenSecurityAttributes attributes(FALSE);
-           const int done = attempt.Call([&] {
-             return key.SetSecurityUnlessUsersCanRead(attributes.Get()->lpSecurityDescriptor);
-           });
-           attempt.Expect(done == 1, true, done == 0 || done == -1);
-         }},
-        {"GetKeyName",
-         [](Attempt& attempt) {
-           RegKey key;
-           OpenSource(key);
-           WCHAR name[100];
-           attempt.Call([&] { key.GetKeyName(name, 100); });
-           attempt.Expect(name[0] != 0,
-                          EqualNoCase(name, TEXT("HKCU\\Software\\Source")) || attempt.hit());
-         }},
-        {"IsCurrentUserKey",
-         [](Attempt& attempt) {
-           const Key user = Key::Open(HKEY_CURRENT_USER, TEXT(""));
-           attempt.Expect(attempt.Call([&] { return IsCurrentUserKey(user); }), true);
-         }},
-        {"MessagingProfilesKey",
-         [](Attempt& attempt) {
-           const BOOL opened =
-               attempt.Call([] { return MessagingProfilesKey(KeyMode::kWrite).IsOpen(); });
-           attempt.Expect(opened, true);
-         }},
-        {"MyDeleteKey",
-         [](Attempt& attempt) {
-           MakeSource();
-           const BOOL done = attempt.Call([] { return MyDeleteKeyW(HKEY_CURRENT_USER, kSource); });
-           attempt.Expect(done, !IsKey(kSource));
-           EXPECT_TRUE(done || attempt.reports() == 1 || attempt.failed().starts_with("RegDelete"));
-         }},
-        {"MyDeleteKeyA",
-         [](Attempt& attempt) {
-           MakeSource();
-           const BOOL done =
-               attempt.Call([] { return MyDeleteKeyA(HKEY_CURRENT_USER, "Software\\Source"); });
-           attempt.Expect(done, !IsKey(kSource));
-         }},
-        {"ExpandEnvironment",
-         [](Attempt& attempt) {
-           WCHAR text[MAX_PATH] = TEXT("%windir%");
-           BOOL expanded = FALSE;
-           const auto copy = attempt.Call([&] {
-             expanded = ExpandInPlace(text, MAX_PATH);
-             return MyExpandEnvironmentStrings(TEXT("%windir%\\x"));
-           });
-           attempt.Expect(expanded, WideView(text) == TEXT("C:\\Windows"),
-                          WideView(text) == TEXT("%windir%"));
-           attempt.Expect(copy != nullptr, View(copy.get()) == TEXT("C:\\Windows\\x"));
-         }},
-    });
+SWEEP_AREA(RegKey, RuntimeTest);
 
-const SweepArea<> kSettings(
-    "Settings", {
-                    {"Read",
-                     [](Attempt& attempt) {
-                       platform::SetFact(platform::facts::kUserIsElevated, "1");
-                       SetText(Key::Create(HKEY_LOCAL_MACHINE, kSettingsRoot), TEXT("t"),
-                               TEXT("text"));
-                       const DWORD seven = 7;
-                       RegSetValueExW(Key::Create(HKEY_CURRENT_USER, kSettingsRoot), TEXT("n"), 0,
-                                      REG_DWORD, reinterpret_cast<const BYTE*>(&seven), 4);
-                       WCHAR text[8], own[8];
-                       DWORD number = 0, machine = 0;
-                       attempt.Call([&] {
-                         ReadMachineSettingString(TEXT("t"), text, 8);
-                         ReadSettingString(HKEY_LOCAL_MACHINE, TEXT("t"), own, 8);
-                         number = ReadSettingDword(HKEY_CURRENT_USER, TEXT("n"), 1);
-                         machine = ReadMachineSettingDword(TEXT("n"), 2);
-                         ReadStartupSettings();
-                       });
-                       attempt.Expect(text[0] != 0, WideView(text) == TEXT("text"));
-                       attempt.Expect(own[0] != 0, WideView(own) == TEXT("text"));
-                       attempt.Expect(number != 1, number == 7);
-                       EXPECT_EQ(machine, 2u);
-                       EXPECT_EQ(startupContext.silent, 0u);
-                     }},
-                    {"Write",
-                     [](Attempt& attempt) {
-                       platform::SetFact(platform::facts::kUserIsElevated, "1");
-                       MyDeleteKeyW(HKEY_CURRENT_USER, kSettingsRoot);
-                       const BOOL done = attempt.Call([] {
-                         return UserSettingsKey(KeyMode::kWrite).SetSz(TEXT("t"), TEXT("u")) &&
-                                MachineSettingsKey(KeyMode::kWrite).SetSz(TEXT("t"), TEXT("m"));
-                       });
-                       attempt.Expect(done, TextAt(kSettingsRoot, TEXT("t")) == TEXT("u"));
-                     }},
-                    {"SharedDllCounter",
-                     [](Attempt& attempt) {
-                       platform::SetFact(platform::facts::kUserIsElevated, "1");
-                       const auto count = [](int change) -> DWORD {
-                         SharedDllCounter counter;
-                         return change > 0   ? counter.AddRef(TEXT("C:\\x.dll"))
-                                : change < 0 ? counter.Release(TEXT("C:\\x.dll"))
-                                             : counter.GetDword(TEXT("C:\\x.dll"), 0);
-                       };
-                       while (count(0) > 0) count(-1);
-                       for (const DWORD old : {1u, 2u}) {
-                         count(1);
-                         EXPECT_EQ(count(0), old);
-                       }
-                       DWORD told = 0;
-                       attempt.Call([&] {
-                         count(1);
-                         told = count(-1);
-                       });
-                       const DWORD now = count(0);
-                       attempt.Expect(told == 2, now == 2 || attempt.hit(), now >= 1 && now <= 3);
-                     }},
-                });
+SCENARIO(RegKey, Open) {
+  MakeSource();
+  RegKey key;
+  const BOOL done = attempt.Call(
+      [&] { return key.Open(HKEY_CURRENT_USER, TEXT("Software\\%s"), TEXT("Source")); });
+  attempt.Expect(done, key.valueCount() == 5 && WideView(key.path()) == kSource, !key.IsOpen());
+}
+
+SCENARIO(RegKey, Create) {
+  RemoveKeys();
+  RegKey key;
+  const BOOL done = attempt.Call([&] { return key.CreateView(64, HKEY_CURRENT_USER, kTarget); });
+  attempt.Expect(done, key.IsOpen() && IsKey(kTarget), !key.IsOpen());
+}
+
+SCENARIO(RegKey, AttachAndDetach) {
+  MakeSource();
+  RegKey key, other;
+  EXPECT_TRUE(other.Open(HKEY_CURRENT_USER, kSource));
+  const HKEY raw = other.Detach();
+  const BOOL done = attempt.Call([&] { return key.Attach(raw); });
+  attempt.Expect(done, key.Detach() == raw, !key.IsOpen());
+  EXPECT_EQ(RegCloseKey(raw), ERROR_SUCCESS);
+}
+
+SCENARIO(RegKey, Connect) {
+  RegKey key;
+  const BOOL done = attempt.Call([&] { return key.Connect(nullptr, HKEY_LOCAL_MACHINE); });
+  attempt.Expect(done, key.subKeyCount() > 0, !key.IsOpen());
+}
+
+SCENARIO(RegKey, CloseAndDelete) {
+  RegKey key;
+  OpenSource(key);
+  attempt.Call([&] { key.Close(Disposal::kDelete); });
+  EXPECT_TRUE(!IsKey(kSource) || attempt.reports() == 1 || attempt.hit());
+  EXPECT_FALSE(key.IsOpen());
+}
+
+SCENARIO(RegKey, CloseAndDeleteIfEmpty) {
+  RegKey full, empty;
+  OpenSource(full);
+  empty.Create(HKEY_CURRENT_USER, kTarget);
+  attempt.Call([&] {
+    full.Close(Disposal::kDeleteIfEmpty);
+    empty.Close(Disposal::kDeleteIfEmpty);
+  });
+  EXPECT_EQ(TextAt(kSource, TEXT("text")), TEXT("content"));
+  attempt.Expect(!IsKey(kTarget), true);
+}
+
+SCENARIO(RegKey, RefreshAndFlush) {
+  RegKey key;
+  OpenSource(key);
+  SetText(key.handle(), TEXT("more"), TEXT("a longer text than before"));
+  const BOOL done = attempt.Call([&] { return key.Refresh() && key.Flush(); });
+  EXPECT_EQ(done, !attempt.hit());
+  attempt.Expect(done, View(key.GetString(TEXT("more"))).size() == 25,
+                 TextAt(kSource, TEXT("text")) == TEXT("content"));
+}
+
+SCENARIO(RegKey, Read) {
+  RegKey key;
+  OpenSource(key);
+  WideString text, unnamed, multi;
+  DWORD number = 0, size = 0, type = 0;
+  const BYTE* bytes = nullptr;
+  WCHAR buffer[10], unnamed_buffer[10];
+  BYTE raw[4] = {};
+  attempt.Call([&] {
+    text = key.GetString(TEXT("text"), TEXT("none"));
+    unnamed = View(key.GetDefaultString());
+    number = key.GetDword(TEXT("number"), 9);
+    const LPCWSTR strings = key.GetMultiString(TEXT("strings"));
+    multi = strings == nullptr ? WideString() : WideString(strings, 4);
+    key.ReadString(TEXT("text"), buffer, 10, Expand::kYes);
+    key.ReadDefaultString(unnamed_buffer, 10, Expand::kNo);
+    type = key.GetValueType(TEXT("text"), 0);
+    if (!key.ReadBinary(TEXT("binary"), raw, 4)) raw[0] = 7;
+    key.GetBinary(TEXT("binary"), &bytes, &size);
+  });
+  EXPECT_TRUE(text == TEXT("content") || (attempt.hit() && text == TEXT("none")));
+  EXPECT_TRUE(unnamed == TEXT("unnamed") || (attempt.hit() && unnamed.empty()));
+  EXPECT_TRUE(number == 7 || (attempt.hit() && number == 9));
+  EXPECT_TRUE(multi == WideString(TEXT("a\0b\0"), 4) || (attempt.hit() && multi.empty()));
+  EXPECT_TRUE(WideView(buffer) == TEXT("content") || (attempt.hit() && buffer[0] == 0));
+  EXPECT_TRUE(unnamed_buffer[0] == 'u' || (attempt.hit() && unnamed_buffer[0] == 0));
+  EXPECT_TRUE(type == REG_SZ || (attempt.hit() && type == 0));
+  EXPECT_EQ(raw[0], 7);
+  EXPECT_TRUE((size == 4 && bytes[0] == 7) || (attempt.hit() && bytes == nullptr));
+}
+
+SCENARIO(RegKey, SubKeyExists) {
+  RegKey key;
+  OpenSource(key);
+  attempt.Expect(attempt.Call([&] { return key.SubKeyExists(TEXT("Sub")); }), true);
+}
+
+SCENARIO(RegKey, SetBinary) {
+  ExpectWhole(
+      attempt, [](RegKey& key) { return key.SetBinary(TEXT("text"), "x", 1); }, TEXT("text"),
+      REG_BINARY);
+}
+
+SCENARIO(RegKey, SetDword) {
+  ExpectWhole(
+      attempt, [](RegKey& key) { return key.SetDword(TEXT("text"), 5); }, TEXT("text"), REG_DWORD);
+}
+
+SCENARIO(RegKey, SetString) {
+  ExpectWhole(
+      attempt,
+      [](RegKey& key) {
+        return key.SetString(TEXT("text"), TEXT("%x%"), REG_EXPAND_SZ, DeleteIfEmpty::kNo) &&
+               key.SetSz(TEXT("other"), TEXT("text"));
+      },
+      TEXT("text"), REG_EXPAND_SZ);
+}
+
+SCENARIO(RegKey, SetMultiString) {
+  ExpectWhole(
+      attempt, [](RegKey& key) { return key.SetMultiString(TEXT("text"), TEXT("a\0b\0")); },
+      TEXT("text"), REG_MULTI_SZ);
+}
+
+SCENARIO(RegKey, SetDefaultString) {
+  RegKey key;
+  OpenSource(key);
+  const BOOL done = attempt.Call([&] { return key.SetDefaultString(TEXT("new")); });
+  const WideString now = TextAt(kSource, TEXT(""));
+  attempt.Expect(done, now == TEXT("new"), now == TEXT("new") || now == TEXT("unnamed"));
+}
+
+SCENARIO(RegKey, DeleteValue) {
+  ExpectWhole(
+      attempt, [](RegKey& key) { return key.DeleteValue(TEXT("text")); }, TEXT("text"), 0);
+}
+
+SCENARIO(RegKey, CopyValueFrom) {
+  RegKey source, target;
+  OpenSource(source);
+  target.Create(HKEY_CURRENT_USER, kTarget);
+  const BOOL done = attempt.Call([&] { return target.CopyValueFrom(source, TEXT("text")); });
+  attempt.Expect(done, TextAt(kTarget, TEXT("text")) == TEXT("content"));
+  EXPECT_EQ(TextAt(kSource, TEXT("text")), TEXT("content"));
+}
+
+SCENARIO(RegKey, MoveValueFrom) {
+  RegKey source, target;
+  OpenSource(source);
+  target.Create(HKEY_CURRENT_USER, kTarget);
+  const BOOL done =
+      attempt.Call([&] { return target.MoveValueFrom(source, TEXT("text"), TEXT("moved")); });
+  const bool old = TextAt(kSource, TEXT("text")) == TEXT("content");
+  const bool moved = TextAt(kTarget, TEXT("moved")) == TEXT("content");
+  attempt.Expect(done, moved && !old, moved || old);
+}
+
+SCENARIO(RegKey, RenameValue) {
+  RegKey key;
+  OpenSource(key);
+  const BOOL done = attempt.Call([&] { return key.RenameValue(TEXT("text"), TEXT("renamed")); });
+  const bool old = TextAt(kSource, TEXT("text")) == TEXT("content");
+  const bool renamed = TextAt(kSource, TEXT("renamed")) == TEXT("content");
+  attempt.Expect(done, renamed && !old, renamed || old);
+}
+
+SCENARIO(RegKey, CopyTree) {
+  RegKey source, target;
+  OpenSource(source);
+  target.Create(HKEY_CURRENT_USER, kTarget);
+  const int copied = attempt.Call([&] { return target.CopyTree(source, Recurse::kYes); });
+  const bool whole = TextAt(kTarget, TEXT("text")) == TEXT("content") &&
+                     TextAt(TEXT("Software\\Target\\Sub"), TEXT("deep")) == TEXT("below");
+  attempt.Expect(copied == 6, whole, copied < 6);
+  EXPECT_EQ(TextAt(TEXT("Software\\Source\\Sub"), TEXT("deep")), TEXT("below"));
+}
+
+SCENARIO(RegKey, RenameSubKey) {
+  RegKey key;
+  OpenSource(key);
+  const BOOL done = attempt.Call([&] { return key.RenameSubKey(TEXT("Sub"), TEXT("Renamed")); });
+  const bool old = TextAt(TEXT("Software\\Source\\Sub"), TEXT("deep")) == TEXT("below");
+  const bool renamed = TextAt(TEXT("Software\\Source\\Renamed"), TEXT("deep")) == TEXT("below");
+  attempt.Expect(done, renamed && !old, renamed || old);
+}
+
+SCENARIO(RegKey, Enumeration) {
+  RegKey key;
+  OpenSource(key);
+  int values = 0, texts = 0, numbers = 0, keys = 0;
+  attempt.Call([&] {
+    for (LPCWSTR name = key.FirstValue(); name != nullptr; name = key.NextValue()) {
+      ++values;
+    }
+    for (LPCWSTR name = key.LastValue(); name != nullptr; name = key.PrevValue()) {
+      ++values;
+    }
+    LPCWSTR text;
+    for (LPCWSTR name = key.FindFirstString(&text); name != nullptr;
+         name = key.FindNextString(&text)) {
+      EXPECT_TRUE(WideView(text) == TEXT("content") || WideView(text) == TEXT("unnamed"));
+      ++texts;
+    }
+    DWORD number = 0;
+    for (LPCWSTR name = key.FindLastDword(&number); name != nullptr;
+         name = key.FindPrevDword(&number)) {
+      EXPECT_EQ(number, 7u);
+      ++numbers;
+    }
+    for (LPCWSTR name = key.FirstSubKey(); name != nullptr; name = key.NextSubKey()) {
+      EXPECT_EQ(WideView(name), TEXT("Sub"));
+      ++keys;
+    }
+    for (LPCWSTR name = key.LastSubKey(); name != nullptr; name = key.PrevSubKey()) ++keys;
+  });
+  attempt.Expect(values == 10 && texts == 2 && numbers == 1 && keys == 2, true,
+                 values <= 10 && texts <= 2 && numbers <= 1 && keys <= 2);
+}
+
+SCENARIO(RegKey, SetSecurityUnlessUsersCanRead) {
+  RegKey key;
+  OpenSource(key);
+  const COpenSecurityAttributes attributes(FALSE);
+  const int done = attempt.Call(
+      [&] { return key.SetSecurityUnlessUsersCanRead(attributes.Get()->lpSecurityDescriptor); });
+  attempt.Expect(done == 1, true, done == 0 || done == -1);
+}
+
+SCENARIO(RegKey, GetKeyName) {
+  RegKey key;
+  OpenSource(key);
+  WCHAR name[100];
+  attempt.Call([&] { key.GetKeyName(name, 100); });
+  attempt.Expect(name[0] != 0, EqualNoCase(name, TEXT("HKCU\\Software\\Source")) || attempt.hit());
+}
+
+SCENARIO(RegKey, IsCurrentUserKey) {
+  const Key user = Key::Open(HKEY_CURRENT_USER, TEXT(""));
+  attempt.Expect(attempt.Call([&] { return IsCurrentUserKey(user); }), true);
+}
+
+SCENARIO(RegKey, MessagingProfilesKey) {
+  const BOOL opened = attempt.Call([] { return MessagingProfilesKey(KeyMode::kWrite).IsOpen(); });
+  attempt.Expect(opened, true);
+}
+
+SCENARIO(RegKey, MyDeleteKey) {
+  MakeSource();
+  const BOOL done = attempt.Call([] { return MyDeleteKeyW(HKEY_CURRENT_USER, kSource); });
+  attempt.Expect(done, !IsKey(kSource));
+  EXPECT_TRUE(done || attempt.reports() == 1 || attempt.failed().starts_with("RegDelete"));
+}
+
+SCENARIO(RegKey, MyDeleteKeyA) {
+  MakeSource();
+  const BOOL done =
+      attempt.Call([] { return MyDeleteKeyA(HKEY_CURRENT_USER, "Software\\Source"); });
+  attempt.Expect(done, !IsKey(kSource));
+}
+
+SCENARIO(RegKey, ExpandEnvironment) {
+  WCHAR text[MAX_PATH] = TEXT("%windir%");
+  BOOL expanded = FALSE;
+  const auto copy = attempt.Call([&] {
+    expanded = ExpandInPlace(text, MAX_PATH);
+    return MyExpandEnvironmentStrings(TEXT("%windir%\\x"));
+  });
+  attempt.Expect(expanded, WideView(text) == TEXT("C:\\Windows"),
+                 WideView(text) == TEXT("%windir%"));
+  attempt.Expect(copy != nullptr, View(copy.get()) == TEXT("C:\\Windows\\x"));
+}
+
+SWEEP_AREA(Settings, RuntimeTest);
+
+SCENARIO(Settings, Read) {
+  platform::SetFact(platform::facts::kUserIsElevated, "1");
+  SetText(Key::Create(HKEY_LOCAL_MACHINE, kSettingsRoot), TEXT("t"), TEXT("text"));
+  const DWORD seven = 7;
+  RegSetValueExW(Key::Create(HKEY_CURRENT_USER, kSettingsRoot), TEXT("n"), 0, REG_DWORD,
+                 reinterpret_cast<const BYTE*>(&seven), 4);
+  WCHAR text[8], own[8];
+  DWORD number = 0, machine = 0;
+  attempt.Call([&] {
+    ReadMachineSettingString(TEXT("t"), text, 8);
+    ReadSettingString(HKEY_LOCAL_MACHINE, TEXT("t"), own, 8);
+    number = ReadSettingDword(HKEY_CURRENT_USER, TEXT("n"), 1);
+    machine = ReadMachineSettingDword(TEXT("n"), 2);
+    ReadStartupSettings();
+  });
+  attempt.Expect(text[0] != 0, WideView(text) == TEXT("text"));
+  attempt.Expect(own[0] != 0, WideView(own) == TEXT("text"));
+  attempt.Expect(number != 1, number == 7);
+  EXPECT_EQ(machine, 2u);
+  EXPECT_EQ(startupContext.silent, 0u);
+}
+
+SCENARIO(Settings, Write) {
+  platform::SetFact(platform::facts::kUserIsElevated, "1");
+  MyDeleteKeyW(HKEY_CURRENT_USER, kSettingsRoot);
+  const BOOL done = attempt.Call([] {
+    return UserSettingsKey(KeyMode::kWrite).SetSz(TEXT("t"), TEXT("u")) &&
+           MachineSettingsKey(KeyMode::kWrite).SetSz(TEXT("t"), TEXT("m"));
+  });
+  attempt.Expect(done, TextAt(kSettingsRoot, TEXT("t")) == TEXT("u"));
+}
+
+SCENARIO(Settings, SharedDllCounter) {
+  platform::SetFact(platform::facts::kUserIsElevated, "1");
+  const auto count = [](int change) -> DWORD {
+    SharedDllCounter counter;
+    return change > 0   ? counter.AddRef(TEXT("C:\\x.dll"))
+           : change < 0 ? counter.Release(TEXT("C:\\x.dll"))
+                        : counter.GetDword(TEXT("C:\\x.dll"), 0);
+  };
+  while (count(0) > 0) count(-1);
+  for (const DWORD old : {1u, 2u}) {
+    count(1);
+    EXPECT_EQ(count(0), old);
+  }
+  DWORD told = 0;
+  attempt.Call([&] {
+    count(1);
+    told = count(-1);
+  });
+  const DWORD now = count(0);
+  attempt.Expect(told == 2, now == 2 || attempt.hit(), now >= 1 && now <= 3);
+}
 
 constexpr WCHAR kFile[] = TEXT("C:\\dir\\x.ini");
 constexpr char kSection[] = "[s]\r\na=1\r\nb=text\r\n[t]\r\nc=2\r\n";
@@ -430,91 +412,80 @@ void ExpectFile(Attempt& attempt, Write write, const char* wanted) {
   attempt.Expect(done, now == wanted, now == kSection || now == wanted);
 }
 
-const SweepArea<> kProfiles(
-    "Profiles",
-    {
-        {"Read",
-         [](Attempt& attempt) {
-           PutFile(kFile, kSection);
-           PutFile(TEXT("C:\\Windows\\win.ini"), kSection);
-           int keys = 0;
-           WideString value, section, windows_value;
-           UINT number = 0, windows_number = 0;
-           WCHAR buffer[8], windows_buffer[8];
-           attempt.Call([&] {
-             CPrivateProfile file(kFile);
-             CProfile windows;
-             for (LPCWSTR key = file.FirstKey(TEXT("s")); key != nullptr; key = file.NextKey()) {
-               ++keys;
-             }
-             for (LPCWSTR key = windows.FirstKey(TEXT("s")); key != nullptr;
-                  key = windows.NextKey()) {
-               ++keys;
-             }
-             value = View(file.GetString(TEXT("s"), TEXT("b")));
-             windows_value = View(windows.GetString(TEXT("s"), TEXT("b"), TEXT("none")));
-             number = file.GetInt(TEXT("s"), TEXT("a"), 9);
-             windows_number = windows.GetInt(TEXT("s"), TEXT("a"), 9);
-             file.GetString(TEXT("s"), TEXT("b"), buffer, 8);
-             windows.GetString(TEXT("s"), TEXT("b"), windows_buffer, 8);
-             section = View(file.GetSection(TEXT("s")).get());
-           });
-           const bool all = keys == 4 && value == TEXT("text") && number == 1 &&
-                            windows_number == 1 && windows_value == TEXT("text") &&
-                            WideView(buffer) == TEXT("text") &&
-                            WideView(windows_buffer) == TEXT("text") && section == TEXT("a=1");
-           attempt.Expect(all, true,
-                          (value.empty() || value == TEXT("text")) && (number == 1 || number == 9));
-         }},
-        {"WriteString",
-         [](Attempt& attempt) {
-           ExpectFile(
-               attempt,
-               [](const CPrivateProfile& file) {
-                 return file.WriteString(TEXT("s"), TEXT("a"), TEXT("new"));
-               },
-               "[s]\r\na=new\r\nb=text\r\n[t]\r\nc=2\r\n");
-         }},
-        {"WriteNumbers",
-         [](Attempt& attempt) {
-           ExpectFile(
-               attempt,
-               [](const CPrivateProfile& file) {
-                 return file.WriteInt(TEXT("s"), TEXT("a"), 1) &&
-                        file.WriteFormatted(TEXT("s"), TEXT("b"), TEXT("%d"), 8);
-               },
-               "[s]\r\na=1\r\nb=8\r\n[t]\r\nc=2\r\n");
-         }},
-        {"WriteSection",
-         [](Attempt& attempt) {
-           ExpectFile(
-               attempt,
-               [](const CPrivateProfile& file) {
-                 return file.WriteSection(TEXT("s"), TEXT("x=1\0"));
-               },
-               "[s]\r\nx=1\r\n[t]\r\nc=2\r\n");
-         }},
-        {"Delete",
-         [](Attempt& attempt) {
-           PutFile(kFile, kSection);
-           const CPrivateProfile file(kFile);
-           const BOOL done = attempt.Call([&] {
-             return file.DeleteKey(TEXT("s"), TEXT("a")) && file.DeleteSection(TEXT("t"));
-           });
-           const std::string now = FileBytes(kFile);
-           attempt.Expect(done, now == "[s]\r\nb=text\r\n",
-                          now.find("b=text") != std::string::npos);
-         }},
-        {"RenameKey",
-         [](Attempt& attempt) {
-           ExpectFile(
-               attempt,
-               [](const CPrivateProfile& file) {
-                 return file.RenameKey(TEXT("s"), TEXT("b"), TEXT("x"));
-               },
-               "[s]\r\na=1\r\nx=text\r\n[t]\r\nc=2\r\n");
-         }},
-    });
+SWEEP_AREA(Profiles, RuntimeTest);
+
+SCENARIO(Profiles, Read) {
+  PutFile(kFile, kSection);
+  PutFile(TEXT("C:\\Windows\\win.ini"), kSection);
+  int keys = 0;
+  WideString value, section, windows_value;
+  UINT number = 0, windows_number = 0;
+  WCHAR buffer[8], windows_buffer[8];
+  attempt.Call([&] {
+    CPrivateProfile file(kFile);
+    CProfile windows;
+    for (LPCWSTR key = file.FirstKey(TEXT("s")); key != nullptr; key = file.NextKey()) {
+      ++keys;
+    }
+    for (LPCWSTR key = windows.FirstKey(TEXT("s")); key != nullptr; key = windows.NextKey()) {
+      ++keys;
+    }
+    value = View(file.GetString(TEXT("s"), TEXT("b")));
+    windows_value = View(windows.GetString(TEXT("s"), TEXT("b"), TEXT("none")));
+    number = file.GetInt(TEXT("s"), TEXT("a"), 9);
+    windows_number = windows.GetInt(TEXT("s"), TEXT("a"), 9);
+    file.GetString(TEXT("s"), TEXT("b"), buffer, 8);
+    windows.GetString(TEXT("s"), TEXT("b"), windows_buffer, 8);
+    section = View(file.GetSection(TEXT("s")).get());
+  });
+  const bool all = keys == 4 && value == TEXT("text") && number == 1 && windows_number == 1 &&
+                   windows_value == TEXT("text") && WideView(buffer) == TEXT("text") &&
+                   WideView(windows_buffer) == TEXT("text") && section == TEXT("a=1");
+  attempt.Expect(all, true,
+                 (value.empty() || value == TEXT("text")) && (number == 1 || number == 9));
+}
+
+SCENARIO(Profiles, WriteString) {
+  ExpectFile(
+      attempt,
+      [](const CPrivateProfile& file) {
+        return file.WriteString(TEXT("s"), TEXT("a"), TEXT("new"));
+      },
+      "[s]\r\na=new\r\nb=text\r\n[t]\r\nc=2\r\n");
+}
+
+SCENARIO(Profiles, WriteNumbers) {
+  ExpectFile(
+      attempt,
+      [](const CPrivateProfile& file) {
+        return file.WriteInt(TEXT("s"), TEXT("a"), 1) &&
+               file.WriteFormatted(TEXT("s"), TEXT("b"), TEXT("%d"), 8);
+      },
+      "[s]\r\na=1\r\nb=8\r\n[t]\r\nc=2\r\n");
+}
+
+SCENARIO(Profiles, WriteSection) {
+  ExpectFile(
+      attempt,
+      [](const CPrivateProfile& file) { return file.WriteSection(TEXT("s"), TEXT("x=1\0")); },
+      "[s]\r\nx=1\r\n[t]\r\nc=2\r\n");
+}
+
+SCENARIO(Profiles, Delete) {
+  PutFile(kFile, kSection);
+  const CPrivateProfile file(kFile);
+  const BOOL done = attempt.Call(
+      [&] { return file.DeleteKey(TEXT("s"), TEXT("a")) && file.DeleteSection(TEXT("t")); });
+  const std::string now = FileBytes(kFile);
+  attempt.Expect(done, now == "[s]\r\nb=text\r\n", now.find("b=text") != std::string::npos);
+}
+
+SCENARIO(Profiles, RenameKey) {
+  ExpectFile(
+      attempt,
+      [](const CPrivateProfile& file) { return file.RenameKey(TEXT("s"), TEXT("b"), TEXT("x")); },
+      "[s]\r\na=1\r\nx=text\r\n[t]\r\nc=2\r\n");
+}
 
 // Operations deferred to the next restart, on the system of that name.
 void Defer(Attempt& attempt, const char* system) {
@@ -542,12 +513,15 @@ void Defer(Attempt& attempt, const char* system) {
   while (cleaning.RemovePendingRename(kFile, TEXT("C:\\dir\\y"))) continue;
 }
 
-const SweepArea<> kDeferred("DeferredFileOps",
-                            {
-                                {"Nt", [](Attempt& attempt) { Defer(attempt, "windows-10"); }},
-                                {"Windows98",
-                                 [](Attempt& attempt) { Defer(attempt, "windows-98"); }},
-                            });
+SWEEP_AREA(DeferredFileOps, RuntimeTest);
+
+SCENARIO(DeferredFileOps, Nt) {
+  Defer(attempt, "windows-10");
+}
+
+SCENARIO(DeferredFileOps, Windows98) {
+  Defer(attempt, "windows-98");
+}
 
 class HivesMachine : public RuntimeTest {
  protected:
@@ -581,44 +555,41 @@ class HivesMachine : public RuntimeTest {
   }
 };
 
-const SweepArea<HivesMachine> kHives(
-    "UserHives",
-    {
-        {"LoadAndUnload",
-         [](Attempt& attempt) {
-           const int users = attempt.Call([] {
-             UserHives hives(UserHives::kLoadAndUnload);
-             const platform::OutsideTest counting;
-             return static_cast<int>(HivesMachine::Loaded().size());
-           });
-           attempt.Expect(users == 2, true, users <= 2);
-           // What cannot be unloaded, for lack of the right or because the system refuses, stays.
-           const std::string& failed = attempt.failed();
-           const bool may_stay =
-               failed.starts_with("RegUnLoadKeyW") || failed.starts_with("AdjustTokenPrivileges") ||
-               failed.starts_with("LookupPrivilegeValueW") ||
-               failed.starts_with("OpenProcessToken") || failed.starts_with("OpenThreadToken");
-           EXPECT_TRUE(HivesMachine::Loaded().empty() || may_stay);
-           HivesMachine::UnloadAll();
-         }},
-        {"Profiles",
-         [](Attempt& attempt) {
-           WCHAR name[8] = {}, hive[MAX_PATH] = {};
-           int loaded = 0;
-           EnablePrivilege(TEXT("SeRestorePrivilege"), TRUE);
-           const BOOL known = attempt.Call([&] {
-             ProfileListKey profiles;
-             ProfileKey profile;
-             if (profile.Open(profiles.handle(), TEXT("%s"), HivesMachine::bob.c_str())) {
-               loaded = profile.LoadUserHive(hive);
-             }
-             return GetProfileUserName(HivesMachine::bob.c_str(), name, 8);
-           });
-           attempt.Expect(known, WideView(name) == TEXT("Bob"), name[0] == 0);
-           attempt.Expect(loaded != 0, WideView(hive) == HivesMachine::bob, TRUE);
-           HivesMachine::UnloadAll();
-         }},
-    });
+SWEEP_AREA(UserHives, HivesMachine);
+
+SCENARIO(UserHives, LoadAndUnload) {
+  const int users = attempt.Call([] {
+    UserHives hives(UserHives::kLoadAndUnload);
+    const platform::OutsideTest counting;
+    return static_cast<int>(HivesMachine::Loaded().size());
+  });
+  attempt.Expect(users == 2, true, users <= 2);
+  // What cannot be unloaded, for lack of the right or because the system refuses, stays.
+  const std::string& failed = attempt.failed();
+  const bool may_stay =
+      failed.starts_with("RegUnLoadKeyW") || failed.starts_with("AdjustTokenPrivileges") ||
+      failed.starts_with("LookupPrivilegeValueW") || failed.starts_with("OpenProcessToken") ||
+      failed.starts_with("OpenThreadToken");
+  EXPECT_TRUE(HivesMachine::Loaded().empty() || may_stay);
+  HivesMachine::UnloadAll();
+}
+
+SCENARIO(UserHives, Profiles) {
+  WCHAR name[8] = {}, hive[MAX_PATH] = {};
+  int loaded = 0;
+  EnablePrivilege(TEXT("SeRestorePrivilege"), TRUE);
+  const BOOL known = attempt.Call([&] {
+    ProfileListKey profiles;
+    ProfileKey profile;
+    if (profile.Open(profiles.handle(), TEXT("%s"), HivesMachine::bob.c_str())) {
+      loaded = profile.LoadUserHive(hive);
+    }
+    return GetProfileUserName(HivesMachine::bob.c_str(), name, 8);
+  });
+  attempt.Expect(known, WideView(name) == TEXT("Bob"), name[0] == 0);
+  attempt.Expect(loaded != 0, WideView(hive) == HivesMachine::bob);
+  HivesMachine::UnloadAll();
+}
 
 }  // namespace
 }  // namespace kv::test

@@ -15,7 +15,7 @@
 #include "runtime/ui/text_measure.h"
 #include "runtime/ui/transparent_bitmap.h"
 #include "runtime/ui/window_property.h"
-#include "tests/support/sweep_area.h"
+#include "tests/support/sweep.h"
 
 namespace kv::test {
 namespace {
@@ -97,180 +97,176 @@ HWND MakeWindow() {
                          nullptr);
 }
 
-const SweepArea<UiMachine> kWindows(
-    "Windows",
-    {
-        {"ProgressWindow",
-         [](Attempt& attempt) {
-           bool pumped = true;
-           int position = 0;
-           WCHAR text[32] = {};
-           const BOOL made = attempt.Call([&]() -> BOOL {
-             CProgressWnd window;
-             const RECT place = {5, 5, 6, 6};
-             if (!window.Create(nullptr, UiMachine::resources, kClass, TEXT("t"), 11, 11, TRUE,
-                                nullptr, 0, 0, 0, 0, nullptr, &place)) {
-               return FALSE;
-             }
-             window.Show(TRUE);
-             window.SetRangeAndStep(0, 5, 1);
-             window.SetPos(3);
-             window.StepIt();
-             window.SetControlIcon(11);
-             window.SetTextFromResource(kText, 1);
-             window.SetText(TEXT("%d %%"), 60);
-             window.GetText(text, 32);
-             position = window.GetPos();
-             pumped = window.Pump() && CProgressWnd::FromWindow(window.window()) == &window;
-             window.SetShowDelay(100);
-             window.Show(FALSE);
-             window.Show(TRUE);
-             window.Reset();
-             return TRUE;
-           });
-           EXPECT_TRUE(made || attempt.reports() == 1 || attempt.hit());
-           EXPECT_TRUE(!made || pumped || attempt.failed().starts_with("SetPropW"));
-           EXPECT_TRUE(attempt.hit() || (position == 4 && WideView(text) == TEXT("60 %")));
-           EXPECT_EQ(FindWindowW(kClass, nullptr), nullptr);
-           WNDCLASSW found;
-           EXPECT_FALSE(GetClassInfoW(nullptr, kClass, &found));
-         }},
-        {"DetachedProgressWindow",
-         [](Attempt& attempt) {
-           HWND window = nullptr;
-           attempt.Call([&] {
-             CProgressWnd progress;
-             progress.Create(nullptr, nullptr, kClass, TEXT("t"), 0, 0, FALSE, nullptr, 0, 0, 0, 0,
-                             nullptr, nullptr);
-             window = progress.Detach();
-           });
-           attempt.Expect(window != nullptr, IsWindow(window));
-           if (window != nullptr) DestroyWindow(window);
-           UnregisterClassW(kClass, nullptr);
-         }},
-        {"Subclass",
-         [](Attempt& attempt) {
-           const HWND window = MakeWindow();
-           seen.clear();
-           int attached = 0;
-           attempt.Call([&] {
-             auto* const owned = new (std::nothrow) Watcher;
-             if (owned != nullptr && !owned->Attach(window, TRUE, 0)) {
-               delete owned;
-             } else if (owned != nullptr) {
-               ++attached;
-             }
-             Watcher passing;
-             if (passing.Attach(window, FALSE, 7)) ++attached;
-             SendMessageW(window, WM_APP, 0, 0);
-           });
-           attempt.Expect(attached == 2,
-                          seen == "before before proc after after " || attempt.hit());
-           EXPECT_NE(seen.find("proc"), std::string::npos) << "the window's own procedure";
-           seen.clear();
-           SendMessageW(window, WM_APP, 0, 0);
-           EXPECT_NE(seen.find("proc"), std::string::npos);
-           DestroyWindow(window);
-         }},
-        {"ThreadHook",
-         [](Attempt& attempt) {
-           bool hooked = false;
-           attempt.Call([&] {
-             const CThreadHook hook(WH_CBT);
-             hooked = hook.IsHooked();
-           });
-           attempt.Expect(hooked, true);
-           DestroyWindow(MakeWindow());
-         }},
-        {"CodeThunk",
-         [](Attempt& attempt) {
-           Counter counter;
-           const HWND window = MakeWindow();
-           CCodeThunk thunk;
-           const auto callback = attempt.Call(
-               [&] { return thunk.BuildAs<WNDENUMPROC>(EnumerationTemplate(), &counter); });
-           if (callback != nullptr) EnumThreadWindows(GetCurrentThreadId(), callback, 0);
-           attempt.Expect(callback != nullptr, counter.count == 1);
-           DestroyWindow(window);
-         }},
-        {"WindowProperty",
-         [](Attempt& attempt) {
-           const HWND window = MakeWindow();
-           const WindowProperty property(TEXT("x"));
-           const BOOL set = attempt.Call([&] { return property.Set(window, &seen); });
-           attempt.Expect(set, property.Get(window) == &seen, property.Get(window) == nullptr);
-           property.Remove(window);
-           EXPECT_EQ(property.Get(window), nullptr);
-           DestroyWindow(window);
-         }},
-        {"PumpMessages",
-         [](Attempt& attempt) {
-           const HWND window = MakeWindow();
-           seen.clear();
-           PostMessageW(window, WM_APP, 0, 0);
-           const BOOL goes_on = attempt.Call([] { return PumpMessages(nullptr); });
-           EXPECT_TRUE(goes_on);
-           PumpMessages(nullptr);
-           EXPECT_EQ(seen, "proc ");
-           DestroyWindow(window);
-         }},
-        {"LinkOfAMessageBox",
-         [](Attempt& attempt) {
-           SetMessageSink(nullptr);
-           platform::ScriptBoxes(true);
-           // The second one is for the box of a target that could not be opened.
-           for (const int answer : {kLinkButton, IDOK, IDOK}) platform::AnswerNextBox(answer);
-           const size_t before = platform::ShellRequests().size();
-           attempt.Call([] {
-             CMessageBoxLink link;
-             link.SetCaption(TEXT("caption"));
-             link.SetTarget(TEXT("http://x"));
-             ShowInfoF(TEXT("x"));
-           });
-           attempt.Expect(platform::ShellRequests().size() == before + 1, true);
-           platform::ScriptBoxes(true);
-         }},
-        {"LinkButton",
-         [](Attempt& attempt) {
-           const HWND box = MakeWindow();
-           CreateWindowExW(0, TEXT("Button"), TEXT("OK"), WS_CHILD | WS_VISIBLE, 0, 0, 9, 9, box,
-                           reinterpret_cast<HMENU>(ULONG_PTR{IDOK}), nullptr, nullptr);
-           std::unique_ptr<WCHAR[]> caption;
-           BOOL opened = FALSE;
-           attempt.Call([&] {
-             AddLinkButton(box, nullptr);
-             caption = LinkCaption(TEXT("c"));
-             opened = OpenLink(box, TEXT("http://x"));
-           });
-           attempt.Expect(caption != nullptr, View(caption.get()) == TEXT("c..."));
-           attempt.Expect(opened, true);
-           EXPECT_TRUE(GetDlgItem(box, kLinkButton) != nullptr || attempt.hit());
-           EXPECT_NE(GetDlgItem(box, IDOK), nullptr);
-           DestroyWindow(box);
-         }},
-        {"DrawTransparent",
-         [](Attempt& attempt) {
-           const ScreenContext screen;
-           const HBITMAP bitmap = CreateBitmap(1, 1, 1, 24, nullptr);
-           attempt.Expect(
-               attempt.Call([&] { return DrawTransparent(screen.Get(), 0, 0, bitmap, 0); }), true);
-           DeleteObject(bitmap);
-         }},
-        {"MeasureAndEllipsis",
-         [](Attempt& attempt) {
-           WCHAR text[8] = TEXT("abcd");
-           SIZE size = {};
-           attempt.Call([&] {
-             AppendEllipsis(text, 8);
-             const ScreenContext screen;
-             const TextMeasure measure(screen.Get(), nullptr);
-             size = measure.SizeOf(text);
-             size.cy = std::min<int>(size.cy, measure.LineHeight());
-           });
-           EXPECT_EQ(WideView(text), TEXT("abcd..."));
-           EXPECT_TRUE(size.cx > 0 || attempt.hit());
-         }},
-    });
+SWEEP_AREA(Windows, UiMachine);
+
+SCENARIO(Windows, ProgressWindow) {
+  bool pumped = true;
+  int position = 0;
+  WCHAR text[32] = {};
+  const BOOL made = attempt.Call([&]() -> BOOL {
+    CProgressWnd window;
+    const RECT place = {5, 5, 6, 6};
+    if (!window.Create(nullptr, UiMachine::resources, kClass, TEXT("t"), 11, 11, TRUE, nullptr, 0,
+                       0, 0, 0, nullptr, &place)) {
+      return FALSE;
+    }
+    window.Show(TRUE);
+    window.SetRangeAndStep(0, 5, 1);
+    window.SetPos(3);
+    window.StepIt();
+    window.SetControlIcon(11);
+    window.SetTextFromResource(kText, 1);
+    window.SetText(TEXT("%d %%"), 60);
+    window.GetText(text, 32);
+    position = window.GetPos();
+    pumped = window.Pump() && CProgressWnd::FromWindow(window.window()) == &window;
+    window.SetShowDelay(100);
+    window.Show(FALSE);
+    window.Show(TRUE);
+    window.Reset();
+    return TRUE;
+  });
+  EXPECT_TRUE(made || attempt.reports() == 1 || attempt.hit());
+  EXPECT_TRUE(!made || pumped || attempt.failed().starts_with("SetPropW"));
+  EXPECT_TRUE(attempt.hit() || (position == 4 && WideView(text) == TEXT("60 %")));
+  EXPECT_EQ(FindWindowW(kClass, nullptr), nullptr);
+  WNDCLASSW found;
+  EXPECT_FALSE(GetClassInfoW(nullptr, kClass, &found));
+}
+
+SCENARIO(Windows, DetachedProgressWindow) {
+  HWND window = nullptr;
+  attempt.Call([&] {
+    CProgressWnd progress;
+    progress.Create(nullptr, nullptr, kClass, TEXT("t"), 0, 0, FALSE, nullptr, 0, 0, 0, 0, nullptr,
+                    nullptr);
+    window = progress.Detach();
+  });
+  attempt.Expect(window != nullptr, IsWindow(window));
+  if (window != nullptr) DestroyWindow(window);
+  UnregisterClassW(kClass, nullptr);
+}
+
+SCENARIO(Windows, Subclass) {
+  const HWND window = MakeWindow();
+  seen.clear();
+  int attached = 0;
+  attempt.Call([&] {
+    auto* const owned = new (std::nothrow) Watcher;
+    if (owned != nullptr && !owned->Attach(window, TRUE, 0)) {
+      delete owned;
+    } else if (owned != nullptr) {
+      ++attached;
+    }
+    Watcher passing;
+    if (passing.Attach(window, FALSE, 7)) ++attached;
+    SendMessageW(window, WM_APP, 0, 0);
+  });
+  attempt.Expect(attached == 2, seen == "before before proc after after " || attempt.hit());
+  EXPECT_NE(seen.find("proc"), std::string::npos) << "the window's own procedure";
+  seen.clear();
+  SendMessageW(window, WM_APP, 0, 0);
+  EXPECT_NE(seen.find("proc"), std::string::npos);
+  DestroyWindow(window);
+}
+
+SCENARIO(Windows, ThreadHook) {
+  bool hooked = false;
+  attempt.Call([&] {
+    const CThreadHook hook(WH_CBT);
+    hooked = hook.IsHooked();
+  });
+  attempt.Expect(hooked, true);
+  DestroyWindow(MakeWindow());
+}
+
+SCENARIO(Windows, CodeThunk) {
+  Counter counter;
+  const HWND window = MakeWindow();
+  CCodeThunk thunk;
+  const auto callback =
+      attempt.Call([&] { return thunk.BuildAs<WNDENUMPROC>(EnumerationTemplate(), &counter); });
+  if (callback != nullptr) EnumThreadWindows(GetCurrentThreadId(), callback, 0);
+  attempt.Expect(callback != nullptr, counter.count == 1);
+  DestroyWindow(window);
+}
+
+SCENARIO(Windows, WindowProperty) {
+  const HWND window = MakeWindow();
+  const WindowProperty property(TEXT("x"));
+  const BOOL set = attempt.Call([&] { return property.Set(window, &seen); });
+  attempt.Expect(set, property.Get(window) == &seen, property.Get(window) == nullptr);
+  property.Remove(window);
+  EXPECT_EQ(property.Get(window), nullptr);
+  DestroyWindow(window);
+}
+
+SCENARIO(Windows, PumpMessages) {
+  const HWND window = MakeWindow();
+  seen.clear();
+  PostMessageW(window, WM_APP, 0, 0);
+  const BOOL goes_on = attempt.Call([] { return PumpMessages(nullptr); });
+  EXPECT_TRUE(goes_on);
+  PumpMessages(nullptr);
+  EXPECT_EQ(seen, "proc ");
+  DestroyWindow(window);
+}
+
+SCENARIO(Windows, LinkOfAMessageBox) {
+  SetMessageSink(nullptr);
+  platform::ScriptBoxes(true);
+  // The second one is for the box of a target that could not be opened.
+  for (const int answer : {kLinkButton, IDOK, IDOK}) platform::AnswerNextBox(answer);
+  const size_t before = platform::ShellRequests().size();
+  attempt.Call([] {
+    CMessageBoxLink link;
+    link.SetCaption(TEXT("caption"));
+    link.SetTarget(TEXT("http://x"));
+    ShowInfoF(TEXT("x"));
+  });
+  attempt.Expect(platform::ShellRequests().size() == before + 1, true);
+  platform::ScriptBoxes(true);
+}
+
+SCENARIO(Windows, LinkButton) {
+  const HWND box = MakeWindow();
+  CreateWindowExW(0, TEXT("Button"), TEXT("OK"), WS_CHILD | WS_VISIBLE, 0, 0, 9, 9, box,
+                  reinterpret_cast<HMENU>(ULONG_PTR{IDOK}), nullptr, nullptr);
+  std::unique_ptr<WCHAR[]> caption;
+  BOOL opened = FALSE;
+  attempt.Call([&] {
+    AddLinkButton(box, nullptr);
+    caption = LinkCaption(TEXT("c"));
+    opened = OpenLink(box, TEXT("http://x"));
+  });
+  attempt.Expect(caption != nullptr, View(caption.get()) == TEXT("c..."));
+  attempt.Expect(opened, true);
+  EXPECT_TRUE(GetDlgItem(box, kLinkButton) != nullptr || attempt.hit());
+  EXPECT_NE(GetDlgItem(box, IDOK), nullptr);
+  DestroyWindow(box);
+}
+
+SCENARIO(Windows, DrawTransparent) {
+  const ScreenContext screen;
+  const HBITMAP bitmap = CreateBitmap(1, 1, 1, 24, nullptr);
+  attempt.Expect(attempt.Call([&] { return DrawTransparent(screen.Get(), 0, 0, bitmap, 0); }),
+                 true);
+  DeleteObject(bitmap);
+}
+
+SCENARIO(Windows, MeasureAndEllipsis) {
+  WCHAR text[8] = TEXT("abcd");
+  SIZE size = {};
+  attempt.Call([&] {
+    AppendEllipsis(text, 8);
+    const ScreenContext screen;
+    const TextMeasure measure(screen.Get(), nullptr);
+    size = measure.SizeOf(text);
+    size.cy = std::min<int>(size.cy, measure.LineHeight());
+  });
+  EXPECT_EQ(WideView(text), TEXT("abcd..."));
+  EXPECT_TRUE(size.cx > 0 || attempt.hit());
+}
 
 }  // namespace
 }  // namespace kv::test

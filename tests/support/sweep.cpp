@@ -1,4 +1,4 @@
-#include "tests/support/sweep_area.h"
+#include "tests/support/sweep.h"
 
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -166,15 +166,12 @@ void Attempt::Expect(bool done, bool right, bool intact, std::source_location he
   if (wrong != nullptr) ADD_FAILURE_AT(here.file_name(), static_cast<int>(here.line())) << wrong;
 }
 
-void RegisterScenarios(const char* area, MakeSweepMachine make,
-                       std::initializer_list<Scenario> scenarios) {
+bool RegisterScenario(const Scenario& scenario, MakeSweepMachine make) {
   static testing::Environment* const summary = testing::AddGlobalTestEnvironment(new Summary);
-  static_cast<void>(summary);
-  for (const Scenario& scenario : scenarios) {
-    testing::RegisterTest(
-        area, scenario.name, nullptr, nullptr, __FILE__, __LINE__,
-        [scenario, make]() -> testing::Test* { return new ScenarioTest(scenario, make); });
-  }
+  testing::RegisterTest(
+      scenario.area, scenario.name, nullptr, nullptr, __FILE__, __LINE__,
+      [scenario, make]() -> testing::Test* { return new ScenarioTest(scenario, make); });
+  return summary != nullptr;
 }
 
 }  // namespace kv::test

@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <initializer_list>
 #include <memory>
 #include <source_location>
 #include <string>
@@ -76,9 +75,8 @@ class Attempt {
 };
 
 struct Scenario {
+  const char* area;
   const char* name;
-  // Brings about the same state each time, calls the operation, looks at the result, and ends what
-  // it has opened.
   void (*run)(Attempt& attempt);
 };
 
@@ -102,19 +100,23 @@ class SweepMachineOf : public SweepMachine, private Fixture {
 
 using MakeSweepMachine = std::unique_ptr<SweepMachine> (*)();
 
-void RegisterScenarios(const char* area, MakeSweepMachine make,
-                       std::initializer_list<Scenario> scenarios);
-
-// Scenarios on the machine of one fixture; a namespace-scope object of each source file.
-template <class Fixture = RuntimeTest>
-class SweepArea {
- public:
-  SweepArea(const char* name, std::initializer_list<Scenario> scenarios) {
-    const auto make = []() -> std::unique_ptr<SweepMachine> {
-      return std::make_unique<SweepMachineOf<Fixture>>();
-    };
-    RegisterScenarios(name, make, scenarios);
-  }
-};
+bool RegisterScenario(const Scenario& scenario, MakeSweepMachine make);
+template <class Fixture>
+bool RegisterScenario(const Scenario& scenario) {
+  return RegisterScenario(scenario, []() -> std::unique_ptr<SweepMachine> {
+    return std::make_unique<SweepMachineOf<Fixture>>();
+  });
+}
 
 }  // namespace kv::test
+
+// Scenarios of an area run on the machine of its fixture.
+#define SWEEP_AREA(area, Fixture) using area##SweepFixture = Fixture
+
+// Defines a scenario, whose body follows: it brings about the same state each time, calls the
+// operation with `attempt`, looks at the result, and ends what it has opened.
+#define SCENARIO(area, name)                                                         \
+  void area##name(::kv::test::Attempt& attempt);                                     \
+  [[maybe_unused]] const bool area##name##IsRegistered =                             \
+      ::kv::test::RegisterScenario<area##SweepFixture>({#area, #name, &area##name}); \
+  void area##name([[maybe_unused]] ::kv::test::Attempt& attempt)
