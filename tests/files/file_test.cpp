@@ -216,30 +216,6 @@ TEST_F(FileTest, FormattedTextsOutsideTheLimitsAreReported) {
   EXPECT_EQ(boxes, std::vector<WideString>{Box(IDS_INTERNAL_ERROR, TEXT("GlobalReAlloc failed"))});
 }
 
-TEST_F(FileTest, MissingMemoryIsReportedByTheStepThatNeededIt) {
-  SetContent("abc");
-  File file(kPath, File::kForWriting);
-  std::unique_ptr<BYTE[]> bytes;
-  DWORD size = 0;
-  const struct {
-    std::function<BOOL()> act;
-    LPCWSTR what;
-  } cases[] = {
-      {[&] { return NewFile(kPath, File::kForReading) != nullptr; }, TEXT("new File failed")},
-      {[&] { return file.AppendFromHandle(file.handle(), 0, 9); },
-       TEXT("could not allocate file copy buffer")},
-      {[&] { return ReadEntireFile(kPath, 0, bytes, size); }, TEXT("ReadEntireFile")},
-      {[&] { return file.printf(TEXT("x")); }, TEXT("UnicodeToAnsiNew new char")},
-  };
-  for (const auto& c : cases) {
-    boxes.clear();
-    FailAllocation(1);
-    EXPECT_FALSE(c.act());
-    FailAllocation(0);
-    EXPECT_EQ(boxes, std::vector<WideString>{Box(IDS_INTERNAL_ERROR, c.what)});
-  }
-}
-
 TEST_F(FileTest, MappingsReportWhatFailed) {
   SetContent("abc");
   const struct {

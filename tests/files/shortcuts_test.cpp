@@ -10,7 +10,6 @@
 #include "runtime/files/open_command.h"
 #include "runtime/files/program_group.h"
 #include "runtime/files/shell_link.h"
-#include "tests/support/failing_new.h"
 #include "tests/support/runtime_test.h"
 #include "tests/support/test_key.h"
 
@@ -110,9 +109,6 @@ TEST_F(ShortcutsMachineTest, OpenCommandsNameTheirPrograms) {
   EXPECT_EQ(program(TEXT("q")), TEXT("C:\\a b.exe"));
   EXPECT_EQ(program(TEXT("lost")), TEXT("null"));
   EXPECT_EQ(program(TEXT("none")), TEXT("null"));
-  FailAllocation(1);
-  EXPECT_EQ(program(TEXT("txt")), TEXT("null"));
-  FailAllocation(0);
 }
 
 TEST_F(ShortcutsMachineTest, ShortcutsToAddressesShowTheBrowser) {

@@ -13,7 +13,6 @@
 #include "runtime/files/file_actions.h"
 #include "runtime/files/file_list.h"
 #include "runtime/text/wide_text.h"
-#include "tests/support/failing_new.h"
 #include "tests/support/peer.h"
 #include "tests/support/runtime_test.h"
 #include "tests/support/test_key.h"
@@ -104,20 +103,6 @@ TEST_F(SpecialFoldersTest, TheSearchPathEndsWithASemicolon) {
   }
   RegDeleteValueW(Key::Create(HKEY_LOCAL_MACHINE, kEnvironment), TEXT("Path"));
   EXPECT_EQ(GetSystemPath(), nullptr);
-}
-
-TEST_F(SpecialFoldersTest, NoMemoryForTheSearchPathIsReported) {
-  SetValue(HKEY_LOCAL_MACHINE, kEnvironment, TEXT("Path"), TEXT("C:\\a"));
-  FailAllocation(UINT64_MAX);
-  EXPECT_NE(GetSystemPath(), nullptr);
-  const uint64_t last = ProductAllocations();
-  platform::AnswerNextBox(IDOK);
-  FailAllocation(last);
-  EXPECT_EQ(GetSystemPath(), nullptr);
-  FailAllocation(0);
-  ASSERT_EQ(platform::ShownBoxes().size(), 1u);
-  EXPECT_NE(platform::ShownBoxes()[0].text.find(TEXT("GetSystemPath new TCHAR [] failed")),
-            WideString::npos);
 }
 
 class DeleteWhenFreeTest : public RuntimeTest {

@@ -11,7 +11,6 @@
 #include "runtime/printing/printer_devmodes.h"
 #include "runtime/registry/user_hives.h"
 #include "tests/printing/printer_test.h"
-#include "tests/support/failing_new.h"
 #include "tests/support/test_key.h"
 
 namespace kv::test {
@@ -112,16 +111,6 @@ TEST_F(PrinterInfoTest, FailuresAreReportedByTheFunctionOrTheLevel) {
     platform::AnswerNextBox(IDOK);
     fetch(Quiet::kNo);
     EXPECT_TRUE(WideView(LastBox()).starts_with(c.text)) << c.call;
-  }
-  for (const auto& [text, of_driver] :
-       {std::pair(TEXT("PRINTER_INFO_x"), false), std::pair(TEXT("DRIVER_INFO_x"), true)}) {
-    platform::ResetFaults();
-    platform::AnswerNextBox(IDOK);
-    FailAllocation(1);
-    of_driver ? GetPrinterDriverInfo3(printer.Get(), nullptr, Quiet::kNo) == nullptr
-              : GetPrinterInfo9(printer.Get(), Quiet::kNo) == nullptr;
-    FailAllocation(0);
-    EXPECT_NE(LastBox().find(WideString(TEXT("could not allocate ")) + text), WideString::npos);
   }
   EXPECT_EQ(GetPrinterInfo2(nullptr, Quiet::kNo), nullptr);
 }

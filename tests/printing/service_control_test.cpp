@@ -5,7 +5,6 @@
 #include "platform/control/profiles.h"
 #include "platform/control/services.h"
 #include "platform/control/spooler.h"
-#include "tests/support/failing_new.h"
 #include "tests/support/runtime_test.h"
 
 namespace kv::test {
@@ -177,44 +176,8 @@ TEST_F(ServiceControlTest, ServicesAreMadeAndDeleted) {
   EXPECT_FALSE(maker.DeleteNamedService()) << "nothing is open";
 }
 
-TEST_F(ServiceControlTest, EveryFailedCallIsReported) {
-  InstallDependents();
-  static constexpr struct {
-    const char* function;
-    int nth;
-    DWORD error;
-    LPCWSTR report;  // null: none
-  } kRows[] = {
-      {"OpenSCManagerW", 1, 0, nullptr},
-      // The service itself, then the first dependent.
-      {"OpenServiceW", 1, 0, nullptr},
-      {"OpenServiceW", 2, 0, TEXT("OpenService failed")},
-      {"EnumDependentServicesW", 1, ERROR_ACCESS_DENIED, TEXT("EnumDependentServices failed")},
-      {"EnumDependentServicesW", 2, 0, TEXT("EnumDependentServices failed")},
-      {"ControlService", 1, 0, TEXT("ControlService failed")},
-      {"StartServiceW", 1, 0, TEXT("StartService failed")},
-  };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(std::string(row.function) + " " + std::to_string(row.nth));
-    platform::StartSpooler();
-    for (const LPCWSTR name : {TEXT("Fax"), TEXT("Archive"), TEXT("Mail")}) {
-      platform::SetServiceState(name, SERVICE_RUNNING);
-    }
-    platform::ResetFaults();
-    platform::FailCall(row.function, row.nth, row.error);
-    if (row.report != nullptr) platform::AnswerNextBox(IDOK);
-    const platform::ResourceCounts before = platform::LiveResources();
-    EXPECT_FALSE(RestartSpooler());
-    if (row.report != nullptr) ExpectBox(row.report);
-    EXPECT_EQ(platform::DescribeDifference(before, platform::LiveResources()), "");
-  }
+TEST_F(ServiceControlTest, AFailedQueryIsReportedOrRepeated) {
   CServiceControl spooler(TEXT("Spooler"), ServiceAccess::kFull);
-  FailAllocation(1);
-  platform::AnswerNextBox(IDOK);
-  EXPECT_FALSE(spooler.EnumActiveDependents());
-  FailAllocation(0);
-  EXPECT_NE(platform::ShownBoxes().back().text.find(TEXT("could not allocate service list")),
-            WideView::npos);
   platform::FailCall("QueryServiceStatus", 1);
   platform::AnswerNextBox(IDOK);
   EXPECT_FALSE(spooler.IsServiceRunning());

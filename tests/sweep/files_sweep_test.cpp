@@ -101,13 +101,16 @@ SCENARIO(File, WriteNumbersAndTexts) {
   ExpectFile(
       attempt,
       [](File& file) {
-        return file.WriteByte('1') && file.WriteWord(0x3332) && file.WriteDword(0x37363534) &&
-               file.WriteQword(0x4645444342413938) &&
+        return file.WriteBom() && file.WriteByte('1') && file.WriteWord(0x3332) &&
+               file.WriteDword(0x37363534) && file.WriteQword(0x4645444342413938) &&
                file.WriteStringA("text", -1, File::Terminator::kYes) &&
                file.WriteStringAsAnsi(TEXT("ansi")) && file.WriteStringW(TEXT("w")) &&
                file.WriteCountedStringW(TEXT("c"));
       },
-      kOld + std::string("123456789ABCDEF") + std::string("text\0ansiw\0\1\0c\0", 15));
+      kOld +
+          std::string("\xFF\xFE"
+                      "123456789ABCDEF") +
+          std::string("text\0ansiw\0\1\0c\0", 15));
 }
 
 SCENARIO(File, Print) {

@@ -280,6 +280,12 @@ SCENARIO(RegKey, Enumeration) {
       EXPECT_EQ(number, 7u);
       ++numbers;
     }
+    for (LPCWSTR name = key.FindLastString(&text); name != nullptr;
+         name = key.FindPrevString(&text)) {
+      EXPECT_NE(text, nullptr);
+    }
+    if (key.FindFirstDword(&number) != nullptr) key.FindNextDword(&number);
+    EXPECT_TRUE(key.SubKeyAt(7) == nullptr && key.ValueAt(7) == nullptr);
     for (LPCWSTR name = key.FirstSubKey(); name != nullptr; name = key.NextSubKey()) {
       EXPECT_EQ(WideView(name), TEXT("Sub"));
       ++keys;

@@ -2,6 +2,7 @@
 #include "platform/control/message_boxes.h"
 #include "platform/control/pe_writer.h"
 #include "platform/control/shell.h"
+#include "resources/string_ids.h"
 #include "runtime/core/messages.h"
 #include "runtime/core/startup_context.h"
 #include "runtime/graphics/device_contexts.h"
@@ -220,6 +221,8 @@ SCENARIO(Windows, LinkOfAMessageBox) {
   const size_t before = platform::ShellRequests().size();
   attempt.Call([] {
     CMessageBoxLink link;
+    link.SetTargetFromResource(IDS_CANCEL);
+    link.SetCaptionFromResource(IDS_CANCEL);
     link.SetCaption(TEXT("caption"));
     link.SetTarget(TEXT("http://x"));
     ShowInfoF(TEXT("x"));
