@@ -183,6 +183,7 @@
 #define IDS_CTL_SHORTCUT_DIRECTORY 14168      // 1 a path
 #define IDS_CTL_SHORTCUT_ICON 14169           // 1 a file; 2 the icon's index
 #define IDS_CTL_SHORTCUT_DESCRIPTION 14170    // 1 a text
+#define IDS_CTL_SHORTCUT_NOT_A_NUMBER 14171   // 1 the option; 2 the word
 #define IDS_CTL_DESCRIBE_SUMMARY 14180        // text
 #define IDS_CTL_DESCRIBE_USAGE 14181          // text
 #define IDS_CTL_DESCRIBE_NOTHING 14182        // text

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "runtime/core/messages.h"
+#include "runtime/files/paths.h"
 
 namespace kv {
 
@@ -14,18 +15,33 @@ std::unique_ptr<CHAR[]> ToAnsi(WideView text, int* size) {
   const int needed = length == 0 ? 0
                                  : WideCharToMultiByte(CP_ACP, 0, text.data(), length, nullptr, 0,
                                                        nullptr, nullptr);
-  const int capacity = std::max(2 * length + 1, needed);
-  std::unique_ptr<CHAR[]> narrow(new (std::nothrow) CHAR[capacity]);
+  const int capacity = std::max(2 * length, needed);
+  std::unique_ptr<CHAR[]> narrow(new (std::nothrow) CHAR[capacity + 1]);
   if (narrow == nullptr) {
     ShowInternalError(TEXT("UnicodeToAnsiNew new char"));
     return nullptr;
   }
-  if (length == 0) return narrow;
-  *size =
-      WideCharToMultiByte(CP_ACP, 0, text.data(), length, narrow.get(), capacity, nullptr, nullptr);
-  if (*size > 0) return narrow;
-  ShowLastError(TEXT("WideCharToMultiByte"));
-  return nullptr;
+  if (length != 0) {
+    *size = WideCharToMultiByte(CP_ACP, 0, text.data(), length, narrow.get(), capacity, nullptr,
+                                nullptr);
+    if (*size <= 0) {
+      ShowLastError(TEXT("WideCharToMultiByte"));
+      return nullptr;
+    }
+  }
+  narrow[*size] = 0;
+  return narrow;
+}
+
+BOOL CAnsiText::Set(LPCWSTR text) {
+  int size = 0;
+  text_ = ToAnsi(View(text), &size);
+  return text_ != nullptr;
+}
+
+BOOL ShortPathForAnsi(LPCWSTR path, CAnsiText& text) {
+  WCHAR buffer[MAX_PATH];
+  return text.Set(ShortPath(path, buffer));
 }
 
 }  // namespace kv

@@ -41,7 +41,8 @@ int CompareFiles(LPCWSTR a, LPCWSTR b, CompareContents contents) {
   if (first.nFileSizeHigh != second.nFileSizeHigh || first.nFileSizeLow != second.nFileSizeLow)
     return 0;
   if (contents == CompareContents::kNo) return ChangeTime(first) == ChangeTime(second);
-  return CompareBytes(a, b);
+  // Sizes of mapped files have 32 bits.
+  return first.nFileSizeHigh == 0 ? CompareBytes(a, b) : -1;
 }
 
 BOOL IsNewer(LPCWSTR a, LPCWSTR b) {

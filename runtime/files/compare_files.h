@@ -9,8 +9,8 @@ namespace kv {
 enum class CompareContents : bool { kNo, kYes };
 
 // 1 when the files have the same size and the same bytes (or time of the last change), 0 when they
-// differ, -1 when one is missing, not a regular file, or cannot be mapped
-// (an empty one, when the bytes are asked for).
+// differ, -1 when one is missing, not a regular file, or, when the bytes are asked for, cannot be
+// mapped (an empty one, one of 4 GB or more). Nothing is reported.
 int CompareFiles(LPCWSTR a, LPCWSTR b, CompareContents contents);
 
 // TRUE when both are regular files and `a` was changed later than `b`, in whole seconds.

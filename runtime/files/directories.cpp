@@ -93,9 +93,9 @@ struct TreeBuffers {
 
 // Deletes the listed file by its long name, which is left in `path`, else by its short one.
 BOOL RemoveEntry(LPCWSTR directory, const WIN32_FIND_DATAW& entry, LPWSTR path) {
-  if (PathJoin(directory, entry.cFileName, path, MAX_PATH) && RemoveFile(path, Quiet::kYes))
-    return TRUE;
-  const DWORD error = GetLastError();
+  const BOOL fits = PathJoin(directory, entry.cFileName, path, MAX_PATH);
+  if (fits && RemoveFile(path, Quiet::kYes)) return TRUE;
+  const DWORD error = fits ? GetLastError() : ERROR_FILENAME_EXCED_RANGE;
   WCHAR shortPath[MAX_PATH];
   if (entry.cAlternateFileName[0] != 0 &&
       PathJoin(directory, entry.cAlternateFileName, shortPath, MAX_PATH) &&
@@ -148,9 +148,9 @@ BOOL IsDirectoryEmpty(LPCWSTR directory) {
 }
 
 int CopyDirectory(LPCWSTR source, LPCWSTR target, Recurse recurse) {
-  WCHAR pattern[MAX_PATH], directory[MAX_PATH], from[MAX_PATH], to[MAX_PATH];
-  CopyStringW(pattern, source);
-  if (IsDirectory(source) && !PathJoin(source, kEverything, pattern, MAX_PATH)) return -1;
+  WCHAR listed[MAX_PATH], pattern[MAX_PATH], directory[MAX_PATH], from[MAX_PATH], to[MAX_PATH];
+  // The full path has the directory that a pattern in the current one leaves out.
+  if (!MakeListPattern(source, listed) || !MakeFullPath(listed, pattern)) return -1;
   CopyStringW(directory, pattern);
   directory[GetFileName(directory) - directory] = 0;
 

@@ -9,13 +9,12 @@
 
 namespace kv {
 
-// TRUE when the directory was made or is there already; else FALSE, with the box 12101 unless
-// quiet.
+// TRUE when the directory was made or something of that name is there already; else FALSE, with the
+// box 12101 unless quiet.
 BOOL CreateOneDirectory(LPCWSTR path, Quiet quiet);
 // Makes the directory and all that are missing on the way to it; an empty path is TRUE. The root of
-// the path, "C:\" or
-// "\\server\share", must be there. The first that cannot be made ends the work with FALSE (box
-// 12101 unless quiet).
+// the path, "C:\" or "\\server\share", must be there. The first that cannot be made ends the work
+// with FALSE (box 12101 unless quiet).
 BOOL CreateDirectoryTree(LPCWSTR path, Expand expand, Quiet quiet);
 // TRUE when the directory can be listed and holds nothing.
 BOOL IsDirectoryEmpty(LPCWSTR directory);

@@ -16,7 +16,12 @@
 namespace kv {
 namespace {
 
+// A name that the object could not keep whole would later reopen or delete another file.
 HANDLE OpenFile(LPCWSTR name, DWORD access, DWORD share, DWORD disposition) {
+  if (View(name).size() >= MAX_PATH) {
+    SetLastError(ERROR_FILENAME_EXCED_RANGE);
+    return INVALID_HANDLE_VALUE;
+  }
   return CreateFileW(name, access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 

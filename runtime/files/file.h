@@ -12,7 +12,8 @@ class CProgressWnd;
 
 // Wraps one file handle. Writes are not buffered. Failures of the system's calls are reported with
 // message boxes unless a function says otherwise; a failed operation leaves the handle as it was.
-// Sizes, positions and counts are bytes; a text length of -1 measures the text. Used by one thread.
+// Sizes, positions and counts are bytes; a text length of -1 measures the text. Names of more than
+// 259 characters cannot be opened. Used by one thread.
 class File {
  public:
   enum class Terminator : bool { kNo, kYes };
@@ -108,7 +109,7 @@ class File {
   BOOL AppendFile(LPCWSTR sourceName);
   // Appends at most `maximum` bytes of an open file from `offset` on. A progress window (null:
   // none) advances with each part of at most 32767 bytes. FALSE, unreported, for an offset behind
-  // its end and when the user cancels; what was written until then stays.
+  // its end, when it ends early, and when the user cancels; what was written until then stays.
   BOOL AppendFromHandle(HANDLE source, DWORD offset, DWORD maximum,
                         CProgressWnd* progress = nullptr);
 

@@ -52,11 +52,16 @@ bool IsLess(const WIN32_FIND_DATAW& a, const WIN32_FIND_DATAW& b, int key) {
 
 }  // namespace
 
+BOOL MakeListPattern(LPCWSTR source, WCHAR (&pattern)[MAX_PATH]) {
+  if (IsDirectory(source)) return PathJoin(source, TEXT("*.*"), pattern, MAX_PATH);
+  CopyStringW(pattern, source);
+  return View(source).size() < MAX_PATH;
+}
+
 int CFileList::Scan(LPCWSTR pattern, BOOL files, BOOL directories) {
   Clear();
   WCHAR search[MAX_PATH];
-  CopyStringW(search, pattern);
-  if (IsDirectory(pattern) && !PathJoin(pattern, TEXT("*.*"), search, MAX_PATH)) return 0;
+  if (!MakeListPattern(pattern, search)) return 0;
   if (!MakeFullPath(search, directory_)) {
     directory_[0] = 0;
     return 0;
@@ -220,7 +225,9 @@ BOOL PruneOldFiles(LPCWSTR pattern, int keep, int maximum, LPCWSTR spare) {
     ShowInternalError(TEXT("could not create CFileList"));
     return FALSE;
   }
-  const int excess = list->Scan(pattern, TRUE, FALSE) - keep;
+  const int count = list->Scan(pattern, TRUE, FALSE);
+  if (count < 0) return FALSE;
+  const int excess = count - keep;
   if (excess <= 0) return TRUE;
   int wanted = maximum >= 0 && excess >= maximum ? maximum : excess;
   list->Sort(CFileList::kByLastWrite, TRUE);

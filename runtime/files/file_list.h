@@ -66,13 +66,17 @@ class CFileList {
   WCHAR pathBuffer_[MAX_PATH] = {};
 };
 
+// What lists `source`: "*.*" in a directory, anything else is a pattern itself. FALSE when it does
+// not fit.
+BOOL MakeListPattern(LPCWSTR source, WCHAR (&pattern)[MAX_PATH]);
+
 // The total size in bytes of the files that match; 0 after the internal-error box when memory runs
 // out.
 ULONGLONG GetFilesSize(LPCWSTR pattern);
 
 // Deletes the files of `pattern` that were written longest ago, but for `keep` of them; at most
 // `maximum` (negative: no limit). The file `spare` (null or empty: none) is never deleted. TRUE
-// when as many as wanted are gone.
+// when as many as wanted are gone; FALSE also after the internal-error box when memory runs out.
 BOOL PruneOldFiles(LPCWSTR pattern, int keep, int maximum, LPCWSTR spare);
 
 }  // namespace kv

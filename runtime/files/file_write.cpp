@@ -51,12 +51,9 @@ BOOL File::WriteStringA(LPCSTR text, int length, Terminator terminator) {
 
 BOOL File::WriteStringAsAnsi(LPCWSTR text, int length) {
   if (text == nullptr) return TRUE;
-  const WideView measured = Measured(text, length);
   int size = 0;
-  const std::unique_ptr<CHAR[]> narrow = ToAnsi(measured, &size);
-  // A text that the system could not convert must not go missing unnoticed.
-  if (narrow == nullptr || (size == 0 && !measured.empty())) return FALSE;
-  return WriteStringA(narrow.get(), size);
+  const std::unique_ptr<CHAR[]> narrow = ToAnsi(Measured(text, length), &size);
+  return narrow != nullptr && WriteStringA(narrow.get(), size);
 }
 
 BOOL File::WriteStringW(LPCWSTR text, int length) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "resources/string_ids.h"
+#include "runtime/core/handles.h"
 #include "runtime/core/messages.h"
 #include "runtime/text/wide_text.h"
 
@@ -17,7 +18,13 @@ constexpr DWORD kLargestSize = 0xFFFFFFFF;
 
 CGlobalBlock::CGlobalBlock(const CGlobalBlock& other) {
   if (other.handle_ == nullptr || !Alloc(other.size_, other.flags_, other.growStep_)) return;
-  if (other.data_ != nullptr) memcpy(data_, other.data_, size_);
+  // The other may be unlocked.
+  const GlobalLockScope source(other.handle_);
+  if (source.Data() == nullptr) {
+    Free();
+    return;
+  }
+  memcpy(data_, source.Data(), size_);
   position_ = other.position_;
 }
 

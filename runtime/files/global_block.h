@@ -13,7 +13,7 @@ class CGlobalBlock {
   enum class EmptyFirst : bool { kNo, kYes };
 
   CGlobalBlock() = default;
-  // Copies the whole block and takes over the position; empty when memory runs out.
+  // Copies the whole block, locked or not, and takes over the position; empty when memory runs out.
   CGlobalBlock(const CGlobalBlock& other);
   CGlobalBlock& operator=(const CGlobalBlock&) = delete;
   ~CGlobalBlock();

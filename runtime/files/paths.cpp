@@ -30,11 +30,12 @@ int GetBaseName(LPCWSTR path, WCHAR (&output)[MAX_PATH]) {
 }
 
 void GetDirectory(LPCWSTR path, WCHAR (&output)[MAX_PATH]) {
-  if (IsDirectory(path)) {
+  const BOOL isDirectory = IsDirectory(path);
+  if (isDirectory && View(path).size() < MAX_PATH) {
     CopyStringW(output, path);
     return;
   }
-  if (!MakeFullPath(path, output)) {
+  if (isDirectory || !MakeFullPath(path, output)) {
     output[0] = 0;
     return;
   }
@@ -77,17 +78,23 @@ BOOL PathJoin(LPCWSTR directory, LPCWSTR name, LPWSTR output, int capacity) {
 }
 
 void PathBesideModule(HMODULE module, LPCWSTR name, WCHAR (&output)[MAX_PATH]) {
-  WCHAR directory[MAX_PATH] = {};
-  GetModuleFileNameW(module, directory, MAX_PATH);
-  directory[MAX_PATH - 1] = 0;
+  WCHAR directory[MAX_PATH];
+  output[0] = 0;
+  const DWORD length = GetModuleFileNameW(module, directory, MAX_PATH);
+  if (length == 0 || length >= MAX_PATH) return;
   directory[GetFileName(directory) - directory] = 0;
-  PathJoin(directory, name, output, MAX_PATH);
+  if (!PathJoin(directory, name, output, MAX_PATH)) output[0] = 0;
 }
 
 BOOL MakeFullPath(LPCWSTR path, WCHAR (&output)[MAX_PATH]) {
   output[0] = 0;
   const DWORD length = GetFullPathNameW(path, MAX_PATH, output, nullptr);
   return length != 0 && length < MAX_PATH;
+}
+
+LPCWSTR ShortPath(LPCWSTR path, WCHAR (&buffer)[MAX_PATH]) {
+  const DWORD length = GetShortPathNameW(path, buffer, MAX_PATH);
+  return length == 0 || length >= MAX_PATH ? path : buffer;
 }
 
 BOOL IsDirectory(LPCWSTR path) {

@@ -15,7 +15,8 @@ LPCWSTR FindExtension(LPCWSTR path);
 // The file name without its extension; returns its length in characters.
 int GetBaseName(LPCWSTR path, WCHAR (&output)[MAX_PATH]);
 // The directory of a path: the path itself when it names a directory on the disk, else the full
-// path up to its last backslash ("X:\" keeps it). Empty when the full path has no backslash.
+// path up to its last backslash ("X:\" keeps it). Empty when the full path has no backslash or does
+// not fit.
 void GetDirectory(LPCWSTR path, WCHAR (&output)[MAX_PATH]);
 
 // What ChangeExtension does with an extension that is there already.
@@ -28,11 +29,16 @@ BOOL ChangeExtension(LPWSTR path, int capacity, LPCWSTR extension, OldExtension 
 // `directory` and `name` joined with one backslash, cut to capacity - 1 characters. A name with a
 // drive ("Y:\y") or a server ("\\server") is taken alone. FALSE when the result was cut.
 BOOL PathJoin(LPCWSTR directory, LPCWSTR name, LPWSTR output, int capacity);
-// The path of `name` in the directory of the file that `module` was loaded from.
+// The path of `name` in the directory of the file that `module` was loaded from; empty when that
+// cannot be told or the path does not fit.
 void PathBesideModule(HMODULE module, LPCWSTR name, WCHAR (&output)[MAX_PATH]);
 // The full path of `path` against the current directory; FALSE when it cannot be formed or has more
 // than 259 characters.
 BOOL MakeFullPath(LPCWSTR path, WCHAR (&output)[MAX_PATH]);
+
+// The short (8.3) form of a path on the disk, made in `buffer`; the path itself when it has none
+// that fits.
+LPCWSTR ShortPath(LPCWSTR path, WCHAR (&buffer)[MAX_PATH]);
 
 // TRUE for a path that ends with a backslash or names a directory on the disk; FALSE for an empty
 // one.

@@ -35,6 +35,7 @@ BOOL MakeTempName(LPCWSTR directory, WCHAR (&output)[MAX_PATH]) {
 
 BOOL MakeTempNameWithExt(LPCWSTR directory, LPCWSTR extension, WCHAR (&output)[MAX_PATH]) {
   WCHAR temporary[MAX_PATH];
+  output[0] = 0;
   if (!MakeTempName(directory, temporary)) return FALSE;
   BOOL formed = WithExtension(temporary, extension, output);
   // The temporary file's own extension gives its own name, which exists and is ours.
@@ -52,10 +53,12 @@ BOOL MakeTempNameWithExt(LPCWSTR directory, LPCWSTR extension, WCHAR (&output)[M
 }
 
 BOOL CopyToTempName(LPCWSTR path, WCHAR (&output)[MAX_PATH]) {
+  output[0] = 0;
   if (View(path).empty() || !MakeTempNameWithExt(nullptr, FindExtension(path), output))
     return FALSE;
   if (CopyFileTo(path, output, Overwrite::kYes, Quiet::kNo)) return TRUE;
   RemoveFile(output, Quiet::kYes);
+  output[0] = 0;
   return FALSE;
 }
 

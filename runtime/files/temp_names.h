@@ -1,4 +1,4 @@
-// Names for new files.
+// Names for new files. An operation that fails leaves an empty name.
 #pragma once
 
 #include "runtime/core/win.h"

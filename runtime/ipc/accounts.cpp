@@ -52,8 +52,10 @@ const NetworkFunctions* BindNetwork() {
   return network.bufferFree != nullptr && network.userModalsGet != nullptr ? &network : nullptr;
 }
 
-// The SID of the account domain with one more sub-authority; empty without memory.
+// The SID of the account domain with one more sub-authority; empty for a server that names no
+// domain and without memory.
 HeapSid MakeAccountSid(PSID domain, DWORD rid) {
+  if (domain == nullptr) return HeapSid();
   const BYTE count = *GetSidSubAuthorityCount(domain);
   HeapSid sid = HeapSid::Allocate(GetSidLengthRequired(count + 1));
   if (!sid) return sid;
@@ -94,8 +96,10 @@ HeapSid GetAccountSid(LPCWSTR account) {
   if (use != SidTypeDomain || View(account).find('\\') != WideView::npos) return HeapSid();
   // The name is the computer's as well: ask for the computer's account of that name.
   WCHAR computer[kComputerNameCapacity], qualified[kQualifiedCapacity];
-  ReadComputerName(computer);
-  FormatText(qualified, TEXT("%s\\%s"), computer, account);
+  if (ReadComputerName(computer) == 0 ||
+      !FormatText(qualified, TEXT("%s\\%s"), static_cast<LPCWSTR>(computer), account)) {
+    return HeapSid();
+  }
   sid.Reset();
   return GetAccountSid(qualified);
 }

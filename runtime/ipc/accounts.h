@@ -16,7 +16,7 @@ WCHAR ReadUserName(WCHAR (&output)[kUserNameCapacity]);
 
 // The SID of an account of this system: a user, or one of the system's own ("SYSTEM"). A user who
 // has the computer's name is found all the same. Empty for other kinds of accounts and on failure;
-// only memory that runs out is reported.
+// only memory that runs out and a computer's name that cannot be read are reported.
 HeapSid GetAccountSid(LPCWSTR account);
 // The SID of the account that GetUserNameW names for the calling thread; empty on failure.
 HeapSid GetCurrentUserSid();

@@ -222,7 +222,7 @@ BOOL CTerminalServices::IsProgramRunningForUser(LPCWSTR program) const {
     return FALSE;
   }
   const HeapSid user = GetCurrentUserSid();
-  const LPCWSTR name = GetFileName(program);
+  const WideView name = View(GetFileName(program));
   BOOL found = FALSE;
   for (DWORD i = 0; user && !found && i < count; ++i) {
     const WTS_PROCESS_INFOW& process = processes[i];

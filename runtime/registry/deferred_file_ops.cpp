@@ -7,7 +7,6 @@
 #include "runtime/files/file_actions.h"
 #include "runtime/files/paths.h"
 #include "runtime/text/format.h"
-#include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
 
 namespace kv {
@@ -32,12 +31,6 @@ struct WininitPath {
   }
 };
 
-// The 8.3 form of `path`; the path itself when there is none.
-void MakeShort(LPCWSTR path, WCHAR (&output)[MAX_PATH]) {
-  const DWORD length = GetShortPathNameW(path, output, MAX_PATH);
-  if (length == 0 || length >= MAX_PATH) CopyStringW(output, path);
-}
-
 bool SameText(LPCWSTR a, LPCWSTR b) {
   return EqualAsciiNoCase(View(a), View(b));
 }
@@ -61,10 +54,9 @@ BOOL CDeferredFileOps::DeleteThroughWininit(LPCWSTR path) {
   if (wininit_.GetString(kRenameSection, kDeleteKey) == nullptr) {
     return wininit_.WriteString(kRenameSection, kDeleteKey, path);
   }
-  WCHAR key[16], shortPath[MAX_PATH];
+  WCHAR key[16], buffer[MAX_PATH];
   if (!FindFreeKey(key)) return FALSE;
-  MakeShort(path, shortPath);
-  if (!wininit_.WriteString(kRenameSection, key, shortPath)) return FALSE;
+  if (!wininit_.WriteString(kRenameSection, key, ShortPath(path, buffer))) return FALSE;
   wininit_.Flush();
   // The section needs one more line of the same key, which the interface cannot write.
   if (wininit_.RenameKey(kRenameSection, key, kDeleteKey)) return TRUE;
@@ -81,12 +73,12 @@ BOOL CDeferredFileOps::FindFreeKey(WCHAR (&key)[16]) {
 }
 
 BOOL CDeferredFileOps::ReplaceThroughWininit(LPCWSTR source, LPCWSTR target) {
-  WCHAR shortSource[MAX_PATH], shortTarget[MAX_PATH];
-  MakeShort(source, shortSource);
+  WCHAR sourceBuffer[MAX_PATH], targetBuffer[MAX_PATH];
+  const LPCWSTR shortSource = ShortPath(source, sourceBuffer);
   // Only a file that exists has a short form.
   const bool missing = !FileExists(target, Report::kNo);
   if (missing) File().Create(target, Quiet::kYes);
-  MakeShort(target, shortTarget);
+  const LPCWSTR shortTarget = ShortPath(target, targetBuffer);
   if (missing) RemoveFile(target, Quiet::kYes);
   return wininit_.WriteString(kRenameSection, shortTarget, shortSource);
 }

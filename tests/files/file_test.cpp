@@ -134,6 +134,10 @@ TEST_F(FileTest, FilesThatCannotBeOpenedKeepTheName) {
   EXPECT_EQ(WideView(file.name()), kPath);
   EXPECT_EQ(NewFile(kMissing, File::kForReading), nullptr);
   EXPECT_EQ(boxes.size(), 2u);
+  const WideString long_name = TEXT("\\\\?\\C:\\Dir\\") + WideString(250, 'x');
+  EXPECT_FALSE(file.OpenRead(long_name.c_str()));
+  EXPECT_EQ(boxes.back(), Box(IDS_FILE_NOT_OPENED, long_name.c_str(), ERROR_FILENAME_EXCED_RANGE));
+  boxes.pop_back();
   EXPECT_FALSE(file.OpenRead(TEXT("")) || file.OpenRead(nullptr));
   EXPECT_FALSE(file.Create(TEXT("C:\\Dir\\a*b"), Quiet::kYes));
   EXPECT_EQ(boxes.size(), 2u) << "quiet";

@@ -77,7 +77,9 @@ TEST_F(GlobalBlockTest, WritesAndReadsLikeAStream) {
 TEST_F(GlobalBlockTest, CopiesAreBlocksOfTheirOwn) {
   CGlobalBlock block;
   ASSERT_TRUE(block.AppendStringA("abc", Terminator::kNo));
+  block.Unlock();
   CGlobalBlock copy(block);
+  EXPECT_TRUE(block.Lock());
   EXPECT_TRUE(copy.AppendByte('d'));
   EXPECT_EQ(Content(copy), "abcd");
   EXPECT_EQ(Content(block), "abc");

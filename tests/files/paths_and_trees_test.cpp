@@ -5,6 +5,9 @@
 #include "platform/control/message_boxes.h"
 #include "platform/control/profiles.h"
 #include "runtime/core/handles.h"
+#include "runtime/files/ansi_text.h"
+#include "runtime/files/compare_files.h"
+#include "runtime/files/current_directory.h"
 #include "runtime/files/directories.h"
 #include "runtime/files/file_actions.h"
 #include "runtime/files/file_list.h"
@@ -12,6 +15,7 @@
 #include "runtime/files/temp_names.h"
 #include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
+#include "tests/support/failing_new.h"
 #include "tests/support/runtime_test.h"
 
 namespace kv::test {
@@ -88,6 +92,43 @@ TEST_F(TreesTest, PathsAreTakenApartAndPutTogether) {
     GetDirectory(c.path, out);
     EXPECT_EQ(WideView(out), c.expected);
   }
+  GetDirectory((WideString(MAX_PATH, 'x') + WCHAR('\\')).c_str(), out);
+  EXPECT_EQ(WideView(out), TEXT("")) << "a part of the path is another directory";
+  platform::FailCall("GetModuleFileNameW", 1);
+  PathBesideModule(nullptr, TEXT("x.dll"), out);
+  EXPECT_EQ(WideView(out), TEXT("")) << "not in the root of the drive";
+  Put(TEXT("C:\\dir\\long name.html"));
+  CAnsiText text;
+  EXPECT_TRUE(ShortPathForAnsi(TEXT("C:\\dir\\long name.html"), text));
+  EXPECT_TRUE(std::string_view(text.Get()).ends_with("~1.HTM")) << text.Get();
+  EXPECT_TRUE(ShortPathForAnsi(TEXT("C:\\none\\\u00E4"), text));
+  EXPECT_STREQ(text.Get(), "C:\\none\\\xE4");
+}
+
+TEST_F(TreesTest, FilesAreComparedByTheirBytesOrTimes) {
+  constexpr LPCWSTR kA = TEXT("C:\\dir\\a"), kB = TEXT("C:\\dir\\b");
+  const struct {
+    const char *a, *b;
+    int bytes, times;
+  } kCases[] = {{"abc", "abc", 1, 0}, {"abc", "abd", 0, 0}, {"abc", "ab", 0, 0}, {"", "", -1, 0}};
+  for (const auto& c : kCases) {
+    Put(kA, c.a);
+    Put(kB, c.b);
+    const auto later = std::filesystem::last_write_time(platform::HostPath(kB));
+    std::filesystem::last_write_time(platform::HostPath(kA), later - std::chrono::seconds(2));
+    EXPECT_EQ(CompareFiles(kA, kB, CompareContents::kYes), c.bytes) << c.b;
+    EXPECT_EQ(CompareFiles(kA, kB, CompareContents::kNo), c.times) << c.b;
+    EXPECT_TRUE(IsNewer(kB, kA) && !IsNewer(kA, kB) && !IsNewer(kB, TEXT("C:\\dir")));
+  }
+  EXPECT_EQ(CompareFiles(kA, kA, CompareContents::kNo), 1);
+  EXPECT_EQ(CompareFiles(kA, TEXT("C:\\none"), CompareContents::kNo), -1);
+  EXPECT_EQ(CompareFiles(TEXT("C:\\dir"), kA, CompareContents::kNo), -1);
+  // The first byte of each is equal, the rest is not looked at.
+  for (const LPCWSTR path : {kA, kB}) {
+    Put(path, path == kA ? "xa" : "xb");
+    std::filesystem::resize_file(platform::HostPath(path), (uintmax_t{1} << 32) + 1);
+  }
+  EXPECT_EQ(CompareFiles(kA, kB, CompareContents::kYes), -1) << "too large to be mapped";
 }
 
 TEST_F(TreesTest, NewNamesAreFree) {
@@ -163,7 +204,10 @@ TEST_F(TreesTest, TreesAreMadeCopiedAndDeleted) {
   EXPECT_EQ(CopyDirectory(TEXT("C:\\tree"), TEXT("C:\\copy"), Recurse::kNo), 1);
   EXPECT_FALSE(IsDirectoryEmpty(TEXT("C:\\copy")));
   EXPECT_FALSE(IsDirectoryEmpty(TEXT("C:\\none")));
-  EXPECT_EQ(CopyDirectory(TEXT("C:\\tree\\*.*"), TEXT("C:\\copy"), Recurse::kYes), 3);
+  {
+    const CCurrentDirectory scope(TEXT("C:\\tree"));
+    EXPECT_EQ(CopyDirectory(TEXT("*.*"), TEXT("C:\\copy"), Recurse::kYes), 3);
+  }
   EXPECT_EQ(GetFileSizeByName(TEXT("C:\\copy\\sub\\deep\\c")), 3u);
   EXPECT_EQ(CopyDirectory(TEXT("C:\\tree\\*.none"), TEXT("C:\\copy"), Recurse::kYes), -1);
   EXPECT_TRUE(DeleteTree(TEXT("C:\\copy"), FilesOnly::kYes, Quiet::kNo));
@@ -203,6 +247,9 @@ TEST_F(TreesTest, ListsAreSortedJoinedCopiedAndPruned) {
   EXPECT_EQ(list.RemoveByName(TEXT("c:\\x\\F7")), 7);
   EXPECT_EQ(list.Add(TEXT("C:\\dir\\*"), TRUE, TRUE), 9) << "f7 and sub";
   EXPECT_EQ(list.Add(TEXT("C:\\dir\\sub\\*"), TRUE, TRUE), 9) << "another directory";
+  // Without its end the pattern would match all.
+  const WideString long_pattern = TEXT("C:\\dir\\") + WideString(252, '*') + TEXT("none");
+  EXPECT_EQ(list.Scan(long_pattern.c_str(), TRUE, FALSE), 0);
   EXPECT_EQ(list.Scan(TEXT("C:\\dir\\f?"), TRUE, FALSE), 8);
   std::filesystem::create_directories(platform::HostPath(TEXT("C:\\to")));
   EXPECT_EQ(list.CopyTo(TEXT("C:\\to"), CopyMode::kAlways), 8);
@@ -215,6 +262,12 @@ TEST_F(TreesTest, ListsAreSortedJoinedCopiedAndPruned) {
     std::filesystem::last_write_time(
         path, std::filesystem::file_time_type::clock::now() - std::chrono::hours(100 - i));
   }
+  for (const uint64_t allocation : {1, 2}) {
+    FailAllocation(allocation);
+    platform::AnswerNextBox(IDOK);
+    EXPECT_FALSE(PruneOldFiles(TEXT("C:\\dir\\f*"), 5, -1, nullptr)) << allocation;
+  }
+  FailAllocation(0);
   EXPECT_TRUE(PruneOldFiles(TEXT("C:\\dir\\f*"), 7, 1, TEXT("c:\\DIR\\f0")));
   EXPECT_TRUE(Exists(TEXT("C:\\dir\\f0")));
   EXPECT_FALSE(Exists(TEXT("C:\\dir\\f1")));

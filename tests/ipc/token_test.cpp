@@ -154,8 +154,9 @@ TEST_F(TokenTest, AccountsByName) {
   EXPECT_FALSE(GetCurrentUserSid());
   platform::FailCall("GetComputerNameW", 1);
   platform::AnswerNextBox(IDOK);
-  WCHAR computer[kComputerNameCapacity];
-  EXPECT_EQ(ReadComputerName(computer), 0);
+  const unsigned lookups = platform::CallCount("LookupAccountNameW");
+  EXPECT_FALSE(GetAccountSid(TEXT("Workstation")));
+  EXPECT_EQ(platform::CallCount("LookupAccountNameW"), lookups + 2) << "no name without computer";
   EXPECT_TRUE(platform::ShownBoxes()[0].text.starts_with(TEXT("GetComputerName failed")));
 }
 

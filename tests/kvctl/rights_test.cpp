@@ -29,6 +29,10 @@ TEST_F(KvctlRightsTest, TellsAsWhomOneWorks) {
             "Administrator: yes\n"
             "Elevated:      yes\n"
             "Integrity:     system (0x4000)\n");
+  platform::ClearFact(facts::kUserSid);
+  platform::SetFact(facts::kUserIsAdministrator, "0");
+  ASSERT_TRUE(platform::UseProfile("windows-xp"));
+  EXPECT_TRUE(Run("whoami").output.ends_with("Integrity:     unknown (0x0000)\n"));
 }
 
 TEST_F(KvctlRightsTest, ListsSessions) {

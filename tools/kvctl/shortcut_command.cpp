@@ -35,7 +35,18 @@ bool IsInternetShortcut(const WideString& file) {
   return kv::EqualAsciiNoCase(kv::View(kv::FindExtension(file.c_str())), TEXT(".url"));
 }
 
-BOOL CreateLink(const WideString& file, const WideString& target, const Arguments& arguments) {
+// The index of the icon, 0 when none is given; FALSE after a message for what is no number.
+// Negative ones are ids of resources.
+BOOL ReadIconIndex(const Arguments& arguments, int& index) {
+  const WideString word = arguments.Value(kIconIndex, TEXT("0"));
+  index = kv::ParseDecimal(word.c_str());
+  if (word == SignedNumber(index)) return TRUE;
+  PrintError(Text(IDS_CTL_SHORTCUT_NOT_A_NUMBER, kIconIndex, word.c_str()));
+  return FALSE;
+}
+
+BOOL CreateLink(const WideString& file, const WideString& target, int iconIndex,
+                const Arguments& arguments) {
   const WideString directory = arguments.Value(kDirectory), text = arguments.Value(kArguments),
                    icon = arguments.Value(kIcon), description = arguments.Value(kDescription);
   const auto given = [](const WideString& value) {
@@ -46,7 +57,7 @@ BOOL CreateLink(const WideString& file, const WideString& target, const Argument
   contents.workingDirectory = given(directory);
   contents.arguments = given(text);
   contents.iconFile = given(icon);
-  contents.iconIndex = kv::ParseDecimal(arguments.Value(kIconIndex).c_str());
+  contents.iconIndex = iconIndex;
   contents.description = given(description);
   contents.runAsAdministrator = kv::RunAsAdministrator{arguments.Has(kAdministrator)};
   return kv::CShellLink().Save(file.c_str(), contents);
@@ -58,11 +69,13 @@ ExitStatus Create(const Arguments& arguments) {
     PrintError(Text(IDS_CTL_SEE_HELP, TEXT("shortcut")));
     return kUsage;
   }
+  int iconIndex = 0;
+  if (!ReadIconIndex(arguments, iconIndex)) return kUsage;
   const WideString& file = arguments.operands()[1];
   const WideString& target = arguments.operands()[2];
   const BOOL done = IsInternetShortcut(file)
                         ? kv::CInternetShortcut().Save(file.c_str(), target.c_str())
-                        : CreateLink(file, target, arguments);
+                        : CreateLink(file, target, iconIndex, arguments);
   if (!done) PrintError(Text(IDS_CTL_SHORTCUT_NOT_WRITTEN, file.c_str(), target.c_str()));
   return done ? kDone : kFailed;
 }
@@ -114,11 +127,13 @@ ExitStatus RunShortcut(const Arguments& arguments) {
   const Components components;
   const WideString& action = arguments.operands()[0];
   if (action == TEXT("create")) return Create(arguments);
-  if (action == TEXT("show") && arguments.operands().size() == 2) {
+  const bool isShow = action == TEXT("show");
+  if (isShow && arguments.operands().size() == 2) {
     const WideString& file = arguments.operands()[1];
     return IsInternetShortcut(file) ? ShowAddress(file) : ShowLink(file);
   }
-  PrintError(Text(IDS_CTL_UNEXPECTED_OPERAND, action.c_str()));
+  const WideString& unexpected = isShow ? arguments.operands()[2] : action;
+  PrintError(Text(IDS_CTL_UNEXPECTED_OPERAND, unexpected.c_str()));
   PrintError(Text(IDS_CTL_SEE_HELP, TEXT("shortcut")));
   return kUsage;
 }

@@ -14,7 +14,10 @@ WideString YesNo(BOOL yes) {
   return Text(yes ? IDS_CTL_YES : IDS_CTL_NO);
 }
 
+// Before Windows Vista there are no levels.
 UINT LevelName(DWORD level) {
+  const bool hasLevels = kv::startupContext.platform.ntKind >= kv::kWindowsVista;
+  if (level == kv::kUnknownIntegrity && !hasLevels) return IDS_CTL_UNKNOWN;
   if (level < kv::kLowIntegrity) return IDS_CTL_INTEGRITY_UNTRUSTED;
   if (level < kv::kMediumIntegrity) return IDS_CTL_INTEGRITY_LOW;
   if (level < kv::kHighIntegrity) return IDS_CTL_INTEGRITY_MEDIUM;
