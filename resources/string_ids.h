@@ -76,7 +76,8 @@
 // template: 1 the product's name. A question with Retry and Cancel. Capacity 1024.
 #define IDS_GDIPLUS_MISSING 12232
 
-// Texts of the command-line program. All are templates, or texts without inserts; capacity 2048.
+// Texts of the command-line program. All are templates, or texts without inserts; capacity
+// 1024, and 2048 with the inserts filled.
 #define IDS_CTL_HELP 14000                  // text; the head of the help text
 #define IDS_CTL_SEE_HELP 14001              // 1 the command
 #define IDS_CTL_UNKNOWN_COMMAND 14002       // 1 the word

@@ -2,7 +2,7 @@
 
 #include <string.h>
 
-#include "runtime/files/mapped_file.h"
+#include "runtime/core/handles.h"
 
 namespace kv {
 namespace {
@@ -118,10 +118,18 @@ LANGID GetImageLanguage(const BYTE* bytes, size_t size) {
 }
 
 LANGID GetFileLanguage(LPCWSTR path) {
-  CMappedFile file;
-  const auto bytes =
-      static_cast<const BYTE*>(file.MapFile(path, CMappedFile::Access::kRead, 0, Quiet::kYes));
-  return bytes == nullptr ? 0 : GetImageLanguage(bytes, file.size());
+  // Not while somebody writes it.
+  const UniqueFile file(CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!file) return 0;
+  const DWORD size = GetFileSize(file.Get(), nullptr);
+  const UniqueHandle mapping(CreateFileMappingW(file.Get(), nullptr, PAGE_READONLY, 0, 0, nullptr));
+  if (size == INVALID_FILE_SIZE || !mapping) return 0;
+  const void* const view = MapViewOfFile(mapping.Get(), FILE_MAP_READ, 0, 0, 0);
+  if (view == nullptr) return 0;
+  const LANGID language = GetImageLanguage(static_cast<const BYTE*>(view), size);
+  UnmapViewOfFile(view);
+  return language;
 }
 
 }  // namespace kv

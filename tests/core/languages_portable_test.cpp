@@ -15,8 +15,7 @@ using Text = std::basic_string<WCHAR>;
 
 // Where the numbers lie.
 constexpr struct { UINT first, last; } kRanges[] = {{10000, 10100}, {12000, 12300}, {14000, 14500}};
-constexpr size_t kReportCapacity = 1024;
-constexpr size_t kProgramCapacity = 2048;
+constexpr size_t kTemplateCapacity = 1024;
 
 // The texts of a library beside this program, by number.
 std::map<UINT, Text> TextsOf(const Text& file) {
@@ -62,7 +61,7 @@ size_t CapacityOf(UINT number) {
     case IDS_PAPER_SIZE_MILLIMETRES:
       return 80;
     default:
-      return number >= 14000 ? kProgramCapacity : kReportCapacity;
+      return kTemplateCapacity;
   }
 }
 

@@ -73,6 +73,10 @@ TEST_F(ResourceChoiceTest, UserThenMachineThenSystemThenNoLanguage) {
   EXPECT_EQ(WideView(Loaded()), TEXT("Folvane")) << "the system's language, by the generic name";
   Want(HKEY_LOCAL_MACHINE, 0x040C);
   EXPECT_EQ(WideView(Loaded()), TEXT("Docklane"));
+  const HANDLE writer = CreateFileW(TEXT("C:\\Windows\\System32\\kvres832-040c.dll"), GENERIC_WRITE,
+                                    FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+  EXPECT_EQ(WideView(Loaded()), TEXT("Folvane")) << "not one that somebody writes";
+  EXPECT_TRUE(CloseHandle(writer));
   Want(HKEY_CURRENT_USER, 0xFFFF0407);
   EXPECT_EQ(WideView(Loaded()), TEXT("Docklane Pro")) << "only the low 16 bits count";
   std::filesystem::remove(platform::HostPath(kFolder) / "kvres832-0407.dll");

@@ -14,7 +14,8 @@ bool IsConsole(DWORD which) {
 }
 
 void Write(DWORD which, FILE* file, WideView text) {
-  if (text.empty()) return;
+  // A program that was started without the stream has nobody to tell.
+  if (text.empty() || GetStdHandle(which) == nullptr) return;
   DWORD written;
   if (IsConsole(which)) {
     static_cast<void>(fflush(file));
