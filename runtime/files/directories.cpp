@@ -27,11 +27,6 @@ bool IsDirectoryEntry(const WIN32_FIND_DATAW& entry) {
   return (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-bool IsDotName(const WIN32_FIND_DATAW& entry) {
-  const WideView name = entry.cFileName;
-  return name == TEXT(".") || name == TEXT("..");
-}
-
 enum class WalkEnd {
   kNothingFound,  // the listing could not begin
   kStopped,       // by the visitor
@@ -45,7 +40,7 @@ WalkEnd Walk(LPCWSTR pattern, WIN32_FIND_DATAW& entry, Visit visit) {
   const UniqueFindHandle search(FindFirstFileW(pattern, &entry));
   if (!search) return WalkEnd::kNothingFound;
   do {
-    if (!IsDotName(entry) && !visit()) return WalkEnd::kStopped;
+    if (!IsDotEntry(entry) && !visit()) return WalkEnd::kStopped;
   } while (FindNextFileW(search.Get(), &entry));
   return GetLastError() == ERROR_NO_MORE_FILES ? WalkEnd::kComplete : WalkEnd::kFailed;
 }

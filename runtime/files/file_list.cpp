@@ -16,8 +16,7 @@ namespace kv {
 namespace {
 
 bool IsWanted(const WIN32_FIND_DATAW& entry, BOOL files, BOOL directories) {
-  const WideView name = entry.cFileName;
-  if (name == TEXT(".") || name == TEXT("..")) return false;
+  if (IsDotEntry(entry)) return false;
   return (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? directories != FALSE
                                                                   : files != FALSE;
 }
@@ -51,6 +50,11 @@ bool IsLess(const WIN32_FIND_DATAW& a, const WIN32_FIND_DATAW& b, int key) {
 }
 
 }  // namespace
+
+bool IsDotEntry(const WIN32_FIND_DATAW& entry) {
+  const WideView name = entry.cFileName;
+  return name == TEXT(".") || name == TEXT("..");
+}
 
 BOOL MakeListPattern(LPCWSTR source, WCHAR (&pattern)[MAX_PATH]) {
   if (IsDirectory(source)) return PathJoin(source, TEXT("*.*"), pattern, MAX_PATH);

@@ -66,6 +66,8 @@ class CFileList {
   WCHAR pathBuffer_[MAX_PATH] = {};
 };
 
+// Whether a listed entry is "." or "..".
+bool IsDotEntry(const WIN32_FIND_DATAW& entry);
 // What lists `source`: "*.*" in a directory, anything else is a pattern itself. FALSE when it does
 // not fit.
 BOOL MakeListPattern(LPCWSTR source, WCHAR (&pattern)[MAX_PATH]);

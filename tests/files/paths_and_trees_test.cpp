@@ -94,9 +94,6 @@ TEST_F(TreesTest, PathsAreTakenApartAndPutTogether) {
   }
   GetDirectory((WideString(MAX_PATH, 'x') + WCHAR('\\')).c_str(), out);
   EXPECT_EQ(WideView(out), TEXT("")) << "a part of the path is another directory";
-  platform::FailCall("GetModuleFileNameW", 1);
-  PathBesideModule(nullptr, TEXT("x.dll"), out);
-  EXPECT_EQ(WideView(out), TEXT("")) << "not in the root of the drive";
   Put(TEXT("C:\\dir\\long name.html"));
   CAnsiText text;
   EXPECT_TRUE(ShortPathForAnsi(TEXT("C:\\dir\\long name.html"), text));

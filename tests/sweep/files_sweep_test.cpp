@@ -564,7 +564,14 @@ SCENARIO(Paths, OfTheSystem) {
   attempt.Expect(directory[0] != 0, WideView(directory) == TEXT("C:\\dir"));
   attempt.Expect(system[0] == 'C', WideView(system).ends_with(TEXT("\\x.dll")),
                  WideView(system) == TEXT("x.dll"));
-  EXPECT_TRUE(attempt.hit() || WideView(beside).ends_with(TEXT("\\x.dll")));
+  attempt.Expect(beside[0] != 0, WideView(beside).find(TEXT(":\\")) == 1);
+}
+
+SCENARIO(Paths, ShortPathForAnsi) {
+  Prepare();
+  CAnsiText text;
+  const BOOL done = attempt.Call([&] { return ShortPathForAnsi(kPath, text); });
+  attempt.Expect(done, text.Get() == std::string("C:\\dir\\file.txt"), *text.Get() == 0);
 }
 
 SCENARIO(Paths, WhatNeverFails) {
