@@ -229,13 +229,21 @@ class Formatter {
               conversion.zero && conversion.precision < 0);
   }
 
+  // The library rounds up what lies exactly between two decimals, which only odd multiples of
+  // 2^-(decimals + 1) do.
+  static double WithTiesAbove(double magnitude, int decimals) {
+    const bool isTie = std::fmod(std::scalbn(magnitude, decimals + 1), 2) == 1;
+    return isTie ? std::nextafter(magnitude, HUGE_VAL) : magnitude;
+  }
+
   void PutFloat(const Conversion& conversion, double value) {
     char digits[kFloatBuffer];
     const int decimals =
         conversion.precision < 0 ? 6 : std::min(conversion.precision, kMaxDecimals);
-    const char* end = std::to_chars(digits, std::end(digits), std::fabs(value),
-                                    std::chars_format::fixed, decimals)
-                          .ptr;
+    const char* end =
+        std::to_chars(digits, std::end(digits), WithTiesAbove(std::fabs(value), decimals),
+                      std::chars_format::fixed, decimals)
+            .ptr;
     PutPadded(conversion, SignOf(conversion, std::signbit(value)), 0,
               {digits, static_cast<size_t>(end - digits)}, conversion.zero);
   }

@@ -82,6 +82,20 @@ TEST_F(CodePageTest, TheAnsiCodePageFollowsTheSystemLocaleUnlessItIsSet) {
   EXPECT_EQ(ToWide(CP_ACP, "\xB3"), TEXT("\u0142"));
 }
 
+Wide Format(LPCWSTR format, ...) {
+  WCHAR buffer[1024];
+  va_list arguments;
+  va_start(arguments, format);
+  wvsprintfW(buffer, format, arguments);
+  va_end(arguments);
+  return buffer;
+}
+
+TEST_F(CodePageTest, NarrowInsertsOfUser32AreOfTheAnsiCodePage) {
+  platform::SetFactNumber(platform::facts::kAnsiCodePage, 1251);
+  EXPECT_EQ(Format(TEXT("%S"), "\xC0\x80"), TEXT("\u0410\u0402"));
+}
+
 TEST_F(CodePageTest, InvalidBytes) {
   struct Case {
     UINT code_page;
