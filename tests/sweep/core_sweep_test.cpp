@@ -213,21 +213,5 @@ SCENARIO(Core, ShowSystemDescription) {
   platform::ScriptBoxes(true);
 }
 
-SCENARIO(Core, WhatNeverFails) {
-  WCHAR name[64], root[128], object[128];
-  const ProductKind* kind = nullptr;
-  attempt.Call([&] {
-    kind = ParseProductName(TEXT("kv8"));
-    GetProductDisplayName(*kind, name, 64, TRUE);
-    GetProductRegistryRoot(*kind, root, 128);
-    GetDispatcherObjectName(*kind, object, 128);
-    if (FindProductKind(kind->code) != kind) kind = nullptr;
-  });
-  EXPECT_TRUE(kind != nullptr && FindProductKindByVersion(kind->family, 8, 0) != nullptr);
-  EXPECT_EQ(WideView(name), TEXT("Folvane 8"));
-  EXPECT_EQ(WideView(root), kSettingsRoot);
-  EXPECT_EQ(attempt.count(), 0u);
-}
-
 }  // namespace
 }  // namespace kv::test

@@ -574,21 +574,6 @@ SCENARIO(Paths, ShortPathForAnsi) {
   attempt.Expect(done, text.Get() == std::string("C:\\dir\\file.txt"), *text.Get() == 0);
 }
 
-SCENARIO(Paths, WhatNeverFails) {
-  WCHAR base[MAX_PATH], joined[MAX_PATH], changed[16] = TEXT("a.b");
-  const LPCWSTR extension = attempt.Call([&] {
-    GetBaseName(kPath, base);
-    PathJoin(TEXT("C:\\x"), TEXT("y"), joined, MAX_PATH);
-    ChangeExtension(changed, 16, TEXT("c"), OldExtension::kReplace);
-    return FindExtension(GetFileName(StripLongPathPrefix(TEXT("\\\\?\\C:\\a.tmp"))));
-  });
-  EXPECT_TRUE(IsTmpFile(TEXT("xx.tmp")) && WideView(extension) == TEXT(".tmp"));
-  EXPECT_EQ(WideView(base), TEXT("file"));
-  EXPECT_EQ(WideView(joined), TEXT("C:\\x\\y"));
-  EXPECT_EQ(WideView(changed), TEXT("a.c"));
-  EXPECT_EQ(attempt.count(), 0u);
-}
-
 SCENARIO(Paths, TemporaryNames) {
   Prepare();
   WCHAR plain[MAX_PATH] = {}, named[MAX_PATH] = {}, copy[MAX_PATH] = {};

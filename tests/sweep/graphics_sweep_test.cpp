@@ -2,7 +2,6 @@
 #include "runtime/core/handles.h"
 #include "runtime/graphics/bitmap_rotation.h"
 #include "runtime/graphics/device_contexts.h"
-#include "runtime/graphics/points.h"
 #include "runtime/graphics/regions.h"
 #include "runtime/graphics/shapes.h"
 #include "runtime/graphics/turn_bits.h"
@@ -148,19 +147,6 @@ SCENARIO(Graphics, Shapes) {
   });
   EXPECT_EQ(region, nullptr) << "of a font that is not turned";
   EXPECT_TRUE(box.left == 3 || (attempt.hit() && box.right == 0));
-}
-
-SCENARIO(Graphics, WhatNeverFails) {
-  POINT point = {1, 0};
-  RECT bounds = {};
-  POINT corners[4];
-  const int distance = attempt.Call([&] {
-    RotatePoint(point, 1, 0);
-    RotateRect({0, 0, 2, 1}, 0, 1, nullptr, &bounds, corners, 4);
-    return PointDistance({0, 0}, {RoundToInt(3.2), 4}) + RoundRectRadii({0, 0, 9, 9}).rx;
-  });
-  EXPECT_TRUE(point.y == -1 && bounds.right == 2 && corners[2].y == 1 && distance >= 5);
-  EXPECT_EQ(attempt.count(), 0u);
 }
 
 }  // namespace

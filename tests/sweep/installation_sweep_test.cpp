@@ -10,8 +10,6 @@
 #include "runtime/printing/printer_keys.h"
 #include "runtime/printing/printer_margins.h"
 #include "runtime/printing/printer_settings.h"
-#include "runtime/printing/private_layout.h"
-#include "runtime/printing/readable_memory.h"
 #include "runtime/printing/service_control.h"
 #include "runtime/registry/delete_key.h"
 #include "runtime/registry/settings.h"
@@ -191,20 +189,6 @@ SCENARIO(PrinterSettings, ProductDevMode) {
   });
   EXPECT_TRUE(IsValidDevMode(&mode.dev));
   attempt.Expect(mode.settings.resolution == 600, layout == kCurrentLayout || attempt.hit());
-}
-
-SCENARIO(PrinterSettings, WhatNeverFails) {
-  WCHAR text[kModeTextCapacity], path[MAX_PATH];
-  const RawMode mode(0);
-  const BOOL answers = attempt.Call([&] {
-    DescribeDevModeMode(0, text);
-    MakePrinterKeyPath(TEXT("P"), PrinterKey::kOwn, path);
-    return IsSystemProcessName(TEXT("SPOOLSV")) && FindPrivateLayout(*mode.get()) == nullptr &&
-           IsReadable(text, 0) && !IsValidDevModeA(nullptr);
-  });
-  EXPECT_TRUE(answers);
-  EXPECT_EQ(WideView(text), TEXT("get DEVMODE size"));
-  EXPECT_TRUE(WideView(path).ends_with(TEXT("\\Folvaners\\P")));
 }
 
 class InstallationMachine : public PrinterTest {

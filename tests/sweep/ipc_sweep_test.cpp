@@ -5,8 +5,6 @@
 #include "platform/control/session_messages.h"
 #include "runtime/ipc/accounts.h"
 #include "runtime/ipc/administrator.h"
-#include "runtime/ipc/command_line.h"
-#include "runtime/ipc/critical_section.h"
 #include "runtime/ipc/descriptor_tests.h"
 #include "runtime/ipc/object_names.h"
 #include "runtime/ipc/open_security_attributes.h"
@@ -174,28 +172,6 @@ SCENARIO(Accounts, ObjectNames) {
   EXPECT_TRUE(WideView(pipe).starts_with(TEXT("\\\\.\\pipe\\KV8_")));
   EXPECT_TRUE(WideView(session) == TEXT("x_00000001") ||
               (attempt.hit() && WideView(session).size() == 10));
-}
-
-SCENARIO(Accounts, WhatNeverFails) {
-  WCHAR prefix[8], product[16], name[MAX_PATH];
-  CommandLine line(TEXT("p.exe"), TEXT("x"));
-  BOOL entered = FALSE;
-  attempt.Call([&] {
-    GetObjectPrefix(prefix, 8);
-    MakeProductName(TEXT("%s-x"), product, 16);
-    MakeObjectName(ObjectScopeLocal, TEXT("Mutex"), TEXT("b"), name, MAX_PATH);
-    CCriticalSection section;
-    section.Initialize();
-    entered = section.TryEnterFor(100);
-    section.Leave();
-    section.Delete();
-    GetCommandLineArguments();
-  });
-  EXPECT_EQ(WideView(prefix), TEXT("KV8"));
-  EXPECT_EQ(WideView(product), TEXT("KV8-x"));
-  EXPECT_EQ(WideView(name), static_cast<LPCWSTR>(CMutexName(ObjectScopeLocal, TEXT("b"))));
-  EXPECT_TRUE(entered && View(line.text()) == TEXT("p.exe x"));
-  EXPECT_EQ(attempt.count(), 0u);
 }
 
 constexpr WCHAR kLock[] = TEXT("Local\\KV8_LocalMutex_Test");

@@ -91,19 +91,5 @@ SCENARIO(Port, EnumPorts) {
                      WideView(reinterpret_cast<PORT_INFO_2W*>(buffer)->pPortName) == TEXT("KVR8:"));
 }
 
-SCENARIO(Port, WhatNeverFails) {
-  WCHAR name[] = TEXT("KVR8:");
-  BYTE block[4];
-  DWORD read = 7;
-  BOOL added = FALSE;
-  const BOOL has_data = attempt.Call([&] {
-    added = AddPort(nullptr, nullptr, name) && AddPortEx(nullptr, 1, block, name) &&
-            ConfigurePort(nullptr, nullptr, name) && DeletePort(nullptr, nullptr, name);
-    return ReadPort(nullptr, block, 4, &read);
-  });
-  EXPECT_TRUE(added && !has_data && read == 0);
-  EXPECT_EQ(attempt.count(), 0u);
-}
-
 }  // namespace
 }  // namespace kv::test

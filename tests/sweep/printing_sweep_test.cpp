@@ -1,7 +1,6 @@
 // Printers and what the spooler keeps of them when calls and allocations fail.
 #include "platform/control/users.h"
 #include "runtime/ipc/process_token.h"
-#include "runtime/printing/connection_name.h"
 #include "runtime/printing/default_printer.h"
 #include "runtime/printing/driver_directories.h"
 #include "runtime/printing/driver_recognition.h"
@@ -417,18 +416,6 @@ SCENARIO(PrinterDevice, ShowProperties) {
       attempt.Call([&] { return laser.ShowProperties(nullptr, nullptr); });
   attempt.Expect(edited != nullptr, edited == laser.devMode(), laser.GetCopies() == copies);
   platform::ScriptBoxes(true);
-}
-
-SCENARIO(PrinterDevice, WhatNeverFails) {
-  ConnectionName parts;
-  WCHAR key[MAX_PATH];
-  const BOOL split = attempt.Call([&] {
-    MakeKeyName(kRemote, key);
-    return IsConnectionName(kRemote) && SplitConnectionName(kRemote, parts);
-  });
-  EXPECT_TRUE(split && WideView(parts.server) == TEXT("ALPHA"));
-  EXPECT_EQ(WideView(key), TEXT(",,ALPHA,Ink"));
-  EXPECT_EQ(attempt.count(), 0u);
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
 // Texts when calls and allocations fail.
 #include "runtime/text/document_name.h"
-#include "runtime/text/format.h"
 #include "runtime/text/locale_list.h"
-#include "runtime/text/number_text.h"
 #include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
 #include "runtime/text/wildcard.h"
@@ -102,33 +100,6 @@ SCENARIO(Text, LocaleList) {
   // Locales that cannot be read are left out.
   attempt.Expect(name[0] != 0, WideView(name).starts_with(TEXT("German")));
   attempt.Expect(found != 0, found == 0x0407);
-}
-
-SCENARIO(Text, WhatNeverFails) {
-  WCHAR text[32], size[kNumberTextCapacity], spaces[] = TEXT(" a b ");
-  char narrow[16];
-  int number = 0;
-  attempt.Call([&] {
-    FormatText(text, TEXT("%s %d"), TEXT("x"), 7);
-    AppendText(text, 32, TEXT("%c"), 'y');
-    FormatTextA(narrow, 16, "%d", 7);
-    FormatDoubleA(1.5, kDefaultPrecision, narrow, 16);
-    FormatDoubleW(1.5, kDefaultPrecision, size, kNumberTextCapacity);
-    FormatResolution(size, 600, 300);
-    FormatDuration(999, size);
-    FormatSize(2'700'000, size);
-    CopyStringA(narrow, 16, "abc");
-    CopyCountedStringA(narrow, 16, reinterpret_cast<const BYTE*>("\2ab"));
-    RemoveSpaceW(spaces);
-    number = ParseDecimal(SkipSpaceW(text + 1)) + static_cast<int>(ParseHex(TEXT("0x1")));
-    if (!BeginsWith(TEXT("A"), spaces, MatchCase::kNo)) number = 0;
-  });
-  EXPECT_EQ(WideView(text), TEXT("x 7y"));
-  EXPECT_EQ(WideView(size), TEXT("2.7 MB"));
-  EXPECT_EQ(std::string(narrow), "ab");
-  EXPECT_EQ(WideView(spaces), TEXT("ab"));
-  EXPECT_EQ(number, 8);
-  EXPECT_EQ(attempt.count(), 0u);
 }
 
 }  // namespace
