@@ -1,44 +1,18 @@
 #include "platform/gdi/gdi_object.h"
 
 #include <cstring>
-#include <map>
-#include <mutex>
 
 #include "platform/gdi/device_context.h"
 #include "platform/kernel/api_call.h"
+#include "platform/kernel/handle_map.h"
 #include "platform/kernel/result.h"
 
 namespace platform {
 namespace {
 
-struct LiveObject {
-  std::shared_ptr<GdiObject> object;
-  std::unique_ptr<CountedResource> counted;  // null for a stock object
-};
-
-struct Objects {
-  std::mutex mutex;
-  std::map<UINT_PTR, LiveObject> live;
-  UINT_PTR next = 0x01000010;
-};
-
-Objects& objects() {
-  static Objects* instance = new Objects;
+HandleMap<std::shared_ptr<GdiObject>>& handles() {
+  static auto* instance = new HandleMap<std::shared_ptr<GdiObject>>(0x01000010);
   return *instance;
-}
-
-// Handles are not used again, so that one deleted twice is noticed.
-HGDIOBJ Add(LiveObject object) {
-  std::lock_guard lock(objects().mutex);
-  const UINT_PTR handle = objects().next++;
-  objects().live.emplace(handle, std::move(object));
-  return reinterpret_cast<HGDIOBJ>(handle);
-}
-
-bool IsStockObject(HANDLE handle) {
-  std::lock_guard lock(objects().mutex);
-  const auto found = objects().live.find(reinterpret_cast<UINT_PTR>(handle));
-  return found != objects().live.end() && found->second.counted == nullptr;
 }
 
 DWORD Delete(HANDLE handle) {
@@ -46,7 +20,8 @@ DWORD Delete(HANDLE handle) {
   if (object == nullptr || std::dynamic_pointer_cast<DeviceContext>(object) != nullptr) {
     return ERROR_INVALID_HANDLE;
   }
-  if (IsStockObject(handle)) return ERROR_SUCCESS;
+  const bool stock = !handles().IsCounted(handle);
+  if (stock) return ERROR_SUCCESS;
   if (object->selections != 0) return ERROR_BUSY;
   DeleteGdiObject(handle);
   return ERROR_SUCCESS;
@@ -60,27 +35,19 @@ int GdiObject::Describe(void*, int) const {
 }
 
 HGDIOBJ AddGdiObject(std::shared_ptr<GdiObject> object, Resource kind) {
-  return Add({std::move(object), std::make_unique<CountedResource>(kind)});
+  return handles().Add(std::move(object), kind);
 }
 
 HGDIOBJ AddStockObject(std::shared_ptr<GdiObject> object) {
-  return Add({std::move(object), nullptr});
+  return handles().Add(std::move(object), std::nullopt);
 }
 
 bool DeleteGdiObject(HANDLE handle) {
-  LiveObject deleted;
-  std::lock_guard lock(objects().mutex);
-  const auto found = objects().live.find(reinterpret_cast<UINT_PTR>(handle));
-  if (found == objects().live.end()) return false;
-  deleted = std::move(found->second);
-  objects().live.erase(found);
-  return true;
+  return handles().Take(handle).has_value();
 }
 
 std::shared_ptr<GdiObject> GdiObjectOf(HANDLE handle) {
-  std::lock_guard lock(objects().mutex);
-  const auto found = objects().live.find(reinterpret_cast<UINT_PTR>(handle));
-  return found == objects().live.end() ? nullptr : found->second.object;
+  return handles().Find(handle).value_or(nullptr);
 }
 
 int CopyDescription(const void* description, int description_size, void* buffer, int size) {

@@ -80,7 +80,7 @@ class Cache {
     const int watch = inotify_add_watch(notifications_, directory.c_str(), kWatched);
     Listing listing;
     listing.Read(directory);
-    const std::string result = listing.Find(name);
+    std::string result = listing.Find(name);
     if (watch >= 0) {
       watches_[watch] = identity;
       listings_.emplace(identity, std::move(listing));

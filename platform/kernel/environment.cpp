@@ -14,7 +14,7 @@ struct SystemVariable {
   WideString (*value)();
 };
 
-const SystemVariable kSystemVariables[] = {
+constexpr SystemVariable kSystemVariables[] = {
     {TEXT("COMPUTERNAME"), [] { return ToWide(Fact(facts::kComputerName, "WORKSTATION")); }},
     {TEXT("SystemDrive"), [] { return WindowsDirectory().substr(0, 2); }},
     {TEXT("SystemRoot"), WindowsDirectory},

@@ -52,7 +52,7 @@ void Machine::Close() {
   current = nullptr;
 }
 
-Machine::Machine(std::filesystem::path directory)
+Machine::Machine(const std::filesystem::path& directory)
     : directory_(std::filesystem::absolute(directory)) {
   for (const char* folder : {"drive_c", "registry", "objects"}) {
     std::filesystem::create_directories(directory_ / folder);

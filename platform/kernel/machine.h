@@ -22,7 +22,7 @@ class Machine {
   static void Open(const std::filesystem::path& directory);
   static void Close();
 
-  explicit Machine(std::filesystem::path directory);
+  explicit Machine(const std::filesystem::path& directory);
   ~Machine();
   Machine(const Machine&) = delete;
   Machine& operator=(const Machine&) = delete;

@@ -186,7 +186,7 @@ Loader::Location Loader::Locate(WideView name) {
   directories.push_back(SystemDirectory());
   directories.push_back(WindowsDirectory());
   for (const WideString& directory : directories) {
-    const Location location = LocateAt(directory + TEXT("\\") + full);
+    Location location = LocateAt(directory + TEXT("\\") + full);
     if (location.error == ERROR_SUCCESS) return location;
   }
   return {};

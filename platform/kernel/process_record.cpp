@@ -14,7 +14,7 @@ constexpr char kEnd = '\x1F';
 
 std::string Take(std::string_view& text) {
   const size_t end = std::min(text.find(kEnd), text.size());
-  const std::string field(text.substr(0, end));
+  std::string field(text.substr(0, end));
   text.remove_prefix(std::min(end + 1, text.size()));
   return field;
 }

@@ -1,28 +1,13 @@
 #include "platform/registry/open_keys.h"
 
-#include <algorithm>
-#include <unordered_map>
-
-#include "platform/control/leaks.h"
+#include "platform/kernel/handle_map.h"
 #include "platform/security/rights.h"
 
 namespace platform {
 namespace {
 
-struct Entry {
-  OpenKey key;
-  std::unique_ptr<CountedResource> counted;
-};
-
-struct Handles {
-  std::mutex mutex;
-  std::unordered_map<UINT_PTR, Entry> open;
-  // Apart from kernel handles; values are not used again, so that a key closed twice is noticed.
-  UINT_PTR next = 0x20000004;
-};
-
-Handles& handles() {
-  static Handles* instance = new Handles;
+HandleMap<OpenKey>& handles() {
+  static auto* instance = new HandleMap<OpenKey>(0x20000004);
   return *instance;
 }
 
@@ -31,12 +16,7 @@ constexpr REGSAM kViewFlags = KEY_WOW64_32KEY | KEY_WOW64_64KEY;
 }  // namespace
 
 HKEY OpenKeyHandle(OpenKey key) {
-  auto counted = std::make_unique<CountedResource>(Resource::kRegistryKey);
-  std::lock_guard lock(handles().mutex);
-  const UINT_PTR value = handles().next;
-  handles().next += 4;
-  handles().open.emplace(value, Entry{std::move(key), std::move(counted)});
-  return reinterpret_cast<HKEY>(value);
+  return static_cast<HKEY>(handles().Add(std::move(key), Resource::kRegistryKey));
 }
 
 bool IsPredefined(HKEY handle) {
@@ -51,9 +31,7 @@ std::optional<OpenKey> KeyOfHandle(HKEY handle) {
     if (!key) return std::nullopt;
     return OpenKey{key, AllowedAccess(key)};
   }
-  std::lock_guard lock(handles().mutex);
-  const auto found = handles().open.find(reinterpret_cast<UINT_PTR>(handle));
-  return found == handles().open.end() ? std::nullopt : std::optional(found->second.key);
+  return handles().Find(handle);
 }
 
 LSTATUS UseKey(HKEY handle, REGSAM right, OpenKey& key) {
@@ -65,20 +43,11 @@ LSTATUS UseKey(HKEY handle, REGSAM right, OpenKey& key) {
 }
 
 bool CloseKeyHandle(HKEY handle) {
-  if (IsPredefined(handle)) return true;
-  Entry closed;
-  std::lock_guard lock(handles().mutex);
-  const auto found = handles().open.find(reinterpret_cast<UINT_PTR>(handle));
-  if (found == handles().open.end()) return false;
-  closed = std::move(found->second);
-  handles().open.erase(found);
-  return true;
+  return IsPredefined(handle) || handles().Take(handle).has_value();
 }
 
 bool HasOpenHandles(const Hive& hive) {
-  std::lock_guard lock(handles().mutex);
-  return std::any_of(handles().open.begin(), handles().open.end(),
-                     [&](const auto& entry) { return &entry.second.key.key.hive() == &hive; });
+  return handles().AnyOf([&](const OpenKey& open) { return &open.key.hive() == &hive; });
 }
 
 REGSAM AllowedAccess(const RegistryKey& key) {

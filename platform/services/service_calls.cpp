@@ -2,11 +2,10 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <unordered_map>
 
-#include "platform/control/leaks.h"
 #include "platform/kernel/api_call.h"
 #include "platform/kernel/clock.h"
+#include "platform/kernel/handle_map.h"
 #include "platform/security/rights.h"
 #include "platform/services/services.h"
 
@@ -26,44 +25,24 @@ BOOL Fail(DWORD error) {
 struct OpenService {
   WideString name;  // empty: the manager
   DWORD access;
-  std::shared_ptr<CountedResource> counted;
 };
 
-struct Handles {
-  std::mutex mutex;
-  std::unordered_map<UINT_PTR, OpenService> open;
-  UINT_PTR next = 0x30000004;
-};
-
-Handles& handles() {
-  static Handles* instance = new Handles;
+HandleMap<OpenService>& handles() {
+  static auto* instance = new HandleMap<OpenService>(0x40000004);
   return *instance;
 }
 
 SC_HANDLE OpenHandleOf(const WideString& name, DWORD access) {
-  auto counted = std::make_shared<CountedResource>(Resource::kServiceHandle);
-  std::lock_guard lock(handles().mutex);
-  const UINT_PTR value = handles().next;
-  handles().next += 4;
-  handles().open.emplace(value, OpenService{name, access, std::move(counted)});
-  return reinterpret_cast<SC_HANDLE>(value);
-}
-
-std::optional<OpenService> Lookup(SC_HANDLE handle) {
-  std::lock_guard lock(handles().mutex);
-  const auto found = handles().open.find(reinterpret_cast<UINT_PTR>(handle));
-  return found == handles().open.end() ? std::nullopt : std::optional(found->second);
+  return static_cast<SC_HANDLE>(handles().Add({name, access}, Resource::kServiceHandle));
 }
 
 bool IsOpenElsewhere(const WideString& name) {
-  std::lock_guard lock(handles().mutex);
-  return std::any_of(handles().open.begin(), handles().open.end(),
-                     [&](const auto& entry) { return EqualNoCase(entry.second.name, name); });
+  return handles().AnyOf([&](const OpenService& open) { return EqualNoCase(open.name, name); });
 }
 
 // The service of a handle with the right; sets the last error otherwise.
 std::optional<Service> ServiceOf(SC_HANDLE handle, DWORD right) {
-  const std::optional<OpenService> open = Lookup(handle);
+  const std::optional<OpenService> open = handles().Find(handle);
   if (!open || open->name.empty()) {
     SetLastError(ERROR_INVALID_HANDLE);
     return std::nullopt;
@@ -147,7 +126,7 @@ SC_HANDLE WINAPI OpenSCManagerW(LPCWSTR machine, LPCWSTR database, DWORD access)
 
 SC_HANDLE WINAPI OpenServiceW(SC_HANDLE manager, LPCWSTR name, DWORD access) {
   KV_API(OpenServiceW, ERROR_ACCESS_DENIED, nullptr, manager, name, access);
-  const std::optional<OpenService> open = Lookup(manager);
+  const std::optional<OpenService> open = handles().Find(manager);
   if (!open || !open->name.empty()) {
     SetLastError(ERROR_INVALID_HANDLE);
     return nullptr;
@@ -168,7 +147,7 @@ SC_HANDLE WINAPI CreateServiceW(SC_HANDLE manager, LPCWSTR name, LPCWSTR display
   KV_API(CreateServiceW, ERROR_ACCESS_DENIED, nullptr, manager, name, display_name, access, type,
          start_type, error_control, binary_path, load_order_group, tag, dependencies, account,
          password);
-  const std::optional<OpenService> open = Lookup(manager);
+  const std::optional<OpenService> open = handles().Find(manager);
   Service service;
   service.name = View(name);
   DWORD error = ERROR_SUCCESS;
@@ -203,15 +182,10 @@ SC_HANDLE WINAPI CreateServiceW(SC_HANDLE manager, LPCWSTR name, LPCWSTR display
 
 BOOL WINAPI CloseServiceHandle(SC_HANDLE handle) {
   KV_API_NOFAIL(CloseServiceHandle, FALSE, handle);
-  const std::optional<OpenService> open = Lookup(handle);
-  if (!open) return Fail(ERROR_INVALID_HANDLE);
-  {
-    std::lock_guard lock(handles().mutex);
-    handles().open.erase(reinterpret_cast<UINT_PTR>(handle));
-  }
-  if (!open->name.empty() && !IsOpenElsewhere(open->name)) {
-    Services::Current().RemoveIfMarked(open->name);
-  }
+  const auto closed = handles().Take(handle);
+  if (!closed) return Fail(ERROR_INVALID_HANDLE);
+  const WideString& name = closed->value.name;
+  if (!name.empty() && !IsOpenElsewhere(name)) Services::Current().RemoveIfMarked(name);
   return TRUE;
 }
 

@@ -92,7 +92,9 @@ TEST_F(TreesTest, PathsAreTakenApartAndPutTogether) {
     GetDirectory(c.path, out);
     EXPECT_EQ(WideView(out), c.expected);
   }
-  GetDirectory((WideString(MAX_PATH, 'x') + WCHAR('\\')).c_str(), out);
+  WideString beyond(MAX_PATH + 1, 'x');
+  beyond.back() = '\\';
+  GetDirectory(beyond.c_str(), out);
   EXPECT_EQ(WideView(out), TEXT("")) << "a part of the path is another directory";
   Put(TEXT("C:\\dir\\long name.html"));
   CAnsiText text;
