@@ -79,6 +79,7 @@ HDC WINAPI CreateDCW(LPCWSTR driver, LPCWSTR device, LPCWSTR port, const DEVMODE
     SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
     return nullptr;
   }
+  if (!RequireLocalSpooler(nullptr)) return nullptr;
   auto printer = DescribePrinter(WithoutOwnServer(View(device)));
   if (!printer) {
     SetLastError(ERROR_INVALID_PRINTER_NAME);

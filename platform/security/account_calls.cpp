@@ -9,16 +9,12 @@
 #include "platform/kernel/api_call.h"
 #include "platform/kernel/buffer.h"
 #include "platform/kernel/counted_blocks.h"
+#include "platform/kernel/result.h"
 #include "platform/security/rights.h"
 #include "platform/security/token.h"
 
 namespace platform {
 namespace {
-
-BOOL Fail(DWORD error) {
-  SetLastError(error);
-  return FALSE;
-}
 
 CountedBlocks& network_buffers() {
   static CountedBlocks* instance = new CountedBlocks(Resource::kNetworkBuffer);
@@ -32,7 +28,7 @@ BOOL CopyTexts(const WideString& first, LPWSTR first_buffer, LPDWORD first_size,
   if (!fit) {
     *first_size = static_cast<DWORD>(first.size() + 1);
     *second_size = static_cast<DWORD>(second.size() + 1);
-    return Fail(ERROR_INSUFFICIENT_BUFFER);
+    return Finish(ERROR_INSUFFICIENT_BUFFER);
   }
   *first_size = CopyOut(first, first_buffer, *first_size);
   *second_size = CopyOut(second, second_buffer, *second_size);
@@ -50,7 +46,7 @@ BOOL WINAPI GetUserNameW(LPWSTR buffer, LPDWORD size) {
   const bool fits = *size > name.size();
   CopyOut(name, buffer, *size);
   *size = static_cast<DWORD>(name.size() + 1);
-  return fits ? TRUE : Fail(ERROR_INSUFFICIENT_BUFFER);
+  return fits ? TRUE : Finish(ERROR_INSUFFICIENT_BUFFER);
 }
 
 BOOL WINAPI LookupAccountNameW(LPCWSTR system, LPCWSTR account, PSID sid, LPDWORD sid_size,
@@ -59,14 +55,14 @@ BOOL WINAPI LookupAccountNameW(LPCWSTR system, LPCWSTR account, PSID sid, LPDWOR
          domain_size, use);
   if (!RequireNtFamily() || !RequireThisSystem(system)) return FALSE;
   const std::optional<Account> found = FindAccount(View(account));
-  if (!found) return Fail(ERROR_NONE_MAPPED);
+  if (!found) return Finish(ERROR_NONE_MAPPED);
   const std::vector<uint8_t>& bytes = found->sid.bytes();
   const bool sid_fits = sid != nullptr && *sid_size >= bytes.size();
   const bool domain_fits = *domain_size > found->domain.size();
   *sid_size = static_cast<DWORD>(bytes.size());
   if (!sid_fits || !domain_fits) {
     *domain_size = static_cast<DWORD>(found->domain.size() + 1);
-    return Fail(ERROR_INSUFFICIENT_BUFFER);
+    return Finish(ERROR_INSUFFICIENT_BUFFER);
   }
   std::memcpy(sid, bytes.data(), bytes.size());
   *domain_size = CopyOut(found->domain, domain, *domain_size);
@@ -80,9 +76,9 @@ BOOL WINAPI LookupAccountSidW(LPCWSTR system, PSID sid, LPWSTR name, LPDWORD nam
          domain_size, use);
   if (!RequireNtFamily() || !RequireThisSystem(system)) return FALSE;
   const std::optional<Sid> wanted = Sid::FromMemory(sid);
-  if (!wanted) return Fail(ERROR_INVALID_PARAMETER);
+  if (!wanted) return Finish(ERROR_INVALID_PARAMETER);
   const std::optional<Account> found = FindAccount(*wanted);
-  if (!found) return Fail(ERROR_NONE_MAPPED);
+  if (!found) return Finish(ERROR_NONE_MAPPED);
   *use = found->use;
   return CopyTexts(found->name, name, name_size, found->domain, domain, domain_size);
 }

@@ -4,15 +4,11 @@
 #include <cstring>
 
 #include "platform/kernel/api_call.h"
+#include "platform/kernel/result.h"
 #include "platform/security/sid.h"
 
 namespace platform {
 namespace {
-
-BOOL Fail(DWORD error) {
-  SetLastError(error);
-  return FALSE;
-}
 
 // What one part of a descriptor of either form points to.
 struct DescriptorParts {
@@ -81,7 +77,7 @@ using namespace platform;
 
 BOOL WINAPI InitializeSecurityDescriptor(PSECURITY_DESCRIPTOR descriptor, DWORD revision) {
   KV_API(InitializeSecurityDescriptor, ERROR_UNKNOWN_REVISION, FALSE, descriptor, revision);
-  if (revision != SECURITY_DESCRIPTOR_REVISION) return Fail(ERROR_UNKNOWN_REVISION);
+  if (revision != SECURITY_DESCRIPTOR_REVISION) return Finish(ERROR_UNKNOWN_REVISION);
   auto* absolute = static_cast<SECURITY_DESCRIPTOR*>(descriptor);
   *absolute = {};
   absolute->Revision = SECURITY_DESCRIPTOR_REVISION;
@@ -145,9 +141,9 @@ BOOL WINAPI GetAclInformation(PACL acl, LPVOID information, DWORD size,
                               ACL_INFORMATION_CLASS information_class) {
   KV_API(GetAclInformation, ERROR_INVALID_PARAMETER, FALSE, acl, information, size,
          information_class);
-  if (information_class != AclSizeInformation) return Fail(ERROR_CALL_NOT_IMPLEMENTED);
-  if (acl == nullptr || acl->AclRevision < ACL_REVISION) return Fail(ERROR_INVALID_PARAMETER);
-  if (size < sizeof(ACL_SIZE_INFORMATION)) return Fail(ERROR_INSUFFICIENT_BUFFER);
+  if (information_class != AclSizeInformation) return Finish(ERROR_CALL_NOT_IMPLEMENTED);
+  if (acl == nullptr || acl->AclRevision < ACL_REVISION) return Finish(ERROR_INVALID_PARAMETER);
+  if (size < sizeof(ACL_SIZE_INFORMATION)) return Finish(ERROR_INSUFFICIENT_BUFFER);
   DWORD used = sizeof(ACL);
   for (WORD i = 0; i < acl->AceCount; ++i) {
     const auto* ace = reinterpret_cast<const ACE_HEADER*>(reinterpret_cast<BYTE*>(acl) + used);
@@ -159,7 +155,7 @@ BOOL WINAPI GetAclInformation(PACL acl, LPVOID information, DWORD size,
 
 BOOL WINAPI GetAce(PACL acl, DWORD index, LPVOID* ace) {
   KV_API(GetAce, ERROR_INVALID_PARAMETER, FALSE, acl, index, ace);
-  if (index >= acl->AceCount) return Fail(ERROR_INVALID_PARAMETER);
+  if (index >= acl->AceCount) return Finish(ERROR_INVALID_PARAMETER);
   BYTE* at = reinterpret_cast<BYTE*>(acl) + sizeof(ACL);
   for (; index != 0; --index) at += reinterpret_cast<const ACE_HEADER*>(at)->AceSize;
   *ace = at;

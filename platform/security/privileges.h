@@ -3,8 +3,6 @@
 
 #include <windows.h>
 
-#include <optional>
-
 #include "platform/kernel/text.h"
 
 namespace platform {

@@ -5,6 +5,7 @@
 
 #include "platform/kernel/api_call.h"
 #include "platform/kernel/processes.h"
+#include "platform/kernel/result.h"
 #include "platform/kernel/system_version.h"
 #include "platform/security/rights.h"
 #include "platform/security/token.h"
@@ -13,23 +14,12 @@
 namespace platform {
 namespace {
 
-BOOL Fail(DWORD error) {
-  SetLastError(error);
-  return FALSE;
-}
-
 // The token of a handle with the right; sets the last error otherwise.
 std::shared_ptr<Token> TokenOf(HANDLE handle, DWORD access) {
   const auto object = ObjectOf<TokenHandle>(handle);
-  if (object == nullptr) {
-    SetLastError(ERROR_INVALID_HANDLE);
-    return nullptr;
-  }
-  if (!object->Allows(access)) {
-    SetLastError(ERROR_ACCESS_DENIED);
-    return nullptr;
-  }
-  return object->token();
+  if (object != nullptr && object->Allows(access)) return object->token();
+  SetLastError(object == nullptr ? ERROR_INVALID_HANDLE : ERROR_ACCESS_DENIED);
+  return nullptr;
 }
 
 // A structure with SIDs behind it, laid out for the address at which it will lie.
@@ -49,7 +39,7 @@ class TokenBlock {
   }
   BOOL CopyTo(LPVOID target, DWORD size, PDWORD needed) {
     *needed = static_cast<DWORD>(bytes_.size());
-    if (target == nullptr || size < bytes_.size()) return Fail(ERROR_INSUFFICIENT_BUFFER);
+    if (target == nullptr || size < bytes_.size()) return Finish(ERROR_INSUFFICIENT_BUFFER);
     for (const auto& [offset, at] : pointers_) Put(offset, static_cast<BYTE*>(target) + at);
     std::copy(bytes_.begin(), bytes_.end(), static_cast<BYTE*>(target));
     return TRUE;
@@ -92,7 +82,7 @@ TokenBlock PrivilegesOf(const Token& token) {
 
 BOOL GetElevation(const Token& token, LPVOID information, DWORD size, PDWORD needed) {
   *needed = sizeof(TOKEN_ELEVATION);
-  if (size < sizeof(TOKEN_ELEVATION)) return Fail(ERROR_BAD_LENGTH);
+  if (size < sizeof(TOKEN_ELEVATION)) return Finish(ERROR_BAD_LENGTH);
   static_cast<TOKEN_ELEVATION*>(information)->TokenIsElevated = token.Owner().IsElevated();
   return TRUE;
 }
@@ -123,14 +113,14 @@ BOOL WINAPI OpenProcessToken(HANDLE process, DWORD access, PHANDLE token) {
   if (!RequireNtFamily()) return FALSE;
   if (const auto opened = ObjectOf<OpenedProcess>(process)) {
     const std::shared_ptr<Token> theirs = TokenOfProcess(opened->id());
-    if (theirs == nullptr) return Fail(ERROR_ACCESS_DENIED);
+    if (theirs == nullptr) return Finish(ERROR_ACCESS_DENIED);
     // Other users' tokens are an administrator's to open.
     const bool own = theirs->Owner().SidText() == CallerSid();
-    if (!own && !CallerIsElevatedAdministrator()) return Fail(ERROR_ACCESS_DENIED);
+    if (!own && !CallerIsElevatedAdministrator()) return Finish(ERROR_ACCESS_DENIED);
     return Hand(theirs, access, token);
   }
   if (process != GetCurrentProcess()) {
-    return Fail(ObjectOf(process) == nullptr ? ERROR_INVALID_HANDLE : ERROR_CALL_NOT_IMPLEMENTED);
+    return Finish(ObjectOf(process) == nullptr ? ERROR_INVALID_HANDLE : ERROR_CALL_NOT_IMPLEMENTED);
   }
   return Hand(Machine::Current().Part<ProcessToken>().token(), access, token);
 }
@@ -139,13 +129,13 @@ BOOL WINAPI OpenThreadToken(HANDLE thread, DWORD access, BOOL open_as_self, PHAN
   KV_API(OpenThreadToken, ERROR_ACCESS_DENIED, FALSE, thread, access, open_as_self, token);
   if (!RequireNtFamily()) return FALSE;
   if (thread != GetCurrentThread()) {
-    return Fail(ObjectOf(thread) == nullptr ? ERROR_INVALID_HANDLE : ERROR_CALL_NOT_IMPLEMENTED);
+    return Finish(ObjectOf(thread) == nullptr ? ERROR_INVALID_HANDLE : ERROR_CALL_NOT_IMPLEMENTED);
   }
   const std::shared_ptr<Token> own = ThreadToken();
-  if (own == nullptr) return Fail(ERROR_NO_TOKEN);
+  if (own == nullptr) return Finish(ERROR_NO_TOKEN);
   // Somebody who may only be identified cannot open anything.
   if (!open_as_self && own->level < SecurityImpersonation) {
-    return Fail(ERROR_BAD_IMPERSONATION_LEVEL);
+    return Finish(ERROR_BAD_IMPERSONATION_LEVEL);
   }
   return Hand(own, access, token);
 }
@@ -165,15 +155,15 @@ BOOL WINAPI GetTokenInformation(HANDLE token, TOKEN_INFORMATION_CLASS informatio
     case TokenPrivileges:
       return PrivilegesOf(*asked).CopyTo(information, size, needed);
     case TokenElevation:
-      if (!has_elevation) return Fail(ERROR_INVALID_PARAMETER);
+      if (!has_elevation) return Finish(ERROR_INVALID_PARAMETER);
       return GetElevation(*asked, information, size, needed);
     case TokenIntegrityLevel:
-      if (!has_elevation) return Fail(ERROR_INVALID_PARAMETER);
+      if (!has_elevation) return Finish(ERROR_INVALID_PARAMETER);
       return OneSid(Sid::Integrity(asked->Owner().IntegrityLevel()),
                     SE_GROUP_INTEGRITY | SE_GROUP_INTEGRITY_ENABLED)
           .CopyTo(information, size, needed);
     default:
-      return Fail(ERROR_CALL_NOT_IMPLEMENTED);
+      return Finish(ERROR_CALL_NOT_IMPLEMENTED);
   }
 }
 
@@ -184,12 +174,12 @@ BOOL WINAPI AdjustTokenPrivileges(HANDLE token, BOOL disable_all, PTOKEN_PRIVILE
   const std::shared_ptr<Token> adjusted = TokenOf(token, TOKEN_ADJUST_PRIVILEGES);
   if (adjusted == nullptr) return FALSE;
   if (disable_all || state == nullptr || previous != nullptr) {
-    return Fail(ERROR_CALL_NOT_IMPLEMENTED);
+    return Finish(ERROR_CALL_NOT_IMPLEMENTED);
   }
   bool all_assigned = true;
   for (DWORD i = 0; i < state->PrivilegeCount; ++i) {
     const LUID_AND_ATTRIBUTES& wanted = state->Privileges[i];
-    if ((wanted.Attributes & SE_PRIVILEGE_REMOVED) != 0) return Fail(ERROR_CALL_NOT_IMPLEMENTED);
+    if ((wanted.Attributes & SE_PRIVILEGE_REMOVED) != 0) return Finish(ERROR_CALL_NOT_IMPLEMENTED);
     const bool on = (wanted.Attributes & SE_PRIVILEGE_ENABLED) != 0;
     if (wanted.Luid.HighPart != 0 || !adjusted->Enable(wanted.Luid.LowPart, on)) {
       all_assigned = false;
@@ -205,7 +195,10 @@ BOOL WINAPI DuplicateTokenEx(HANDLE token, DWORD access, LPSECURITY_ATTRIBUTES a
          copy);
   const std::shared_ptr<Token> original = TokenOf(token, TOKEN_DUPLICATE);
   if (original == nullptr) return FALSE;
+  if (access == 0 || attributes != nullptr || type != TokenPrimary) {
+    return Finish(ERROR_CALL_NOT_IMPLEMENTED);
+  }
   const std::shared_ptr<Token> duplicate = original->Duplicate();
   duplicate->level = level;
-  return Hand(duplicate, access == 0 ? MAXIMUM_ALLOWED : access, copy);
+  return Hand(duplicate, access, copy);
 }

@@ -6,6 +6,8 @@
 #include "platform/kernel/api_call.h"
 #include "platform/kernel/clock.h"
 #include "platform/kernel/handle_map.h"
+#include "platform/kernel/result.h"
+#include "platform/kernel/split.h"
 #include "platform/security/rights.h"
 #include "platform/services/services.h"
 
@@ -16,11 +18,6 @@ constexpr DWORD kManagerRead =
     STANDARD_RIGHTS_READ | SC_MANAGER_ENUMERATE_SERVICE | SC_MANAGER_QUERY_LOCK_STATUS;
 constexpr DWORD kServiceRead = STANDARD_RIGHTS_READ | SERVICE_QUERY_CONFIG | SERVICE_QUERY_STATUS |
                                SERVICE_INTERROGATE | SERVICE_ENUMERATE_DEPENDENTS;
-
-BOOL Fail(DWORD error) {
-  SetLastError(error);
-  return FALSE;
-}
 
 struct OpenService {
   WideString name;  // empty: the manager
@@ -72,15 +69,6 @@ SERVICE_STATUS StatusOf(const Service& service) {
   status.dwCurrentState = Services::Current().State(service);
   if (status.dwCurrentState == SERVICE_RUNNING) status.dwControlsAccepted = SERVICE_ACCEPT_STOP;
   return status;
-}
-
-std::vector<WideString> SplitTexts(LPCWSTR texts) {
-  std::vector<WideString> list;
-  while (texts != nullptr && *texts != 0) {
-    list.emplace_back(texts);
-    texts += list.back().size() + 1;
-  }
-  return list;
 }
 
 // The entries at the beginning of the buffer, their texts behind them.
@@ -174,7 +162,10 @@ SC_HANDLE WINAPI CreateServiceW(SC_HANDLE manager, LPCWSTR name, LPCWSTR display
   service.start_type = start_type;
   service.error_control = error_control;
   service.depends_on = SplitTexts(dependencies);
-  Services::Current().Add(service);
+  if (!Services::Current().Add(service)) {
+    SetLastError(ERROR_CANTWRITE);
+    return nullptr;
+  }
   Services::Current().SetState(service, SERVICE_STOPPED);
   GrantAccess(access, kServiceRead, SERVICE_ALL_ACCESS);
   return OpenHandleOf(service.name, access);
@@ -183,7 +174,7 @@ SC_HANDLE WINAPI CreateServiceW(SC_HANDLE manager, LPCWSTR name, LPCWSTR display
 BOOL WINAPI CloseServiceHandle(SC_HANDLE handle) {
   KV_API_NOFAIL(CloseServiceHandle, FALSE, handle);
   const auto closed = handles().Take(handle);
-  if (!closed) return Fail(ERROR_INVALID_HANDLE);
+  if (!closed) return Finish(ERROR_INVALID_HANDLE);
   const WideString& name = closed->value.name;
   if (!name.empty() && !IsOpenElsewhere(name)) Services::Current().RemoveIfMarked(name);
   return TRUE;
@@ -193,7 +184,7 @@ BOOL WINAPI DeleteService(SC_HANDLE handle) {
   KV_API(DeleteService, ERROR_ACCESS_DENIED, FALSE, handle);
   const std::optional<Service> service = ServiceOf(handle, DELETE);
   if (!service) return FALSE;
-  if (service->delete_pending) return Fail(ERROR_SERVICE_MARKED_FOR_DELETE);
+  if (service->delete_pending) return Finish(ERROR_SERVICE_MARKED_FOR_DELETE);
   Services::Current().MarkForDeletion(*service);
   return TRUE;
 }
@@ -213,19 +204,19 @@ BOOL WINAPI StartServiceW(SC_HANDLE handle, DWORD argument_count, LPCWSTR* argum
   KV_API(StartServiceW, ERROR_ACCESS_DENIED, FALSE, handle, argument_count, arguments);
   const std::optional<Service> service = ServiceOf(handle, SERVICE_START);
   if (!service) return FALSE;
-  if (argument_count != 0) return Fail(ERROR_CALL_NOT_IMPLEMENTED);
+  if (argument_count != 0) return Finish(ERROR_CALL_NOT_IMPLEMENTED);
   const DWORD error = Services::Current().Start(*service);
-  return error == ERROR_SUCCESS ? TRUE : Fail(error);
+  return Finish(error);
 }
 
 BOOL WINAPI ControlService(SC_HANDLE handle, DWORD control, LPSERVICE_STATUS status) {
   KV_API(ControlService, ERROR_ACCESS_DENIED, FALSE, handle, control, status);
-  if (control != SERVICE_CONTROL_STOP) return Fail(ERROR_CALL_NOT_IMPLEMENTED);
+  if (control != SERVICE_CONTROL_STOP) return Finish(ERROR_CALL_NOT_IMPLEMENTED);
   const std::optional<Service> service = ServiceOf(handle, SERVICE_STOP);
   if (!service) return FALSE;
   const DWORD error = Services::Current().Stop(*service);
   *status = StatusOf(*service);
-  return error == ERROR_SUCCESS ? TRUE : Fail(error);
+  return Finish(error);
 }
 
 BOOL WINAPI EnumDependentServicesW(SC_HANDLE handle, DWORD state, LPENUM_SERVICE_STATUSW dependents,
@@ -241,7 +232,7 @@ BOOL WINAPI EnumDependentServicesW(SC_HANDLE handle, DWORD state, LPENUM_SERVICE
   });
   *returned = 0;
   *needed = SizeOfEntries(found);
-  if (size < *needed) return Fail(ERROR_MORE_DATA);
+  if (size < *needed) return Finish(ERROR_MORE_DATA);
   PackEntries(found, dependents);
   *needed = 0;
   *returned = static_cast<DWORD>(found.size());

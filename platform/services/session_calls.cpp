@@ -9,6 +9,7 @@
 #include "platform/kernel/api_call.h"
 #include "platform/kernel/clock.h"
 #include "platform/kernel/counted_blocks.h"
+#include "platform/kernel/result.h"
 #include "platform/security/rights.h"
 #include "platform/security/token.h"
 #include "platform/services/services.h"
@@ -16,11 +17,6 @@
 
 namespace platform {
 namespace {
-
-BOOL Fail(DWORD error) {
-  SetLastError(error);
-  return FALSE;
-}
 
 CountedBlocks& session_memory() {
   static CountedBlocks* instance = new CountedBlocks(Resource::kSessionMemory);
@@ -46,10 +42,10 @@ class SentMessages {
 
 // Whether sessions of this server can be asked about; else the last error is set.
 bool RequireSessions(HANDLE server) {
-  if (server != WTS_CURRENT_SERVER_HANDLE) return Fail(ERROR_CALL_NOT_IMPLEMENTED);
+  if (server != WTS_CURRENT_SERVER_HANDLE) return Finish(ERROR_CALL_NOT_IMPLEMENTED);
   const std::optional<Service> service = Services::Current().Find(TEXT("TermService"));
   const bool runs = service && Services::Current().State(*service) == SERVICE_RUNNING;
-  return runs || Fail(ERROR_APP_WRONG_OS);
+  return runs || Finish(ERROR_APP_WRONG_OS);
 }
 
 std::optional<Session> RequireSession(HANDLE server, DWORD id) {
@@ -100,7 +96,7 @@ BOOL WINAPI WTSEnumerateSessionsW(HANDLE server, DWORD reserved, DWORD version,
                                   PWTS_SESSION_INFOW* sessions, DWORD* count) {
   KV_API(WTSEnumerateSessionsW, ERROR_APP_WRONG_OS, FALSE, server, reserved, version, sessions,
          count);
-  if (reserved != 0 || version != 1) return Fail(ERROR_INVALID_PARAMETER);
+  if (reserved != 0 || version != 1) return Finish(ERROR_INVALID_PARAMETER);
   if (!RequireSessions(server)) return FALSE;
   const std::vector<Session> all = AllSessions();
   size_t size = all.size() * sizeof(WTS_SESSION_INFOW);
@@ -119,7 +115,7 @@ BOOL WINAPI WTSEnumerateProcessesW(HANDLE server, DWORD reserved, DWORD version,
                                    PWTS_PROCESS_INFOW* processes, DWORD* count) {
   KV_API(WTSEnumerateProcessesW, ERROR_APP_WRONG_OS, FALSE, server, reserved, version, processes,
          count);
-  if (reserved != 0 || version != 1) return Fail(ERROR_INVALID_PARAMETER);
+  if (reserved != 0 || version != 1) return Finish(ERROR_INVALID_PARAMETER);
   if (!RequireSessions(server)) return FALSE;
   const std::vector<SessionProcess> all = AllProcesses();
   size_t size = all.size() * (sizeof(WTS_PROCESS_INFOW) + SECURITY_MAX_SID_SIZE);
@@ -165,7 +161,7 @@ BOOL WINAPI WTSQuerySessionInformationW(HANDLE server, DWORD session, WTS_INFO_C
       Hand(&asked->protocol, sizeof asked->protocol, buffer, size);
       return TRUE;
     default:
-      return Fail(ERROR_CALL_NOT_IMPLEMENTED);
+      return Finish(ERROR_CALL_NOT_IMPLEMENTED);
   }
 }
 
@@ -173,8 +169,8 @@ BOOL WINAPI WTSQueryUserToken(ULONG session, PHANDLE token) {
   KV_API(WTSQueryUserToken, ERROR_PRIVILEGE_NOT_HELD, FALSE, session, token);
   const std::optional<Session> asked = RequireSession(WTS_CURRENT_SERVER_HANDLE, session);
   if (!asked) return FALSE;
-  if (!CallerHasPrivilege(SE_TCB_NAME)) return Fail(ERROR_PRIVILEGE_NOT_HELD);
-  if (!User::Named(asked->user)) return Fail(ERROR_NO_TOKEN);
+  if (!CallerHasPrivilege(SE_TCB_NAME)) return Finish(ERROR_PRIVILEGE_NOT_HELD);
+  if (!User::Named(asked->user)) return Finish(ERROR_NO_TOKEN);
   *token = OpenHandle(
       std::make_shared<TokenHandle>(std::make_shared<Token>(asked->user), MAXIMUM_ALLOWED));
   return TRUE;

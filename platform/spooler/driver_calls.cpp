@@ -3,6 +3,7 @@
 
 #include "platform/kernel/api_call.h"
 #include "platform/kernel/path.h"
+#include "platform/kernel/split.h"
 #include "platform/spooler/level_packing.h"
 #include "platform/spooler/print_records.h"
 #include "platform/spooler/printer_handles.h"
@@ -33,15 +34,6 @@ constexpr Level<Driver> kLevels[] = {{2, kDriver2}, {3, kDriver3}};
 struct DirectoryRecord {
   WideString path;
 };
-
-std::vector<WideString> SplitTexts(LPCWSTR texts) {
-  std::vector<WideString> list;
-  while (texts != nullptr && *texts != 0) {
-    list.emplace_back(texts);
-    texts += list.back().size() + 1;
-  }
-  return list;
-}
 
 Driver DriverFrom(DWORD level, const DRIVER_INFO_3W& info) {
   Driver driver;

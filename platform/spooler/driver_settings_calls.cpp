@@ -74,6 +74,7 @@ LONG WINAPI DocumentPropertiesW(HWND owner, HANDLE printer, LPWSTR device, PDEVM
 int WINAPI DeviceCapabilitiesW(LPCWSTR device, LPCWSTR port, WORD capability, LPWSTR out,
                                const DEVMODEW* mode) {
   KV_API(DeviceCapabilitiesW, ERROR_INVALID_PRINTER_NAME, -1, device, port, capability, out, mode);
+  if (!RequireLocalSpooler(nullptr)) return -1;
   const auto printer = FindPrinter(WithoutOwnServer(View(device)));
   if (!printer) return FailDriver(ERROR_INVALID_PRINTER_NAME);
   const HostDriver driver(printer->driver);

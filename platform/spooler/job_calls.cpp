@@ -1,9 +1,8 @@
 // Printing documents.
 #include <windows.h>
 
-#include "platform/control/facts.h"
-#include "platform/control/machine.h"
 #include "platform/kernel/api_call.h"
+#include "platform/security/token.h"
 #include "platform/spooler/print_records.h"
 #include "platform/spooler/printer_handles.h"
 #include "platform/spooler/spooler.h"
@@ -15,10 +14,10 @@ namespace platform {
 namespace {
 
 // The printer's document; null, with ERROR_INVALID_HANDLE or ERROR_SPL_NO_STARTDOC, when there is
-// none.
+// none, and while the spooler does not run.
 std::shared_ptr<PrintJob> JobOfHandle(HANDLE handle) {
   const auto printer = PrinterOfHandle(handle);
-  if (printer == nullptr) return nullptr;
+  if (printer == nullptr || !RequireLocalSpooler(nullptr)) return nullptr;
   if (printer->job == nullptr) SetLastError(ERROR_SPL_NO_STARTDOC);
   return printer->job;
 }
@@ -30,11 +29,6 @@ std::shared_ptr<PrintJob> TakeJob(HANDLE handle) {
   return job;
 }
 
-// The first of the printer's ports takes the document.
-WideString FirstPort(const PrinterRecord& printer) {
-  return printer.port.substr(0, printer.port.find(TEXT(',')));
-}
-
 DWORD StartDocument(OpenPrinterState& printer, const DOC_INFO_1W& document) {
   if (printer.job != nullptr) return FailSpooler(ERROR_INVALID_PRINTER_STATE);
   if (document.pOutputFile != nullptr) return FailSpooler(ERROR_CALL_NOT_IMPLEMENTED);
@@ -43,18 +37,19 @@ DWORD StartDocument(OpenPrinterState& printer, const DOC_INFO_1W& document) {
   if (!View(document.pDatatype).empty() && !IsDatatype(document.pDatatype)) {
     return FailSpooler(ERROR_INVALID_DATATYPE);
   }
-  const WideString port = FirstPort(*record);
-  auto monitor = Spooler::Current().MonitorOfPort(port);
+  // The first of the printer's ports takes the document.
+  const std::vector<WideString> ports = PortsOf(*record);
+  auto monitor = ports.empty() ? nullptr : Spooler::Current().MonitorOfPort(ports.front());
   if (monitor == nullptr) return FailSpooler(ERROR_UNKNOWN_PORT);
   JobRecord job;
   job.printer = printer.name;
   job.document = View(document.pDocName);
   job.datatype =
       View(document.pDatatype).empty() ? printer.datatype : WideString(document.pDatatype);
-  job.user = ToWide(Fact(facts::kUserName, "Ada"));
+  job.user = EffectiveToken()->Owner().name();
   job.process = static_cast<DWORD>(getpid());
   const bool keep = (record->attributes & PRINTER_ATTRIBUTE_KEEPPRINTEDJOBS) != 0;
-  printer.job = PrintJob::Start(std::move(monitor), port, std::move(job), keep);
+  printer.job = PrintJob::Start(std::move(monitor), ports.front(), std::move(job), keep);
   return printer.job == nullptr ? 0 : printer.job->id();
 }
 
@@ -90,8 +85,7 @@ BOOL WINAPI WritePrinter(HANDLE printer, LPVOID data, DWORD size, LPDWORD writte
 BOOL WINAPI EndPagePrinter(HANDLE printer) {
   KV_API(EndPagePrinter, ERROR_SPL_NO_STARTDOC, FALSE, printer);
   const auto job = JobOfHandle(printer);
-  if (job != nullptr) job->EndPage();
-  return job != nullptr;
+  return job != nullptr && job->EndPage();
 }
 
 BOOL WINAPI EndDocPrinter(HANDLE printer) {

@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <set>
 
 #include "platform/kernel/api_call.h"
 #include "platform/kernel/wow64.h"
@@ -41,13 +42,13 @@ bool IsSpoolerEnvironment(LPCWSTR environment) {
 }
 
 bool PrintersUsePortsOf(const PortMonitor& monitor) {
+  std::set<WideString, LessNoCase> used;
+  for (const PrinterRecord& printer : ReadPrinters()) {
+    for (WideString& port : PortsOf(printer)) used.insert(std::move(port));
+  }
   const std::vector<PortRecord> ports = monitor.Ports(1);
-  const std::vector<PrinterRecord> printers = ReadPrinters();
-  return std::any_of(printers.begin(), printers.end(), [&](const PrinterRecord& printer) {
-    return std::any_of(ports.begin(), ports.end(), [&](const PortRecord& port) {
-      return EqualNoCase(port.name, printer.port);
-    });
-  });
+  return std::any_of(ports.begin(), ports.end(),
+                     [&](const PortRecord& port) { return used.contains(port.name); });
 }
 
 BOOL DeleteLoadedMonitor(WideView name) {
@@ -80,7 +81,7 @@ BOOL WINAPI AddMonitorW(LPWSTR server, DWORD level, LPBYTE info) {
   if (IsKnown(monitor_info->pName)) return FailSpooler(ERROR_PRINT_MONITOR_ALREADY_INSTALLED);
   auto monitor = PortMonitor::Load(monitor_info->pName, monitor_info->pDLLName);
   if (monitor == nullptr) return FALSE;
-  RegisterMonitor(monitor->name(), monitor->file());
+  if (!RegisterMonitor(monitor->name(), monitor->file())) return FailSpooler(ERROR_CANTWRITE);
   Spooler::Current().Adopt(std::move(monitor));
   return TRUE;
 }

@@ -2,13 +2,11 @@
 #include <windows.h>
 
 #include <cstring>
-#include <mutex>
-#include <unordered_map>
 
 #include "platform/control/facts.h"
-#include "platform/control/leaks.h"
 #include "platform/control/machine.h"
 #include "platform/kernel/api_call.h"
+#include "platform/kernel/handle_map.h"
 #include "platform/kernel/split.h"
 #include "platform/spooler/remote_printers.h"
 
@@ -26,18 +24,10 @@ struct NetworkResource {
 struct ResourceWalk {
   std::vector<NetworkResource> resources;
   size_t next = 0;
-  CountedResource counted{Resource::kHandle};
 };
 
-struct Walks {
-  std::mutex mutex;
-  std::unordered_map<UINT_PTR, std::shared_ptr<ResourceWalk>> open;
-  // Apart from handles of other kinds; values are not used again.
-  UINT_PTR next = 0x48000004;
-};
-
-Walks& walks() {
-  static Walks* instance = new Walks;
+HandleMap<std::shared_ptr<ResourceWalk>>& walks() {
+  static auto* instance = new HandleMap<std::shared_ptr<ResourceWalk>>(0x48000004);
   return *instance;
 }
 
@@ -79,12 +69,6 @@ NETRESOURCEW Pack(const NetworkResource& resource, BYTE*& end) {
   return packed;
 }
 
-std::shared_ptr<ResourceWalk> WalkOf(HANDLE handle) {
-  std::lock_guard lock(walks().mutex);
-  const auto found = walks().open.find(reinterpret_cast<UINT_PTR>(handle));
-  return found == walks().open.end() ? nullptr : found->second;
-}
-
 }  // namespace
 }  // namespace platform
 
@@ -101,17 +85,13 @@ DWORD WINAPI WNetOpenEnumW(DWORD scope, DWORD type, DWORD usage, LPNETRESOURCEW 
   if (!HasServer(server)) return ERROR_BAD_NETPATH;
   auto walk = std::make_shared<ResourceWalk>();
   walk->resources = ResourcesOf(server);
-  std::lock_guard lock(walks().mutex);
-  const UINT_PTR value = walks().next;
-  walks().next += 4;
-  walks().open.emplace(value, std::move(walk));
-  *enumeration = reinterpret_cast<HANDLE>(value);
+  *enumeration = walks().Add(std::move(walk), Resource::kHandle);
   return ERROR_SUCCESS;
 }
 
 DWORD WINAPI WNetEnumResourceW(HANDLE enumeration, LPDWORD count, LPVOID buffer, LPDWORD size) {
   KV_API_STATUS(WNetEnumResourceW, ERROR_NO_MORE_ITEMS, enumeration, count, buffer, size);
-  const auto walk = WalkOf(enumeration);
+  const auto walk = walks().Find(enumeration).value_or(nullptr);
   if (walk == nullptr) return ERROR_INVALID_HANDLE;
   if (*count != ~DWORD{0}) return ERROR_CALL_NOT_IMPLEMENTED;
   *count = 0;
@@ -130,7 +110,5 @@ DWORD WINAPI WNetEnumResourceW(HANDLE enumeration, LPDWORD count, LPVOID buffer,
 
 DWORD WINAPI WNetCloseEnum(HANDLE enumeration) {
   KV_API_NOFAIL(WNetCloseEnum, ERROR_INVALID_HANDLE, enumeration);
-  std::lock_guard lock(walks().mutex);
-  return walks().open.erase(reinterpret_cast<UINT_PTR>(enumeration)) == 1 ? ERROR_SUCCESS
-                                                                          : ERROR_INVALID_HANDLE;
+  return walks().Take(enumeration) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
 }

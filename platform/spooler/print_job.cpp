@@ -9,6 +9,11 @@ namespace {
 
 constexpr DWORD kBlock = 0x10000;
 
+bool FailEnded() {
+  SetLastError(ERROR_INVALID_HANDLE);
+  return false;
+}
+
 }  // namespace
 
 PrintJob::PrintJob(std::shared_ptr<PortMonitor> monitor, JobRecord record, bool keep)
@@ -49,6 +54,7 @@ bool PrintJob::StartOnPort() {
 
 bool PrintJob::Write(const BYTE* data, DWORD size, DWORD& written) {
   written = 0;
+  if (ended_) return FailEnded();
   do {
     DWORD taken = 0;
     const DWORD block = std::min(size - written, kBlock);
@@ -65,9 +71,11 @@ bool PrintJob::Write(const BYTE* data, DWORD size, DWORD& written) {
   return true;
 }
 
-void PrintJob::EndPage() {
+bool PrintJob::EndPage() {
+  if (ended_) return FailEnded();
   ++record_.pages;
   Report();
+  return true;
 }
 
 void PrintJob::Report() {
@@ -84,7 +92,7 @@ bool PrintJob::Finish() {
 }
 
 bool PrintJob::End() {
-  if (ended_.exchange(true)) return true;
+  if (ended_.exchange(true)) return FailEnded();
   const bool finished = Finish();
   if (keep_) {
     record_.status = JOB_STATUS_PRINTED;
@@ -96,7 +104,7 @@ bool PrintJob::End() {
 }
 
 bool PrintJob::Abort() {
-  if (ended_.exchange(true)) return true;
+  if (ended_.exchange(true)) return FailEnded();
   const bool finished = Finish();
   Spooler::Current().state().RemoveJob(record_.id);
   return finished;

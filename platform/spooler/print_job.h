@@ -22,10 +22,13 @@ class PrintJob {
   PrintJob& operator=(const PrintJob&) = delete;
 
   DWORD id() const { return record_.id; }
+  // All fail with ERROR_INVALID_HANDLE once the document has ended, as it does when the spooler
+  // stops.
+
   // Writes all the data, block by block; `written` counts what the monitor took.
   bool Write(const BYTE* data, DWORD size, DWORD& written);
-  void EndPage();
-  // Each ends the document and closes the port, once; false when the monitor reports a failure.
+  bool EndPage();
+  // Each ends the document and closes the port; false when the monitor reports a failure.
   bool End();
   bool Abort();
 

@@ -107,6 +107,16 @@ DriverRecord DriverFrom(const RegistryKey& key, WideView environment, WideView n
 
 }  // namespace
 
+std::vector<WideString> PortsOf(const PrinterRecord& printer) {
+  std::vector<WideString> ports;
+  for (WideView rest = printer.port; !rest.empty();) {
+    const size_t end = std::min(rest.find(TEXT(',')), rest.size());
+    ports.emplace_back(rest.substr(0, end));
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+  }
+  return ports;
+}
+
 std::optional<PrinterRecord> ReadPrinter(WideView name) {
   if (name.empty()) return std::nullopt;
   const RegistryKey key = FindKey(PrinterPath(name));

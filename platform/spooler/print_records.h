@@ -41,6 +41,9 @@ struct PrinterRecord {
   DWORD directory_action = DSPRINT_UNPUBLISH;
 };
 
+// The names in a printer's list of ports.
+std::vector<WideString> PortsOf(const PrinterRecord& printer);
+
 std::optional<PrinterRecord> ReadPrinter(WideView name);
 // Sorted by name.
 std::vector<PrinterRecord> ReadPrinters();

@@ -9,13 +9,11 @@
 namespace platform {
 namespace {
 
-bool PortsExist(WideView ports) {
-  while (!ports.empty()) {
-    const size_t end = std::min(ports.find(TEXT(',')), ports.size());
-    if (Spooler::Current().MonitorOfPort(ports.substr(0, end)) == nullptr) return false;
-    ports.remove_prefix(std::min(end + 1, ports.size()));
-  }
-  return true;
+bool PortsExist(const PrinterRecord& printer) {
+  const std::vector<WideString> ports = PortsOf(printer);
+  return !ports.empty() && std::all_of(ports.begin(), ports.end(), [](const WideString& port) {
+    return Spooler::Current().MonitorOfPort(port) != nullptr;
+  });
 }
 
 Bytes DevModeBytes(const DEVMODEW* mode) {
@@ -70,7 +68,7 @@ PrinterRecord PrinterFrom(const PRINTER_INFO_2W& info) {
 
 DWORD RefusalOf(const PrinterRecord& printer) {
   if (!ReadDriver(NativeEnvironment(), printer.driver)) return ERROR_UNKNOWN_PRINTER_DRIVER;
-  if (printer.port.empty() || !PortsExist(printer.port)) return ERROR_UNKNOWN_PORT;
+  if (!PortsExist(printer)) return ERROR_UNKNOWN_PORT;
   if (!HasPrintProcessor(printer.processor)) return ERROR_UNKNOWN_PRINTPROCESSOR;
   if (!printer.datatype.empty() && !IsDatatype(printer.datatype)) return ERROR_INVALID_DATATYPE;
   return 0;

@@ -1,17 +1,15 @@
 #include "platform/spooler/spooler_calls.h"
 
 #include "platform/security/rights.h"
+#include "platform/security/users.h"
 #include "platform/spooler/spooler.h"
 
 namespace platform {
 
 WideView WithoutOwnServer(WideView name) {
   if (!name.starts_with(TEXT("\\\\"))) return name;
-  WCHAR own[MAX_COMPUTERNAME_LENGTH + 1];
-  DWORD size = MAX_COMPUTERNAME_LENGTH + 1;
-  if (!GetComputerNameW(own, &size)) return name;
   const size_t end = std::min(name.find(TEXT('\\'), 2), name.size());
-  if (!EqualNoCase(name.substr(2, end - 2), WideView(own, size))) return name;
+  if (!EqualNoCase(name.substr(2, end - 2), ComputerName())) return name;
   return name.substr(std::min(end + 1, name.size()));
 }
 

@@ -225,7 +225,7 @@ TEST_F(SpoolerTest, MonitorsAreAddedOnceAndDeletedWhenUnused) {
   EXPECT_EQ(PortNames(), (std::vector<WideString>{TEXT("LPT1:"), TEXT("FILE:"), TEXT("NUL:"),
                                                   TEXT("REC1:"), TEXT("REC2:")}));
 
-  EXPECT_EQ(AddPrinter(TEXT("P"), TEXT("rec2:")), 0u);
+  EXPECT_EQ(AddPrinter(TEXT("P"), TEXT("LPT1:,rec2:")), 0u);
   EXPECT_EQ(ErrorUnless(DeleteMonitorW(nullptr, nullptr, Mutable(TEXT("Rec")))),
             DWORD{ERROR_PRINT_MONITOR_IN_USE});
   const HANDLE printer = Open(PRINTER_ALL_ACCESS);
@@ -432,6 +432,10 @@ TEST_F(SpoolerTest, AMonitorWrittenIntoTheRegistryWaitsForTheNextStart) {
   const HMODULE module = LoadLibraryW(TEXT("C:\\Windows\\System32\\recmon.dll"));
   platform::StopSpooler();
   EXPECT_EQ(TakeRecord(), "Open REC1:;StartDoc 1 P 1 1 Title RAW;EndDoc 1;Close 1;");
+  DWORD written = 0;
+  EXPECT_EQ(Write(printer, 1, written), DWORD{RPC_S_SERVER_UNAVAILABLE});
+  platform::StartSpooler();
+  EXPECT_EQ(Write(printer, 1, written), DWORD{ERROR_INVALID_HANDLE});
   EXPECT_TRUE(ClosePrinter(printer));
   EXPECT_TRUE(FreeLibrary(module));
   EXPECT_EQ(GetModuleHandleW(TEXT("C:\\Windows\\System32\\recmon.dll")), nullptr);
