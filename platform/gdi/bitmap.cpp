@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "platform/gdi/device_context.h"
+#include "platform/gdi/stock_objects.h"
 #include "platform/kernel/api_call.h"
 
 namespace platform {
@@ -58,9 +59,11 @@ int StoredDepth(UINT wanted) {
   return 0;
 }
 
+// The stock bitmap of one pixel when a side is 0.
 HBITMAP NewBitmap(int width, int height, UINT bits_per_pixel, const void* bits) {
+  if (width == 0 || height == 0) return StockBitmap();
   const int depth = StoredDepth(bits_per_pixel);
-  if (width <= 0 || height <= 0 || depth == 0) {
+  if (width < 0 || height < 0 || depth == 0) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return nullptr;
   }

@@ -53,7 +53,9 @@ void CopyArea(DeviceContext& to, const Area& area, DeviceContext& from, const Ar
 // Whether pixels can go from one context to the other, and whether there is anything to copy.
 DWORD CheckContexts(const Context& to, const Context& from) {
   if (to == nullptr || from == nullptr) return ERROR_INVALID_HANDLE;
-  if (!to->state().transform.IsIdentity() || !from->state().transform.IsIdentity()) {
+  // Within one bitmap the areas may lie over each other.
+  const bool same = to->surface() != nullptr && to->surface() == from->surface();
+  if (same || !to->state().transform.IsIdentity() || !from->state().transform.IsIdentity()) {
     return ERROR_CALL_NOT_IMPLEMENTED;
   }
   return ERROR_SUCCESS;
@@ -66,10 +68,13 @@ DWORD CopyOpaque(HDC to_handle, const Area& area, HDC from_handle, int x, int y)
   const auto to = GdiObjectOf<DeviceContext>(to_handle);
   const auto from = GdiObjectOf<DeviceContext>(from_handle);
   const DWORD error = CheckContexts(to, from);
-  if (error == ERROR_SUCCESS && HaveSurfaces(to, from)) {
+  if (error != ERROR_SUCCESS) return error;
+  // Such a size mirrors.
+  if (area.width < 0 || area.height < 0) return ERROR_CALL_NOT_IMPLEMENTED;
+  if (HaveSurfaces(to, from)) {
     CopyArea(*to, area, *from, {x, y, area.width, area.height}, [](COLORREF) { return true; });
   }
-  return error;
+  return ERROR_SUCCESS;
 }
 
 DWORD CopyTransparent(HDC to_handle, const Area& area, HDC from_handle, const Area& source,

@@ -204,6 +204,10 @@ int WINAPI GetClipBox(HDC handle, LPRECT rectangle) {
   KV_API(GetClipBox, ERROR_INVALID_HANDLE, RGN_ERROR, handle, rectangle);
   const auto context = RequireGdiObject<DeviceContext>(handle);
   if (context == nullptr) return RGN_ERROR;
+  if (!context->state().transform.IsIdentity()) {
+    SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+    return RGN_ERROR;
+  }
   const Region visible = Visible(*context);
   *rectangle = visible.Bounds();
   return visible.Complexity();

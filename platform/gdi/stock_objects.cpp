@@ -12,8 +12,8 @@ namespace {
 constexpr LONG kSystemFontHeight = 16;
 
 struct Stock {
-  HGDIOBJ brush = AddStockObject(std::make_shared<Brush>(RGB(255, 255, 255)));
-  HGDIOBJ pen = AddStockObject(std::make_shared<Pen>(1, RGB(0, 0, 0)));
+  HGDIOBJ brush = AddStockObject(std::make_shared<Brush>());
+  HGDIOBJ pen = AddStockObject(std::make_shared<Pen>());
   HGDIOBJ system_font = AddStockObject(std::make_shared<Font>(SystemFont()));
   HGDIOBJ gui_font = AddStockObject(std::make_shared<GuiFont>());
   HGDIOBJ bitmap = AddStockObject(std::make_shared<Bitmap>(1, 1, 1));
@@ -66,7 +66,7 @@ HGDIOBJ WINAPI GetStockObject(int index) {
 
 HBRUSH WINAPI CreateSolidBrush(COLORREF color) {
   KV_API(CreateSolidBrush, ERROR_NOT_ENOUGH_MEMORY, nullptr, color);
-  return static_cast<HBRUSH>(AddGdiObject(std::make_shared<Brush>(color)));
+  return static_cast<HBRUSH>(AddGdiObject(std::make_shared<Brush>()));
 }
 
 HPEN WINAPI CreatePen(int style, int width, COLORREF color) {
@@ -75,5 +75,5 @@ HPEN WINAPI CreatePen(int style, int width, COLORREF color) {
     SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
     return nullptr;
   }
-  return static_cast<HPEN>(AddGdiObject(std::make_shared<Pen>(width, color)));
+  return static_cast<HPEN>(AddGdiObject(std::make_shared<Pen>()));
 }

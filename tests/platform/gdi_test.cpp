@@ -207,6 +207,8 @@ TEST_F(GdiTest, PixelsAreCopiedBetweenDepthsWithinTheClipping) {
     EXPECT_TRUE(BitBlt(target, 1, 1, 9, 9, source, 0, 0, SRCCOPY));
     EXPECT_EQ(GetPixel(target, 1, 1), depth == 1 ? RGB(0, 0, 0) : RGB(255, 0, 0)) << depth;
     EXPECT_FALSE(TransparentBlt(target, 0, 0, 4, 4, source, 1, 1, 2, 2, 0)) << "beyond the source";
+    EXPECT_FALSE(BitBlt(target, 1, 1, -1, 1, source, 0, 0, SRCCOPY)) << "mirrored";
+    EXPECT_FALSE(BitBlt(target, 1, 1, 2, 2, target, 0, 0, SRCCOPY)) << "over itself";
     SelectObject(source, old_from);
     SelectObject(target, old_to);
     for (HDC context : {target, source}) DeleteDC(context);
