@@ -16,4 +16,13 @@ inline DWORD CopyOut(WideView text, LPWSTR buffer, DWORD capacity) {
   return static_cast<DWORD>(text.size());
 }
 
+// Copies as much of `text` as fits, with a terminator, and returns its length without it; a
+// capacity below 1 leaves the buffer as it is. Characters throughout.
+inline int CopyCut(WideView text, LPWSTR buffer, int capacity) {
+  if (buffer == nullptr || capacity < 1) return 0;
+  const size_t length = text.copy(buffer, static_cast<size_t>(capacity) - 1);
+  buffer[length] = 0;
+  return static_cast<int>(length);
+}
+
 }  // namespace platform

@@ -23,7 +23,7 @@ constexpr CLSID kInternetShortcutClass = {
 
 thread_local int initializations = 0;
 
-// Blocks know their size, which is kept before them.
+// Blocks whose sizes can be asked for.
 class TaskMemory {
  public:
   static TaskMemory& Get() {
@@ -31,35 +31,30 @@ class TaskMemory {
     return *instance;
   }
   void* Allocate(SIZE_T size) {
-    auto* const block = static_cast<SIZE_T*>(blocks_.Allocate(size + kHead));
-    *block = size;
+    void* const block = blocks_.Allocate(size);
     std::lock_guard lock(mutex_);
-    live_.push_back(reinterpret_cast<BYTE*>(block) + kHead);
-    return live_.back();
-  }
-  bool Owns(void* block) {
-    std::lock_guard lock(mutex_);
-    return std::find(live_.begin(), live_.end(), block) != live_.end();
+    sizes_[block] = size;
+    return block;
   }
   void Free(void* block) {
-    {
-      std::lock_guard lock(mutex_);
-      const auto found = std::find(live_.begin(), live_.end(), block);
-      if (found == live_.end()) return;
-      live_.erase(found);
-    }
-    blocks_.Free(static_cast<BYTE*>(block) - kHead);
+    // Forgotten before another block can get its place.
+    std::lock_guard lock(mutex_);
+    sizes_.erase(block);
+    blocks_.Free(block);
   }
+  bool Owns(void* block) { return SizeOf(block) != kNoSize; }
+  // kNoSize for what is no block.
   SIZE_T SizeOf(void* block) {
-    return Owns(block) ? *reinterpret_cast<SIZE_T*>(static_cast<BYTE*>(block) - kHead)
-                       : static_cast<SIZE_T>(-1);
+    std::lock_guard lock(mutex_);
+    const auto found = sizes_.find(block);
+    return found == sizes_.end() ? kNoSize : found->second;
   }
 
  private:
-  static constexpr size_t kHead = 16;  // keeps what follows aligned
+  static constexpr SIZE_T kNoSize = static_cast<SIZE_T>(-1);
   CountedBlocks blocks_{Resource::kHeapBlock};
   std::mutex mutex_;
-  std::vector<void*> live_;
+  std::unordered_map<void*, SIZE_T> sizes_;
 };
 
 class TaskAllocator final : public ComObject<IMalloc> {
@@ -91,12 +86,6 @@ LPWSTR CopyForTask(WideView text) {
   const auto copy = static_cast<LPWSTR>(CoTaskMemAlloc((text.size() + 1) * sizeof(WCHAR)));
   if (copy != nullptr) *std::copy(text.begin(), text.end(), copy) = 0;
   return copy;
-}
-
-void CopyCut(WideView text, LPWSTR buffer, int capacity) {
-  if (buffer == nullptr || capacity < 1) return;
-  text = text.substr(0, static_cast<size_t>(capacity) - 1);
-  *std::copy(text.begin(), text.end(), buffer) = 0;
 }
 
 DWORD ReadWholeFile(LPCWSTR path, std::string& bytes) {

@@ -52,9 +52,6 @@ IUnknown* NewInternetShortcut();
 // A copy from the task allocator, terminator included.
 LPWSTR CopyForTask(WideView text);
 
-// The text cut to the capacity; nothing for a capacity below 1.
-void CopyCut(WideView text, LPWSTR buffer, int capacity);
-
 // The whole file, as far as sharing and rights allow; the error otherwise.
 DWORD ReadWholeFile(LPCWSTR path, std::string& bytes);
 DWORD WriteWholeFile(LPCWSTR path, std::string_view bytes);

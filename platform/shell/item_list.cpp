@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "platform/control/shell_items.h"
+#include "platform/kernel/code_page.h"
 
 namespace platform {
 namespace {
@@ -62,11 +63,7 @@ WideString WideAt(ItemSpan bytes, size_t offset) {
 WideString AnsiAt(ItemSpan bytes, size_t offset) {
   std::string text;
   while (offset < bytes.size() && bytes[offset] != 0) text += static_cast<char>(bytes[offset++]);
-  WideString wide(text.size(), 0);
-  const int length = MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()),
-                                         wide.data(), static_cast<int>(wide.size()));
-  wide.resize(static_cast<size_t>(length));
-  return wide;
+  return WideFromBytes(CP_ACP, text);
 }
 
 // Gives the item its size.

@@ -1,5 +1,7 @@
 #include "platform/shell/link_file.h"
 
+#include "platform/kernel/code_page.h"
+
 namespace platform {
 namespace {
 
@@ -52,14 +54,6 @@ class Reader {
   bool good_ = true;
 };
 
-WideString FromAnsi(std::string_view text) {
-  WideString wide(text.size(), 0);
-  const int length = MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()),
-                                         wide.data(), static_cast<int>(wide.size()));
-  wide.resize(static_cast<size_t>(length));
-  return wide;
-}
-
 std::string ToAnsi(WideView text) {
   std::string narrow(text.size() * 2, 0);
   const int length =
@@ -79,7 +73,7 @@ WideString FromUtf16(std::string_view bytes) {
 WideString AnsiFrom(std::string_view block, DWORD offset) {
   if (offset >= block.size()) return {};
   block.remove_prefix(offset);
-  return FromAnsi(block.substr(0, block.find('\0')));
+  return WideFromBytes(CP_ACP, block.substr(0, block.find('\0')));
 }
 
 WideString Utf16From(std::string_view block, DWORD offset) {
@@ -194,7 +188,7 @@ std::optional<LinkData> ReadLink(std::string_view bytes) {
     if ((flags & part) == 0) return;
     const WORD count = reader.Take<WORD>();
     text = flags & kIsUnicode ? FromUtf16(reader.Take(count * sizeof(WCHAR)))
-                              : FromAnsi(reader.Take(count));
+                              : WideFromBytes(CP_ACP, reader.Take(count));
   };
   take_text(kHasDescription, link.description);
   take_text(kHasRelativePath, link.relative_path);

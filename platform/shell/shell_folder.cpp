@@ -2,6 +2,7 @@
 #include <shlobj.h>
 #include <shlwapi.h>
 
+#include "platform/kernel/buffer.h"
 #include "platform/shell/com_object.h"
 #include "platform/shell/item_list.h"
 

@@ -1,6 +1,7 @@
 // The shell's link object.
 #include <shlobj.h>
 
+#include "platform/kernel/buffer.h"
 #include "platform/kernel/path.h"
 #include "platform/shell/com_object.h"
 #include "platform/shell/link_file.h"

@@ -3,17 +3,6 @@
 #include "platform/user/message_queue.h"
 #include "platform/user/window.h"
 
-namespace platform {
-namespace {
-
-std::vector<WindowPointer> TopLevelWindows() {
-  WindowLock lock;
-  return ChildrenOf(nullptr);
-}
-
-}  // namespace
-}  // namespace platform
-
 using namespace platform;
 
 LRESULT WINAPI SendMessageTimeoutW(HWND handle, UINT message, WPARAM wparam, LPARAM lparam,
@@ -25,7 +14,9 @@ LRESULT WINAPI SendMessageTimeoutW(HWND handle, UINT message, WPARAM wparam, LPA
     return 0;
   }
   if (result != nullptr) *result = 0;
-  for (const WindowPointer& window : TopLevelWindows()) {
+  for (const WindowPointer& window : ChildrenNow(nullptr)) {
+    // A procedure may have destroyed some that stood behind its own.
+    if (WindowOf(window->handle) == nullptr) continue;
     if (window->thread == GetCurrentThreadId()) {
       CallProcedure(window, message, wparam, lparam);
     } else {

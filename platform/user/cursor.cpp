@@ -12,12 +12,8 @@ std::atomic<HCURSOR> current_cursor = nullptr;
 
 HCURSOR WINAPI LoadCursorW(HINSTANCE instance, LPCWSTR name) {
   KV_API(LoadCursorW, ERROR_RESOURCE_NAME_NOT_FOUND, nullptr, instance, name);
-  if (instance != nullptr || !IS_INTRESOURCE(name)) {
+  if (instance != nullptr || (name != IDC_ARROW && name != IDC_WAIT)) {
     SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
-    return nullptr;
-  }
-  if (name != IDC_ARROW && name != IDC_WAIT) {
-    SetLastError(ERROR_RESOURCE_NAME_NOT_FOUND);
     return nullptr;
   }
   // The system's cursors are shared: each has one handle for ever.

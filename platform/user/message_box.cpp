@@ -23,6 +23,7 @@ constexpr int kButtonGap = 6;
 
 constexpr int kTextId = 0xFFFF;
 constexpr int kIconId = 20;
+constexpr UINT kKnownStyle = MB_TYPEMASK | MB_ICONMASK | MB_DEFMASK | MB_SETFOREGROUND;
 constexpr DWORD kBoxStyle = WS_POPUP | WS_CAPTION | WS_SYSMENU;
 
 struct Button {
@@ -226,8 +227,8 @@ using namespace platform;
 int WINAPI MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR title, UINT style) {
   KV_API(MessageBoxW, ERROR_NOT_ENOUGH_MEMORY, 0, owner, text, title, style);
   if (owner != nullptr && RequireWindow(owner) == nullptr) return 0;
-  if ((style & MB_TYPEMASK) >= std::size(kButtonSets)) {
-    SetLastError(ERROR_INVALID_MSGBOX_STYLE);
+  if ((style & ~kKnownStyle) != 0 || (style & MB_TYPEMASK) >= std::size(kButtonSets)) {
+    SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
     return 0;
   }
   return Box(owner, text, title, style).Run();

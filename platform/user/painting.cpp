@@ -51,6 +51,7 @@ BOOL WINAPI UpdateWindow(HWND handle) {
     if (const WindowPointer window = WindowOf(last)) CallProcedure(window, WM_PAINT, 0, 0);
   }
 }
+
 HDC WINAPI BeginPaint(HWND handle, LPPAINTSTRUCT paint) {
   KV_API(BeginPaint, ERROR_INVALID_WINDOW_HANDLE, nullptr, handle, paint);
   const WindowPointer window = RequireWindow(handle);

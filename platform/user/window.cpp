@@ -49,15 +49,18 @@ void Insert(const WindowPointer& window) {
 }
 
 void Remove(const WindowPointer& window) {
-  ForgetWindow(window->thread, window->handle);
-  WindowLock lock;
-  std::erase(tree().order[window->parent], window->handle);
-  tree().order.erase(window->handle);
-  tree().windows.erase(window->handle);
-  for (auto& [thread, state] : tree().threads) {
-    if (state.active == window->handle) state.active = nullptr;
-    if (state.focus == window->handle) state.focus = nullptr;
+  {
+    WindowLock lock;
+    std::erase(tree().order[window->parent], window->handle);
+    tree().order.erase(window->handle);
+    tree().windows.erase(window->handle);
+    for (auto& [thread, state] : tree().threads) {
+      if (state.active == window->handle) state.active = nullptr;
+      if (state.focus == window->handle) state.focus = nullptr;
+    }
   }
+  // Nobody finds the window any more to send it something else.
+  ForgetWindow(window->thread, window->handle);
 }
 
 bool Exists(const WindowPointer& window) {
@@ -118,12 +121,7 @@ bool Announce(const WindowPointer& window, CREATESTRUCTW& record) {
 // Sends WM_DESTROY to a window and those below it, parents first.
 void SendDestroy(const WindowPointer& window) {
   CallProcedure(window, WM_DESTROY, 0, 0);
-  std::vector<WindowPointer> children;
-  {
-    WindowLock lock;
-    children = ChildrenOf(window->handle);
-  }
-  for (const WindowPointer& child : children) {
+  for (const WindowPointer& child : ChildrenNow(window->handle)) {
     if (!Exists(child) || child->being_destroyed) continue;
     child->being_destroyed = true;
     SendDestroy(child);
@@ -134,25 +132,15 @@ void SendDestroy(const WindowPointer& window) {
 // on the way, by destroying the parent.
 void Free(const WindowPointer& window) {
   if (!Exists(window)) return;
-  std::vector<WindowPointer> children;
-  {
-    WindowLock lock;
-    children = ChildrenOf(window->handle);
-  }
-  for (const WindowPointer& child : children) Free(child);
+  for (const WindowPointer& child : ChildrenNow(window->handle)) Free(child);
   CallProcedure(window, WM_NCDESTROY, 0, 0);
   Remove(window);
 }
 
 void DestroyOwned(const WindowPointer& owner) {
-  std::vector<WindowPointer> owned;
-  {
-    WindowLock lock;
-    for (const WindowPointer& window : ChildrenOf(nullptr)) {
-      if (window->owner == owner->handle) owned.push_back(window);
-    }
+  for (const WindowPointer& window : ChildrenNow(nullptr)) {
+    if (window->owner == owner->handle) DestroyWindow(window->handle);
   }
-  for (const WindowPointer& window : owned) DestroyWindow(window->handle);
 }
 
 // With the lock held: makes the window the thread's active one and returns the one before.
@@ -199,6 +187,11 @@ std::vector<WindowPointer> ChildrenOf(HWND parent) {
   if (found == tree().order.end()) return result;
   for (HWND handle : found->second) result.push_back(Find(handle));
   return result;
+}
+
+std::vector<WindowPointer> ChildrenNow(HWND parent) {
+  WindowLock lock;
+  return ChildrenOf(parent);
 }
 
 bool IsSameOrBelow(HWND window, HWND ancestor) {

@@ -64,6 +64,10 @@ WindowPointer WindowOf(HWND handle);
 // The same with ERROR_INVALID_WINDOW_HANDLE as last error.
 WindowPointer RequireWindow(HWND handle);
 
+// Takes the lock itself: the windows of ChildrenOf at this moment. Code of the product that is
+// called meanwhile may destroy some of them.
+std::vector<WindowPointer> ChildrenNow(HWND parent);
+
 // Both under a WindowLock.
 ThreadState& StateOf(DWORD thread);
 // A window and those above it, up to the top-level one; empty when it does not exist.

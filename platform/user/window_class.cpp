@@ -63,9 +63,13 @@ using namespace platform;
 
 ATOM WINAPI RegisterClassW(const WNDCLASSW* data) {
   KV_API(RegisterClassW, ERROR_NOT_ENOUGH_MEMORY, 0, data);
-  if (data->lpfnWndProc == nullptr || IS_INTRESOURCE(data->lpszClassName) ||
-      data->cbClsExtra != 0 || data->cbWndExtra < 0) {
+  if (data->lpfnWndProc == nullptr || data->lpszClassName == nullptr || data->cbClsExtra < 0 ||
+      data->cbWndExtra < 0) {
     SetLastError(ERROR_INVALID_PARAMETER);
+    return 0;
+  }
+  if (IS_INTRESOURCE(data->lpszClassName) || data->cbClsExtra != 0) {
+    SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
     return 0;
   }
   const ATOM atom = Machine::Current().Part<Atoms>().Add(data->lpszClassName);

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/kernel/api_call.h"
+#include "platform/kernel/buffer.h"
 #include "platform/user/shell_window.h"
 #include "platform/user/window.h"
 
@@ -75,14 +76,6 @@ LONG_PTR FailIndex() {
 WideString PropertyName(LPCWSTR name) {
   if (!IS_INTRESOURCE(name)) return name;
   return ToWide("#" + std::to_string(reinterpret_cast<ULONG_PTR>(name)));
-}
-
-// Copies as much as fits; returns the length without the terminator.
-int CopyCut(WideView text, LPWSTR buffer, int capacity) {
-  if (buffer == nullptr || capacity <= 0) return 0;
-  const size_t length = text.copy(buffer, static_cast<size_t>(capacity) - 1);
-  buffer[length] = 0;
-  return static_cast<int>(length);
 }
 
 WideString TitleOf(const Window& window) {

@@ -7,11 +7,6 @@
 namespace platform {
 namespace {
 
-std::vector<WindowPointer> TopLevelWindows() {
-  WindowLock lock;
-  return ChildrenOf(nullptr);
-}
-
 bool HasClass(const Window& window, LPCWSTR name_or_atom) {
   if (name_or_atom == nullptr) return true;
   if (!IS_INTRESOURCE(name_or_atom)) return EqualNoCase(window.window_class->name, name_or_atom);
@@ -37,7 +32,7 @@ HWND WINAPI FindWindowW(LPCWSTR class_name, LPCWSTR title) {
 BOOL WINAPI EnumThreadWindows(DWORD thread, WNDENUMPROC callback, LPARAM parameter) {
   KV_API_NOFAIL(EnumThreadWindows, FALSE, thread, callback, parameter);
   BOOL result = FALSE;
-  for (const WindowPointer& window : TopLevelWindows()) {
+  for (const WindowPointer& window : ChildrenNow(nullptr)) {
     // The callback may have destroyed some that stood behind it.
     if (window->thread != thread || WindowOf(window->handle) == nullptr) continue;
     ProductCallback call;
