@@ -102,7 +102,16 @@ install_missing() {
 # What was cut off is made again; its mounts end with the command.
 make_wine32_root() {
   local root=build/wine32-root
-  [ ! -d "$root" ] || return 0
+  [ -d "$root" ] || fill_wine32_root "$root"
+  if ! scripts/as-root.sh unshare --mount sh -c 'mount -t proc proc "$1/proc" && chroot "$1" /bin/true' sh "$root" \
+    > "$log" 2>&1; then
+    echo "setup.sh: no 32-bit Wine: $(tail -n 1 "$log")" >&2
+    exit 1
+  fi
+}
+
+fill_wine32_root() {
+  local root=$1
   echo "setup.sh: making $root"
   mkdir -p build
   if ! {
