@@ -146,7 +146,7 @@ void DestroyOwned(const WindowPointer& owner) {
 // With the lock held: makes the window the thread's active one and returns the one before.
 WindowPointer SetActive(const WindowPointer& window) {
   ThreadState& thread = StateOf(window->thread);
-  const WindowPointer before = Find(thread.active);
+  WindowPointer before = Find(thread.active);
   thread.active = window->handle;
   for (WindowPointer w = window; w != nullptr; w = Find(w->owner)) {
     w->last_active_popup = window->handle;
