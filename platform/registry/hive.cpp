@@ -199,6 +199,12 @@ void Hive::Change::Apply(const JournalRecord& record) {
   AppendRecord(pending_, record);
 }
 
+void Hive::Change::SetValue(uint32_t key, WideView name, DWORD type, const void* data,
+                            size_t size) {
+  const auto* bytes = static_cast<const uint8_t*>(data);
+  Apply({JournalRecord::Op::kSetValue, key, type, WideString(name), Bytes(bytes, bytes + size)});
+}
+
 uint32_t Hive::Change::CreateKey(uint32_t parent, WideView name) {
   const uint32_t id = tree().next_id();
   Apply({JournalRecord::Op::kCreateKey, id, parent, WideString(name), {}});

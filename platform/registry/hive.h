@@ -39,6 +39,8 @@ class Hive {
    public:
     const KeyTree& tree() const { return hive_.tree_; }
     void Apply(const JournalRecord& record);
+    // `size` in bytes.
+    void SetValue(uint32_t key, WideView name, DWORD type, const void* data, size_t size);
     // Makes the key and returns its id.
     uint32_t CreateKey(uint32_t parent, WideView name);
 

@@ -151,8 +151,7 @@ LSTATUS WINAPI RegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type
     return status;
   }
   return open.key.Modify([&](Hive::Change& hive) -> LSTATUS {
-    hive.Apply(
-        {Op::kSetValue, open.key.id(), type, WideString(View(name)), Bytes(data, data + size)});
+    hive.SetValue(open.key.id(), View(name), type, data, size);
     return ERROR_SUCCESS;
   });
 }

@@ -85,9 +85,7 @@ void Registry::AddHive(Hive::Change& root, WideView place, const std::filesystem
     id = child != nullptr ? child->id : root.CreateKey(id, name);
   }
   const WideString file = ToWide(relative.string());
-  const auto* bytes = reinterpret_cast<const uint8_t*>(file.data());
-  root.Apply(
-      {Op::kSetValue, id, REG_SZ, kMountValue, Bytes(bytes, bytes + file.size() * sizeof(WCHAR))});
+  root.SetValue(id, kMountValue, REG_SZ, file.data(), file.size() * sizeof(WCHAR));
 }
 
 std::shared_ptr<Hive> Registry::OpenHive(const std::filesystem::path& relative, WideView place) {

@@ -123,12 +123,10 @@ DWORD RegistryKey::Number(WideView name, DWORD otherwise) const {
 }
 
 bool RegistryKey::Set(WideView name, DWORD type, const void* data, size_t size) const {
-  if (hive_ == nullptr) return false;
-  const auto* bytes = static_cast<const uint8_t*>(data);
-  return Modify([&](Hive::Change& hive) {
-           hive.Apply({Op::kSetValue, id_, type, WideString(name), Bytes(bytes, bytes + size)});
-           return ERROR_SUCCESS;
-         }) == ERROR_SUCCESS;
+  return hive_ != nullptr && Modify([&](Hive::Change& hive) {
+                               hive.SetValue(id_, name, type, data, size);
+                               return ERROR_SUCCESS;
+                             }) == ERROR_SUCCESS;
 }
 
 bool RegistryKey::SetText(WideView name, WideView text, DWORD type) const {

@@ -33,8 +33,14 @@ SC_HANDLE OpenHandleOf(const WideString& name, DWORD access) {
   return static_cast<SC_HANDLE>(handles().Add({name, access}, Resource::kServiceHandle));
 }
 
-bool IsOpenElsewhere(const WideString& name) {
+bool IsOpen(WideView name) {
   return handles().AnyOf([&](const OpenService& open) { return EqualNoCase(open.name, name); });
+}
+
+// The service of a name. One that was deleted while it ran has gone with its end.
+std::optional<Service> FindService(WideView name) {
+  if (!IsOpen(name)) Services::Current().RemoveIfMarked(name);
+  return Services::Current().Find(name);
 }
 
 // The service of a handle with the right; sets the last error otherwise.
@@ -119,7 +125,7 @@ SC_HANDLE WINAPI OpenServiceW(SC_HANDLE manager, LPCWSTR name, DWORD access) {
     SetLastError(ERROR_INVALID_HANDLE);
     return nullptr;
   }
-  const std::optional<Service> service = Services::Current().Find(View(name));
+  const std::optional<Service> service = FindService(View(name));
   if (!service) {
     SetLastError(View(name).empty() ? ERROR_INVALID_NAME : ERROR_SERVICE_DOES_NOT_EXIST);
     return nullptr;
@@ -139,7 +145,7 @@ SC_HANDLE WINAPI CreateServiceW(SC_HANDLE manager, LPCWSTR name, LPCWSTR display
   Service service;
   service.name = View(name);
   DWORD error = ERROR_SUCCESS;
-  const std::optional<Service> old = Services::Current().Find(service.name);
+  const std::optional<Service> old = FindService(service.name);
   if (!open || !open->name.empty()) {
     error = ERROR_INVALID_HANDLE;
   } else if ((open->access & SC_MANAGER_CREATE_SERVICE) == 0) {
@@ -176,7 +182,7 @@ BOOL WINAPI CloseServiceHandle(SC_HANDLE handle) {
   const auto closed = handles().Take(handle);
   if (!closed) return Finish(ERROR_INVALID_HANDLE);
   const WideString& name = closed->value.name;
-  if (!name.empty() && !IsOpenElsewhere(name)) Services::Current().RemoveIfMarked(name);
+  if (!name.empty() && !IsOpen(name)) Services::Current().RemoveIfMarked(name);
   return TRUE;
 }
 

@@ -7,6 +7,7 @@
 #include "platform/control/services.h"
 #include "platform/control/spooler.h"
 #include "platform/kernel/clock.h"
+#include "platform/registry/record_values.h"
 
 namespace platform {
 namespace {
@@ -18,18 +19,12 @@ constexpr const WCHAR* kDeleteFlag = TEXT("DeleteFlag");
 constexpr uint64_t kStuck = ~uint64_t{0};
 constexpr long kUsualPending = 50;  // ms
 
-constexpr struct {
-  const WCHAR* name;
-  WideString Service::*member;
-} kTexts[] = {{TEXT("DisplayName"), &Service::display_name},
-              {TEXT("ImagePath"), &Service::binary_path},
-              {TEXT("Group"), &Service::load_order_group}};
-constexpr struct {
-  const WCHAR* name;
-  DWORD Service::*member;
-} kNumbers[] = {{TEXT("Type"), &Service::type},
-                {TEXT("Start"), &Service::start_type},
-                {TEXT("ErrorControl"), &Service::error_control}};
+constexpr TextValue<Service> kTexts[] = {{TEXT("DisplayName"), &Service::display_name},
+                                         {TEXT("ImagePath"), &Service::binary_path},
+                                         {TEXT("Group"), &Service::load_order_group}};
+constexpr NumberValue<Service> kNumbers[] = {{TEXT("Type"), &Service::type},
+                                             {TEXT("Start"), &Service::start_type},
+                                             {TEXT("ErrorControl"), &Service::error_control}};
 constexpr const WCHAR* kDependencies = TEXT("DependOnService");
 
 // What a service that lives in the layer does.
@@ -65,10 +60,7 @@ DWORD Refusal(const Service& service, const char* fact) {
 Service ReadService(const RegistryKey& key, const WideString& name) {
   Service service;
   service.name = name;
-  for (const auto& text : kTexts) service.*text.member = key.Text(text.name);
-  for (const auto& number : kNumbers) {
-    service.*number.member = key.Number(number.name, service.*number.member);
-  }
+  ReadValues(key, kTexts, kNumbers, service);
   service.depends_on = key.Texts(kDependencies);
   service.delete_pending = key.Number(kDeleteFlag, 0) != 0;
   return service;
@@ -120,12 +112,9 @@ std::optional<Service> Services::Find(WideView name) const {
 
 bool Services::Add(const Service& service) {
   const RegistryKey key = definitions_.Create(service.name);
-  if (!key) return false;
-  for (const auto& text : kTexts) key.SetText(text.name, service.*text.member);
-  for (const auto& number : kNumbers) key.SetNumber(number.name, service.*number.member);
-  key.SetText(TEXT("ObjectName"), TEXT("LocalSystem"));
-  if (!service.depends_on.empty()) key.SetTexts(kDependencies, service.depends_on);
-  return true;
+  return WriteValues(key, kTexts, kNumbers, service) &&
+         key.SetText(TEXT("ObjectName"), TEXT("LocalSystem")) &&
+         (service.depends_on.empty() || key.SetTexts(kDependencies, service.depends_on));
 }
 
 void Services::MarkForDeletion(const Service& service) {
@@ -163,13 +152,17 @@ void Services::SetState(const Service& service, DWORD state) {
   key.DeleteValue(kTarget);
 }
 
-void Services::BeginPending(const Service& service, DWORD pending, DWORD target,
+bool Services::BeginPending(const Service& service, DWORD pending, DWORD target,
                             uint64_t milliseconds) {
   const uint64_t due = milliseconds == kStuck ? kStuck : SystemTime100ns() + milliseconds * 10'000;
   const RegistryKey key = states_.Create(service.name);
-  key.SetNumber(kState, pending);
-  key.Set(kDue, REG_QWORD, &due, sizeof due);
-  key.SetNumber(kTarget, target);
+  return key && key.Modify([&](Hive::Change& hive) -> LSTATUS {
+    if (hive.tree().Find(key.id())->Value(kTarget) != nullptr) return ERROR_BUSY;
+    hive.SetValue(key.id(), kState, REG_DWORD, &pending, sizeof pending);
+    hive.SetValue(key.id(), kDue, REG_QWORD, &due, sizeof due);
+    hive.SetValue(key.id(), kTarget, REG_DWORD, &target, sizeof target);
+    return ERROR_SUCCESS;
+  }) == ERROR_SUCCESS;
 }
 
 DWORD Services::StartDependencies(const Service& service) {
@@ -190,7 +183,9 @@ DWORD Services::Start(const Service& service) {
   if (const DWORD refusal = Refusal(service, "start_error")) return refusal;
   const uint64_t time = PendingTime(service, "start_time");
   // Pending before the others are started, so that services that need each other come to an end.
-  BeginPending(service, SERVICE_START_PENDING, SERVICE_RUNNING, time);
+  if (!BeginPending(service, SERVICE_START_PENDING, SERVICE_RUNNING, time)) {
+    return ERROR_SERVICE_ALREADY_RUNNING;
+  }
   if (const DWORD error = StartDependencies(service)) {
     SetState(service, SERVICE_STOPPED);
     return error;
@@ -209,7 +204,9 @@ DWORD Services::Stop(const Service& service) {
     if (State(dependent) != SERVICE_STOPPED) return ERROR_DEPENDENT_SERVICES_RUNNING;
   }
   const uint64_t time = PendingTime(service, "stop_time");
-  BeginPending(service, SERVICE_STOP_PENDING, SERVICE_STOPPED, time);
+  if (!BeginPending(service, SERVICE_STOP_PENDING, SERVICE_STOPPED, time)) {
+    return ERROR_SERVICE_CANNOT_ACCEPT_CTRL;
+  }
   const Work* const work = WorkOf(service);
   if (work != nullptr && time != kStuck) work->stop();
   return ERROR_SUCCESS;

@@ -44,7 +44,8 @@ class Services {
 
  private:
   DWORD StartDependencies(const Service& service);
-  void BeginPending(const Service& service, DWORD pending, DWORD target, uint64_t milliseconds);
+  // False when another thread or process was quicker to change the service's state.
+  bool BeginPending(const Service& service, DWORD pending, DWORD target, uint64_t milliseconds);
   void AddDependents(const Service& service, const std::vector<Service>& all,
                      std::vector<Service>& found) const;
 

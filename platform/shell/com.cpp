@@ -18,9 +18,6 @@ const IID IID_IPersistFile = {0x0000010B, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 namespace platform {
 namespace {
 
-constexpr CLSID kInternetShortcutClass = {
-    0xFBF23B40, 0xE3F0, 0x101B, {0x84, 0x88, 0x00, 0xAA, 0x00, 0x3E, 0x56, 0xF8}};
-
 thread_local int initializations = 0;
 
 // Blocks whose sizes can be asked for.

@@ -48,6 +48,8 @@ inline HRESULT HandOut(IUnknown* interface, void* pointer, void** object) {
 // Objects of the shell, with one reference for the caller.
 IUnknown* NewShellLink();
 IUnknown* NewInternetShortcut();
+inline constexpr CLSID kInternetShortcutClass = {
+    0xFBF23B40, 0xE3F0, 0x101B, {0x84, 0x88, 0x00, 0xAA, 0x00, 0x3E, 0x56, 0xF8}};
 
 // A copy from the task allocator, terminator included.
 LPWSTR CopyForTask(WideView text);

@@ -2,6 +2,7 @@
 // "InternetShortcut"; letters beyond ASCII are escaped there as bytes of UTF-8.
 #include <intshcut.h>
 
+#include "platform/shell/address.h"
 #include "platform/shell/com_object.h"
 
 namespace platform {
@@ -9,10 +10,7 @@ namespace {
 
 constexpr IID kLocatorInterface = {
     0xCABB0DA0, 0xDA57, 0x11CF, {0x99, 0x74, 0x00, 0x20, 0xAF, 0xD7, 0x97, 0x62}};
-constexpr CLSID kShortcutClass = {
-    0xFBF23B40, 0xE3F0, 0x101B, {0x84, 0x88, 0x00, 0xAA, 0x00, 0x3E, 0x56, 0xF8}};
 constexpr WCHAR kSection[] = TEXT("InternetShortcut");
-constexpr DWORD kLongestAddress = 2083;
 
 std::string Escaped(WideView address) {
   static constexpr char kDigits[] = "0123456789ABCDEF";
@@ -41,8 +39,7 @@ class InternetShortcut final : public ComObject<IUniformResourceLocatorW, IPersi
   HRESULT STDMETHODCALLTYPE SetURL(LPCWSTR address, DWORD flags) override {
     KV_METHOD("IUniformResourceLocatorW::SetURL", ERROR_OUTOFMEMORY);
     if (flags != 0) return E_INVALIDARG;
-    const size_t colon = View(address).find(':');
-    if (colon == WideView::npos || colon < 2) return URL_E_INVALID_SYNTAX;
+    if (!IsAddress(View(address))) return URL_E_INVALID_SYNTAX;
     if (View(address).size() > kLongestAddress) return E_INVALIDARG;
     address_ = address;
     return S_OK;
@@ -57,7 +54,7 @@ class InternetShortcut final : public ComObject<IUniformResourceLocatorW, IPersi
   HRESULT STDMETHODCALLTYPE InvokeCommand(PURLINVOKECOMMANDINFOW) override { return E_NOTIMPL; }
 
   HRESULT STDMETHODCALLTYPE GetClassID(CLSID* id) override {
-    *id = kShortcutClass;
+    *id = kInternetShortcutClass;
     return S_OK;
   }
   HRESULT STDMETHODCALLTYPE IsDirty() override { return E_NOTIMPL; }

@@ -2,7 +2,6 @@
 #include <shellapi.h>
 #include <windows.h>
 
-#include <algorithm>
 #include <mutex>
 
 #include "platform/control/facts.h"
@@ -15,6 +14,7 @@
 #include "platform/registry/registry.h"
 #include "platform/security/rights.h"
 #include "platform/security/users.h"
+#include "platform/shell/address.h"
 
 namespace platform {
 namespace {
@@ -38,14 +38,6 @@ class Requests {
   mutable std::mutex mutex_;
   std::vector<ShellRequest> requests_;
 };
-
-// "http:", "mailto:"; a drive has one letter.
-bool IsAddress(WideView file) {
-  const size_t colon = file.find(':');
-  return colon != WideView::npos && colon > 1 &&
-         std::all_of(file.begin(), file.begin() + colon,
-                     [](WCHAR c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); });
-}
 
 bool UserAgreesToElevation() {
   if (CallerIsElevatedAdministrator()) return true;

@@ -3,6 +3,7 @@
 
 #include "platform/kernel/buffer.h"
 #include "platform/kernel/path.h"
+#include "platform/shell/address.h"
 #include "platform/shell/com_object.h"
 #include "platform/shell/link_file.h"
 
@@ -15,19 +16,6 @@ const IID IID_IShellLinkDataList = {
 
 namespace platform {
 namespace {
-
-constexpr size_t kLongestAddress = 2083;
-
-// A protocol of at least two letters before a colon: what is no drive.
-bool IsAddress(WideView text) {
-  const size_t colon = text.find(':');
-  if (colon == WideView::npos || colon < 2) return false;
-  for (const WCHAR c : text.substr(0, colon)) {
-    const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-    if (!letter && !(c >= '0' && c <= '9') && c != '+' && c != '-' && c != '.') return false;
-  }
-  return true;
-}
 
 class ShellLink final : public ComObject<IShellLinkW, IPersistFile, IShellLinkDataList> {
  public:

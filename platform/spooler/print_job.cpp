@@ -2,17 +2,13 @@
 
 #include <algorithm>
 
+#include "platform/kernel/clock.h"
 #include "platform/spooler/spooler.h"
 
 namespace platform {
 namespace {
 
 constexpr DWORD kBlock = 0x10000;
-
-bool FailEnded() {
-  SetLastError(ERROR_INVALID_HANDLE);
-  return false;
-}
 
 }  // namespace
 
@@ -52,9 +48,42 @@ bool PrintJob::StartOnPort() {
   return monitor_->StartDocPort(port_, record_.printer, record_.id, info);
 }
 
+bool PrintJob::BeginWork() {
+  worker_ = GetCurrentThreadId();
+  if (!ended_) return true;
+  EndWork();
+  SetLastError(ERROR_INVALID_HANDLE);
+  return false;
+}
+
+void PrintJob::EndWork() {
+  worker_ = 0;
+  if (ended_) WakeWaiters();
+}
+
+bool PrintJob::TakePort() {
+  if (ended_.exchange(true)) {
+    SetLastError(ERROR_INVALID_HANDLE);
+    return false;
+  }
+  // A monitor may stop the spooler from within its own operation.
+  const auto is_free = [this, me = GetCurrentThreadId()] {
+    const DWORD worker = worker_;
+    return worker == 0 || worker == me;
+  };
+  if (!is_free()) WaitOnClock(kNever, is_free);
+  return true;
+}
+
 bool PrintJob::Write(const BYTE* data, DWORD size, DWORD& written) {
   written = 0;
-  if (ended_) return FailEnded();
+  if (!BeginWork()) return false;
+  const bool complete = WriteBlocks(data, size, written);
+  EndWork();
+  return complete;
+}
+
+bool PrintJob::WriteBlocks(const BYTE* data, DWORD size, DWORD& written) {
   do {
     DWORD taken = 0;
     const DWORD block = std::min(size - written, kBlock);
@@ -72,9 +101,10 @@ bool PrintJob::Write(const BYTE* data, DWORD size, DWORD& written) {
 }
 
 bool PrintJob::EndPage() {
-  if (ended_) return FailEnded();
+  if (!BeginWork()) return false;
   ++record_.pages;
   Report();
+  EndWork();
   return true;
 }
 
@@ -92,7 +122,7 @@ bool PrintJob::Finish() {
 }
 
 bool PrintJob::End() {
-  if (ended_.exchange(true)) return FailEnded();
+  if (!TakePort()) return false;
   const bool finished = Finish();
   if (keep_) {
     record_.status = JOB_STATUS_PRINTED;
@@ -104,7 +134,7 @@ bool PrintJob::End() {
 }
 
 bool PrintJob::Abort() {
-  if (ended_.exchange(true)) return FailEnded();
+  if (!TakePort()) return false;
   const bool finished = Finish();
   Spooler::Current().state().RemoveJob(record_.id);
   return finished;

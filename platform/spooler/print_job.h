@@ -22,19 +22,26 @@ class PrintJob {
   PrintJob& operator=(const PrintJob&) = delete;
 
   DWORD id() const { return record_.id; }
-  // All fail with ERROR_INVALID_HANDLE once the document has ended, as it does when the spooler
-  // stops.
+  // One thread at a time writes and ends pages. Once the document has ended, as it does when the
+  // spooler stops, all of these fail with ERROR_INVALID_HANDLE.
 
   // Writes all the data, block by block; `written` counts what the monitor took.
   bool Write(const BYTE* data, DWORD size, DWORD& written);
   bool EndPage();
-  // Each ends the document and closes the port; false when the monitor reports a failure.
+  // Each waits for the thread that writes, ends the document and closes the port; false when the
+  // monitor reports a failure.
   bool End();
   bool Abort();
 
  private:
   PrintJob(std::shared_ptr<PortMonitor> monitor, JobRecord record, bool keep);
   bool StartOnPort();
+  // Around each use of the port; false when the document has ended.
+  bool BeginWork();
+  void EndWork();
+  bool WriteBlocks(const BYTE* data, DWORD size, DWORD& written);
+  // Makes the document ended and waits for the port; false when it was ended before.
+  bool TakePort();
   bool Finish();
   void Report();
 
@@ -44,6 +51,7 @@ class PrintJob {
   HANDLE port_ = nullptr;
   DWORD reported_bytes_ = 0;
   std::atomic<bool> ended_ = false;
+  std::atomic<DWORD> worker_ = 0;  // the thread that uses the port; 0: none
 };
 
 }  // namespace platform

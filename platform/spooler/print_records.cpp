@@ -8,6 +8,7 @@
 #include "platform/kernel/installation.h"
 #include "platform/kernel/path.h"
 #include "platform/kernel/wow64.h"
+#include "platform/registry/record_values.h"
 
 namespace platform {
 namespace {
@@ -27,17 +28,6 @@ WideString DriversPath(WideView environment) {
   return EnvironmentPath(environment) + TEXT("\\Drivers\\Version-") +
          static_cast<WCHAR>(TEXT('0') + DriverVersion());
 }
-
-template <class Record>
-struct TextValue {
-  const WCHAR* name;
-  WideString Record::*member;
-};
-template <class Record>
-struct NumberValue {
-  const WCHAR* name;
-  DWORD Record::*member;
-};
 
 constexpr TextValue<PrinterRecord> kPrinterTexts[] = {
     {TEXT("Name"), &PrinterRecord::name},
@@ -76,10 +66,14 @@ constexpr TextValue<DriverRecord> kDriverTexts[] = {
 };
 constexpr const WCHAR* kDependentFilesValue = TEXT("Dependent Files");
 
+// Not while another process is still writing the printer, whose name comes last.
+bool IsComplete(const RegistryKey& key) {
+  return key && key.Value(TEXT("Name"));
+}
+
 PrinterRecord PrinterFrom(const RegistryKey& key) {
   PrinterRecord printer;
-  for (const auto& text : kPrinterTexts) printer.*text.member = key.Text(text.name);
-  for (const auto& number : kPrinterNumbers) printer.*number.member = key.Number(number.name, 0);
+  ReadValues(key, kPrinterTexts, kPrinterNumbers, printer);
   if (auto devmode = key.Value(kDevModeValue)) printer.devmode = std::move(devmode->data);
   if (auto security = key.Value(kSecurityValue)) printer.security = std::move(security->data);
   printer.description = printer.name + TEXT(',') + printer.driver + TEXT(',') + printer.location;
@@ -120,28 +114,25 @@ std::vector<WideString> PortsOf(const PrinterRecord& printer) {
 std::optional<PrinterRecord> ReadPrinter(WideView name) {
   if (name.empty()) return std::nullopt;
   const RegistryKey key = FindKey(PrinterPath(name));
-  return key ? std::optional(PrinterFrom(key)) : std::nullopt;
+  if (!IsComplete(key)) return std::nullopt;
+  return PrinterFrom(key);
 }
 
 std::vector<PrinterRecord> ReadPrinters() {
   std::vector<PrinterRecord> printers;
   const RegistryKey all = FindKey(Below(TEXT("Printers")));
-  for (const WideString& name : all.SubKeys()) printers.push_back(PrinterFrom(all.Open(name)));
+  for (const WideString& name : all.SubKeys()) {
+    const RegistryKey key = all.Open(name);
+    if (IsComplete(key)) printers.push_back(PrinterFrom(key));
+  }
   return printers;
 }
 
 bool WritePrinter(const PrinterRecord& printer) {
   const RegistryKey key = MakeKey(PrinterPath(printer.name));
-  bool written = static_cast<bool>(key);
-  for (const auto& text : kPrinterTexts) {
-    written = written && key.SetText(text.name, printer.*text.member);
-  }
-  for (const auto& number : kPrinterNumbers) {
-    written = written && key.SetNumber(number.name, printer.*number.member);
-  }
-  return written &&
-         key.Set(kDevModeValue, REG_BINARY, printer.devmode.data(), printer.devmode.size()) &&
-         key.Set(kSecurityValue, REG_BINARY, printer.security.data(), printer.security.size());
+  return key.Set(kDevModeValue, REG_BINARY, printer.devmode.data(), printer.devmode.size()) &&
+         key.Set(kSecurityValue, REG_BINARY, printer.security.data(), printer.security.size()) &&
+         WriteValues(key, kPrinterTexts, kPrinterNumbers, printer);
 }
 
 bool RemovePrinter(WideView name) {

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "platform/registry/record_values.h"
 #include "platform/spooler/print_records.h"
 
 namespace platform {
@@ -19,23 +20,15 @@ constexpr const WCHAR* kMonitors = TEXT("Monitors");
 constexpr const WCHAR* kJobs = TEXT("Jobs");
 constexpr const WCHAR* kFile = TEXT("File");
 
-struct TextMember {
-  const WCHAR* name;
-  WideString JobRecord::*member;
-};
-struct NumberMember {
-  const WCHAR* name;
-  DWORD JobRecord::*member;
-};
-constexpr TextMember kJobTexts[] = {{TEXT("Printer"), &JobRecord::printer},
-                                    {TEXT("Document"), &JobRecord::document},
-                                    {TEXT("Datatype"), &JobRecord::datatype},
-                                    {TEXT("User"), &JobRecord::user}};
+constexpr TextValue<JobRecord> kJobTexts[] = {{TEXT("Printer"), &JobRecord::printer},
+                                              {TEXT("Document"), &JobRecord::document},
+                                              {TEXT("Datatype"), &JobRecord::datatype},
+                                              {TEXT("User"), &JobRecord::user}};
 // Those behind the first change while the job prints.
-constexpr NumberMember kJobNumbers[] = {{TEXT("Process"), &JobRecord::process},
-                                        {TEXT("Status"), &JobRecord::status},
-                                        {TEXT("Bytes"), &JobRecord::bytes},
-                                        {TEXT("Pages"), &JobRecord::pages}};
+constexpr NumberValue<JobRecord> kJobNumbers[] = {{TEXT("Process"), &JobRecord::process},
+                                                  {TEXT("Status"), &JobRecord::status},
+                                                  {TEXT("Bytes"), &JobRecord::bytes},
+                                                  {TEXT("Pages"), &JobRecord::pages}};
 
 WideString JobName(DWORD id) {
   return ToWide(std::to_string(id));
@@ -44,8 +37,7 @@ WideString JobName(DWORD id) {
 JobRecord JobFrom(const RegistryKey& key, DWORD id) {
   JobRecord job;
   job.id = id;
-  for (const TextMember& text : kJobTexts) job.*text.member = key.Text(text.name);
-  for (const NumberMember& number : kJobNumbers) job.*number.member = key.Number(number.name, 0);
+  ReadValues(key, kJobTexts, kJobNumbers, job);
   return job;
 }
 
@@ -96,9 +88,7 @@ DWORD SpoolerState::Increment(const WCHAR* counter) {
       std::memcpy(&next, last->data.data(), sizeof next);
       ++next;
     }
-    const auto* bytes = reinterpret_cast<const uint8_t*>(&next);
-    hive.Apply({JournalRecord::Op::kSetValue, KeyTree::kRoot, REG_DWORD, counter,
-                Bytes(bytes, bytes + sizeof next)});
+    hive.SetValue(KeyTree::kRoot, counter, REG_DWORD, &next, sizeof next);
     return ERROR_SUCCESS;
   });
   return status == ERROR_SUCCESS ? next : 0;
@@ -127,14 +117,12 @@ DWORD SpoolerState::AddJob(JobRecord job) {
   job.id = Increment(kLastJob);
   if (job.id == 0) return 0;
   const RegistryKey key = root_.Create(kJobs).Create(JobName(job.id));
-  for (const TextMember& text : kJobTexts) key.SetText(text.name, job.*text.member);
-  for (const NumberMember& number : kJobNumbers) key.SetNumber(number.name, job.*number.member);
-  return job.id;
+  return WriteValues(key, kJobTexts, kJobNumbers, job) ? job.id : 0;
 }
 
 void SpoolerState::UpdateJob(const JobRecord& job) {
   const RegistryKey key = root_.Open(kJobs).Open(JobName(job.id));
-  for (const NumberMember& number : kJobNumbers) {
+  for (const auto& number : kJobNumbers) {
     if (key.Number(number.name, 0) != job.*number.member) {
       key.SetNumber(number.name, job.*number.member);
     }

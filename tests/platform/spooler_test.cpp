@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "platform/control/spooler.h"
+#include "platform/control/users.h"
 #include "platform/spooler/spooler.h"
 #include "tests/support/machine_test.h"
 #include "tests/support/peer.h"
@@ -428,7 +429,12 @@ TEST_F(SpoolerTest, AMonitorWrittenIntoTheRegistryWaitsForTheNextStart) {
   ASSERT_EQ(AddPrinter(TEXT("P"), TEXT("REC1:")), 0u);
   const HANDLE printer = Open();
   TakeRecord();
-  StartDoc(printer);
+  {
+    const platform::Impersonation system(TEXT("SYSTEM"));
+    StartDoc(printer);
+  }
+  EXPECT_EQ(platform::Spooler::Current().state().Jobs(TEXT("P")).at(0).user,
+            WideView(TEXT("SYSTEM")));
   const HMODULE module = LoadLibraryW(TEXT("C:\\Windows\\System32\\recmon.dll"));
   platform::StopSpooler();
   EXPECT_EQ(TakeRecord(), "Open REC1:;StartDoc 1 P 1 1 Title RAW;EndDoc 1;Close 1;");
