@@ -110,12 +110,24 @@ TEST_F(KvctlTest, CommandLinesThatCannotBeUnderstood) {
     EXPECT_TRUE(Contains(result, c.output)) << result.output;
   }
   EXPECT_EQ(Run("--version").output, "kvctl 8.27 (Folvane 8)\n");
-  for (const char* command : {"ports", "monitors", "install", "print"}) {
-    EXPECT_TRUE(Contains(Run("--help"), std::string("\n  ") + command + " "));
+  const ProgramResult list = Run("--help");
+  for (const char* command :
+       {"ports", "monitors", "install", "remove", "status", "print", "settings", "sessions",
+        "whoami", "spooler", "docname", "shortcut", "describe", "locales", "demo", "papers",
+        "printers", "printer", "default"}) {
+    EXPECT_TRUE(Contains(list, std::string("\n  ") + command + " ")) << command;
     const ProgramResult help = Run(std::string(command) + " --help");
     EXPECT_EQ(help.status, 0);
     EXPECT_TRUE(help.output.starts_with(std::string("Usage: kvctl ") + command)) << help.output;
   }
+}
+
+TEST_F(KvctlTest, DocumentNames) {
+  const char kAddress[] = "docname 'http://www.example.com/a/b.html'";
+  EXPECT_EQ(Run(kAddress).output, "http://www.example.com/a/b.html\n");
+  EXPECT_EQ(Run(std::string(kAddress) + " --strip-scheme").output, "www.example.com/a/b.html\n");
+  EXPECT_EQ(Run("docname 'C:\\letters\\mine.xyz' --strip-extension").output, "mine.xyz\n")
+      << "no program opens it";
 }
 
 TEST_F(KvctlTest, NamesTheResourceLibraryThatIsMissing) {
