@@ -99,7 +99,7 @@ BOOL WINAPI TranslateMessage(const MSG* message) {
 LRESULT WINAPI DispatchMessageW(const MSG* message) {
   KV_API_NOFAIL(DispatchMessageW, 0, message);
   if (message->hwnd == nullptr) return 0;
-  const WindowPointer window = RequireWindow(message->hwnd);
+  const WindowPointer window = RequireOwnWindow(message->hwnd);
   if (window == nullptr) return 0;
   return CallProcedure(window, message->message, message->wParam, message->lParam);
 }

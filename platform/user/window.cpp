@@ -171,6 +171,12 @@ WindowPointer RequireWindow(HWND handle) {
   return window != nullptr ? window : Fail(ERROR_INVALID_WINDOW_HANDLE);
 }
 
+WindowPointer RequireOwnWindow(HWND handle) {
+  WindowPointer window = RequireWindow(handle);
+  if (window == nullptr || window->thread == GetCurrentThreadId()) return window;
+  return Fail(ERROR_CALL_NOT_IMPLEMENTED);
+}
+
 ThreadState& StateOf(DWORD thread) {
   return tree().threads[thread];
 }

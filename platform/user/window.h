@@ -64,6 +64,10 @@ WindowPointer WindowOf(HWND handle);
 // The same with ERROR_INVALID_WINDOW_HANDLE as last error.
 WindowPointer RequireWindow(HWND handle);
 
+// The same for calls that run the window's procedure at once: ERROR_CALL_NOT_IMPLEMENTED for a
+// window of another thread, which alone may run it.
+WindowPointer RequireOwnWindow(HWND handle);
+
 // Takes the lock itself: the windows of ChildrenOf at this moment. Code of the product that is
 // called meanwhile may destroy some of them.
 std::vector<WindowPointer> ChildrenNow(HWND parent);

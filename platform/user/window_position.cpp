@@ -70,7 +70,7 @@ using namespace platform;
 
 BOOL WINAPI ShowWindow(HWND handle, int command) {
   KV_API_NOFAIL(ShowWindow, FALSE, handle, command);
-  const WindowPointer window = RequireWindow(handle);
+  const WindowPointer window = RequireOwnWindow(handle);
   if (window == nullptr) return FALSE;
   bool was_visible, was_minimized;
   {
@@ -118,7 +118,7 @@ BOOL WINAPI SetWindowPos(HWND handle, HWND insert_after, int x, int y, int width
                          UINT flags) {
   KV_API(SetWindowPos, ERROR_INVALID_WINDOW_HANDLE, FALSE, handle, insert_after, x, y, width,
          height, flags);
-  const WindowPointer window = RequireWindow(handle);
+  const WindowPointer window = RequireOwnWindow(handle);
   if (window == nullptr) return FALSE;
   if ((flags & ~kKnownFlags) != 0) {
     SetLastError(ERROR_CALL_NOT_IMPLEMENTED);

@@ -109,6 +109,7 @@ TEST_F(MessagesTest, ThreadsAnswerEachOtherWhileTheyWait) {
   while (theirs == nullptr) std::this_thread::yield();
   answer = SendMessageW(theirs, WM_APP + 1, 5, 0);
   EXPECT_EQ(answer, 7) << "it asked back";
+  EXPECT_FALSE(SetWindowPos(theirs, nullptr, 0, 0, 1, 1, SWP_NOZORDER)) << "not from here";
   leave = true;
   PostMessageW(theirs, WM_NULL, 0, 0);
   thread.join();
