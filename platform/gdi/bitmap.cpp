@@ -4,14 +4,11 @@
 #include <climits>
 #include <cstring>
 
-#include "platform/gdi/device_context.h"
 #include "platform/gdi/stock_objects.h"
 #include "platform/kernel/api_call.h"
 
 namespace platform {
 namespace {
-
-constexpr int kScreenDepth = 32;
 
 // The colours that every display has: the first half of the 20 at the start of a table of 256, the
 // other half at its end. Blue, green, red.
@@ -164,13 +161,4 @@ HBITMAP WINAPI CreateBitmap(int width, int height, UINT planes, UINT bits_per_pi
     return nullptr;
   }
   return NewBitmap(width, height, bits_per_pixel, bits);
-}
-
-HBITMAP WINAPI CreateCompatibleBitmap(HDC handle, int width, int height) {
-  KV_API(CreateCompatibleBitmap, ERROR_NOT_ENOUGH_MEMORY, nullptr, handle, width, height);
-  const auto context = RequireGdiObject<DeviceContext>(handle);
-  if (context == nullptr) return nullptr;
-  const Bitmap* surface = context->surface();
-  return NewBitmap(width, height, surface == nullptr ? kScreenDepth : surface->bits_per_pixel(),
-                   nullptr);
 }

@@ -15,7 +15,7 @@
 typedef struct {
   int iLow;
   int iHigh;
-} PBRANGE, *PPBRANGE;
+} PBRANGE;
 static_assert(sizeof(PBRANGE) == 8);
 
 extern "C" {

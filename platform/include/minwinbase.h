@@ -7,7 +7,7 @@ typedef struct _SECURITY_ATTRIBUTES {
   DWORD nLength;
   LPVOID lpSecurityDescriptor;
   BOOL bInheritHandle;
-} SECURITY_ATTRIBUTES, *PSECURITY_ATTRIBUTES, *LPSECURITY_ATTRIBUTES;
+} SECURITY_ATTRIBUTES, *LPSECURITY_ATTRIBUTES;
 static_assert(sizeof(SECURITY_ATTRIBUTES) == (sizeof(void*) == 4 ? 12 : 24));
 
 typedef struct _OVERLAPPED {
@@ -33,7 +33,7 @@ typedef struct _SYSTEMTIME {
   WORD wMinute;
   WORD wSecond;
   WORD wMilliseconds;
-} SYSTEMTIME, *PSYSTEMTIME, *LPSYSTEMTIME;
+} SYSTEMTIME;
 static_assert(sizeof(SYSTEMTIME) == 16);
 
 typedef struct _WIN32_FIND_DATAW {
@@ -47,5 +47,5 @@ typedef struct _WIN32_FIND_DATAW {
   DWORD dwReserved1;
   WCHAR cFileName[MAX_PATH];
   WCHAR cAlternateFileName[14];
-} WIN32_FIND_DATAW, *PWIN32_FIND_DATAW, *LPWIN32_FIND_DATAW;
+} WIN32_FIND_DATAW, *LPWIN32_FIND_DATAW;
 static_assert(sizeof(WIN32_FIND_DATAW) == 592);

@@ -5,12 +5,9 @@
 
 #define PIPE_ACCESS_DUPLEX 0x00000003
 #define PIPE_TYPE_MESSAGE 0x00000004
-#define PIPE_READMODE_BYTE 0x00000000
 #define PIPE_READMODE_MESSAGE 0x00000002
-#define PIPE_WAIT 0x00000000
 #define PIPE_UNLIMITED_INSTANCES 255
 #define NMPWAIT_USE_DEFAULT_WAIT 0x00000000
-#define NMPWAIT_WAIT_FOREVER 0xFFFFFFFF
 
 extern "C" {
 // Pipes of this machine that carry messages both ways, which ReadFile and WriteFile move whole; a

@@ -4,7 +4,6 @@
 #include <unknwn.h>
 
 #define STGM_READ 0x00000000
-#define STGM_WRITE 0x00000001
 #define STGM_READWRITE 0x00000002
 
 typedef WCHAR OLECHAR, *LPOLESTR;

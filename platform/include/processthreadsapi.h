@@ -40,7 +40,7 @@ typedef struct _PROCESS_INFORMATION {
   HANDLE hThread;
   DWORD dwProcessId;
   DWORD dwThreadId;
-} PROCESS_INFORMATION, *PPROCESS_INFORMATION, *LPPROCESS_INFORMATION;
+} PROCESS_INFORMATION, *LPPROCESS_INFORMATION;
 static_assert(sizeof(PROCESS_INFORMATION) == (sizeof(void*) == 4 ? 16 : 24));
 
 extern "C" {

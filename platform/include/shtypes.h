@@ -26,4 +26,4 @@ typedef struct _STRRET {
     UINT uOffset;    // of a text in the item
     char cStr[MAX_PATH];
   };
-} STRRET, *LPSTRRET;
+} STRRET;

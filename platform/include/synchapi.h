@@ -18,7 +18,7 @@ typedef struct _RTL_CRITICAL_SECTION {
   HANDLE OwningThread;
   HANDLE LockSemaphore;
   ULONG_PTR SpinCount;
-} RTL_CRITICAL_SECTION, CRITICAL_SECTION, *PCRITICAL_SECTION, *LPCRITICAL_SECTION;
+} CRITICAL_SECTION, *LPCRITICAL_SECTION;
 static_assert(sizeof(CRITICAL_SECTION) == (sizeof(void*) == 4 ? 24 : 40));
 
 extern "C" {
@@ -44,7 +44,6 @@ BOOL WINAPI ReleaseMutex(HANDLE mutex);
 HANDLE WINAPI CreateEventW(LPSECURITY_ATTRIBUTES attributes, BOOL manual_reset, BOOL initial_state,
                            LPCWSTR name);
 BOOL WINAPI SetEvent(HANDLE event);
-BOOL WINAPI ResetEvent(HANDLE event);
 
 // Mutexes, events, threads, processes. A mutex whose owner ended is given with WAIT_ABANDONED.
 DWORD WINAPI WaitForSingleObject(HANDLE object, DWORD milliseconds);

@@ -34,7 +34,7 @@ typedef struct _OSVERSIONINFOW {
   DWORD dwBuildNumber;
   DWORD dwPlatformId;
   WCHAR szCSDVersion[128];
-} OSVERSIONINFOW, *POSVERSIONINFOW, *LPOSVERSIONINFOW;
+} OSVERSIONINFOW, *LPOSVERSIONINFOW;
 static_assert(sizeof(OSVERSIONINFOW) == 276);
 
 typedef struct _OSVERSIONINFOEXW {
@@ -49,7 +49,7 @@ typedef struct _OSVERSIONINFOEXW {
   WORD wSuiteMask;
   BYTE wProductType;
   BYTE wReserved;
-} OSVERSIONINFOEXW, *POSVERSIONINFOEXW, *LPOSVERSIONINFOEXW;
+} OSVERSIONINFOEXW;
 static_assert(sizeof(OSVERSIONINFOEXW) == 284);
 
 extern "C" {

@@ -27,28 +27,23 @@
 #define TRUE 1
 #define MAX_PATH 260
 
-typedef char CHAR, *PCHAR, *LPSTR, *PSTR;
-typedef const char *LPCSTR, *PCSTR, *LPCCH;
-typedef char16_t WCHAR, *PWCHAR, *LPWSTR, *PWSTR, *PWCH, *LPWCH;
-typedef const char16_t *LPCWSTR, *PCWSTR, *LPCWCH, *PCWCH;
-typedef WCHAR TCHAR, *LPTSTR, *PTSTR;
-typedef const WCHAR *LPCTSTR, *PCTSTR;
-typedef const WCHAR* PCZZWSTR;
-typedef WCHAR* PZZWSTR;
+typedef char CHAR, *LPSTR;
+typedef const char *LPCSTR, *LPCCH;
+typedef char16_t WCHAR, *LPWSTR, *PWSTR;
+typedef const char16_t *LPCWSTR, *LPCWCH;
+typedef WCHAR TCHAR;
 
-typedef unsigned char UCHAR, *PUCHAR, BYTE, *PBYTE, *LPBYTE, BOOLEAN, *PBOOLEAN;
-typedef signed char INT8;
-typedef short SHORT, *PSHORT;
-typedef unsigned short USHORT, *PUSHORT, WORD, *PWORD, *LPWORD, ATOM, LANGID;
-typedef int INT, *PINT, *LPINT, BOOL, *PBOOL, *LPBOOL, LONG, *PLONG, *LPLONG, HRESULT;
+typedef unsigned char UCHAR, *PUCHAR, BYTE, *PBYTE, *LPBYTE;
+typedef short SHORT;
+typedef unsigned short USHORT, WORD, ATOM, LANGID;
+typedef int INT, BOOL, *PBOOL, *LPBOOL, LONG, *PLONG, HRESULT;
 typedef unsigned int UINT, *PUINT, DWORD, *PDWORD, *LPDWORD, ULONG, *PULONG, LCID, LCTYPE, COLORREF;
-typedef int64_t LONGLONG, *PLONGLONG, LONG64, INT64;
-typedef uint64_t ULONGLONG, *PULONGLONG, DWORDLONG, ULONG64, UINT64, DWORD64;
+typedef int64_t LONGLONG;
+typedef uint64_t ULONGLONG;
 typedef float FLOAT;
-typedef intptr_t INT_PTR, *PINT_PTR, LONG_PTR, *PLONG_PTR;
+typedef intptr_t INT_PTR, LONG_PTR;
 typedef uintptr_t UINT_PTR, *PUINT_PTR, ULONG_PTR, *PULONG_PTR, DWORD_PTR, *PDWORD_PTR, SIZE_T,
-    *PSIZE_T, *LPSIZE_T;
-typedef intptr_t SSIZE_T;
+    *PSIZE_T;
 typedef void *PVOID, *LPVOID, *HANDLE, **PHANDLE, **LPHANDLE;
 typedef const void* LPCVOID;
 typedef LONG LSTATUS, NTSTATUS;
@@ -91,29 +86,25 @@ typedef INT_PTR(WINAPI* PROC)();
 #define HIBYTE(w) ((BYTE)(((DWORD_PTR)(w) >> 8) & 0xff))
 #define LOWORD(l) ((WORD)((DWORD_PTR)(l)&0xffff))
 #define HIWORD(l) ((WORD)(((DWORD_PTR)(l) >> 16) & 0xffff))
-#define MAKEWORD(a, b) ((WORD)(((BYTE)(a)) | ((WORD)((BYTE)(b))) << 8))
 #define MAKELONG(a, b) ((LONG)(((WORD)(a)) | ((DWORD)((WORD)(b))) << 16))
 
 typedef struct tagPOINT {
   LONG x;
   LONG y;
-} POINT, *PPOINT, *LPPOINT;
-typedef POINT POINTL, *PPOINTL;
+} POINT, *LPPOINT;
+typedef POINT POINTL;
 
 typedef struct tagSIZE {
   LONG cx;
   LONG cy;
-} SIZE, *PSIZE, *LPSIZE;
-typedef SIZE SIZEL, *PSIZEL, *LPSIZEL;
+} SIZE, *LPSIZE;
 
 typedef struct tagRECT {
   LONG left;
   LONG top;
   LONG right;
   LONG bottom;
-} RECT, *PRECT, *LPRECT;
-typedef const RECT* LPCRECT;
-typedef RECT RECTL, *PRECTL, *LPRECTL;
+} RECT, *LPRECT;
 
 typedef struct _FILETIME {
   DWORD dwLowDateTime;
@@ -125,7 +116,6 @@ typedef struct _GUID {
   WORD Data2;
   WORD Data3;
   BYTE Data4[8];
-} GUID, UUID, IID, CLSID, *LPGUID;
-typedef const GUID& REFGUID;
+} GUID, UUID, IID, CLSID;
 typedef const IID& REFIID;
 typedef const CLSID& REFCLSID;

@@ -87,7 +87,6 @@
 #define PT_BEZIERTO 4
 #define PT_MOVETO 6
 
-#define TMPF_FIXED_PITCH 1
 #define TMPF_VECTOR 2
 #define TMPF_TRUETYPE 4
 
@@ -108,7 +107,6 @@
 #define RUSSIAN_CHARSET 204
 #define THAI_CHARSET 222
 #define EASTEUROPE_CHARSET 238
-#define OEM_CHARSET 255
 
 #define TCI_SRCCHARSET 1
 
@@ -127,7 +125,7 @@ typedef struct tagLOGFONTW {
   BYTE lfQuality;
   BYTE lfPitchAndFamily;
   WCHAR lfFaceName[LF_FACESIZE];
-} LOGFONTW, *PLOGFONTW, *LPLOGFONTW;
+} LOGFONTW;
 static_assert(sizeof(LOGFONTW) == 92);
 
 typedef struct tagTEXTMETRICW {
@@ -151,7 +149,7 @@ typedef struct tagTEXTMETRICW {
   BYTE tmStruckOut;
   BYTE tmPitchAndFamily;
   BYTE tmCharSet;
-} TEXTMETRICW, *PTEXTMETRICW, *LPTEXTMETRICW;
+} TEXTMETRICW, *LPTEXTMETRICW;
 static_assert(sizeof(TEXTMETRICW) == 60);
 
 typedef struct tagXFORM {
@@ -161,7 +159,7 @@ typedef struct tagXFORM {
   FLOAT eM22;
   FLOAT eDx;
   FLOAT eDy;
-} XFORM, *PXFORM, *LPXFORM;
+} XFORM, *LPXFORM;
 static_assert(sizeof(XFORM) == 24);
 
 typedef struct tagBITMAP {
@@ -172,7 +170,7 @@ typedef struct tagBITMAP {
   WORD bmPlanes;
   WORD bmBitsPixel;
   LPVOID bmBits;
-} BITMAP, *PBITMAP, *LPBITMAP;
+} BITMAP;
 static_assert(sizeof(BITMAP) == (sizeof(void*) == 4 ? 24 : 32));
 
 typedef struct tagBITMAPINFOHEADER {
@@ -187,7 +185,7 @@ typedef struct tagBITMAPINFOHEADER {
   LONG biYPelsPerMeter;
   DWORD biClrUsed;
   DWORD biClrImportant;
-} BITMAPINFOHEADER, *PBITMAPINFOHEADER, *LPBITMAPINFOHEADER;
+} BITMAPINFOHEADER;
 static_assert(sizeof(BITMAPINFOHEADER) == 40);
 
 typedef struct tagRGBQUAD {
@@ -195,25 +193,25 @@ typedef struct tagRGBQUAD {
   BYTE rgbGreen;
   BYTE rgbRed;
   BYTE rgbReserved;
-} RGBQUAD, *LPRGBQUAD;
+} RGBQUAD;
 static_assert(sizeof(RGBQUAD) == 4);
 
 typedef struct tagBITMAPINFO {
   BITMAPINFOHEADER bmiHeader;
   RGBQUAD bmiColors[1];
-} BITMAPINFO, *PBITMAPINFO, *LPBITMAPINFO;
+} BITMAPINFO, *LPBITMAPINFO;
 static_assert(sizeof(BITMAPINFO) == 44);
 
 typedef struct tagFONTSIGNATURE {
   DWORD fsUsb[4];
   DWORD fsCsb[2];
-} FONTSIGNATURE, *PFONTSIGNATURE, *LPFONTSIGNATURE;
+} FONTSIGNATURE;
 
 typedef struct tagCHARSETINFO {
   UINT ciCharset;
   UINT ciACP;
   FONTSIGNATURE fs;
-} CHARSETINFO, *PCHARSETINFO, *LPCHARSETINFO;
+} CHARSETINFO, *LPCHARSETINFO;
 static_assert(sizeof(CHARSETINFO) == 32);
 
 #define CCHDEVICENAME 32
@@ -316,7 +314,7 @@ typedef struct _devicemodeA {
   DWORD dmReserved2;
   DWORD dmPanningWidth;
   DWORD dmPanningHeight;
-} DEVMODEA, *PDEVMODEA, *LPDEVMODEA;
+} DEVMODEA, *LPDEVMODEA;
 static_assert(sizeof(DEVMODEA) == 156);
 
 #define DM_SPECVERSION 0x0401
@@ -325,7 +323,6 @@ static_assert(sizeof(DEVMODEA) == 156);
 #define DM_PAPERLENGTH 0x00000004
 #define DM_PAPERWIDTH 0x00000008
 #define DM_SCALE 0x00000010
-#define DM_NUP 0x00000040
 #define DM_COPIES 0x00000100
 #define DM_DEFAULTSOURCE 0x00000200
 #define DM_PRINTQUALITY 0x00000400
@@ -337,12 +334,6 @@ static_assert(sizeof(DEVMODEA) == 156);
 #define DM_FORMNAME 0x00010000
 #define DM_LOGPIXELS 0x00020000
 #define DM_BITSPERPEL 0x00040000
-#define DM_ICMMETHOD 0x00800000
-#define DM_ICMINTENT 0x01000000
-#define DM_MEDIATYPE 0x02000000
-#define DM_DITHERTYPE 0x04000000
-#define DM_PANNINGWIDTH 0x08000000
-#define DM_PANNINGHEIGHT 0x10000000
 #define DMORIENT_PORTRAIT 1
 #define DMORIENT_LANDSCAPE 2
 #define DMPAPER_LETTER 1
@@ -351,7 +342,6 @@ static_assert(sizeof(DEVMODEA) == 156);
 #define DMCOLOR_MONOCHROME 1
 #define DMCOLOR_COLOR 2
 #define DMDUP_SIMPLEX 1
-#define DMDUP_VERTICAL 2
 #define DMTT_SUBDEV 3
 
 // Modes of DocumentPropertiesW.
@@ -519,7 +509,6 @@ HRGN WINAPI PathToRegion(HDC context);
 HBITMAP WINAPI CreateBitmap(int width, int height, UINT planes, UINT bits_per_pixel,
                             const VOID* bits);
 // A bitmap as deep as what the context draws into; the screen has 32 bits per pixel.
-HBITMAP WINAPI CreateCompatibleBitmap(HDC context, int width, int height);
 // The bitmap resource of a module as a bitmap of the screen's depth (monochrome stays so when its
 // colours are black and white). Uncompressed resources only.
 HBITMAP WINAPI LoadBitmapW(HINSTANCE module, LPCWSTR name);

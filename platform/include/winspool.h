@@ -3,11 +3,6 @@
 
 #include <wingdi.h>
 
-#define PRINTER_STATUS_PENDING_DELETION 0x00000004
-
-#define PRINTER_ATTRIBUTE_QUEUED 0x00000001
-#define PRINTER_ATTRIBUTE_DIRECT 0x00000002
-#define PRINTER_ATTRIBUTE_DEFAULT 0x00000004
 #define PRINTER_ATTRIBUTE_SHARED 0x00000008
 #define PRINTER_ATTRIBUTE_NETWORK 0x00000010
 #define PRINTER_ATTRIBUTE_LOCAL 0x00000040
@@ -19,7 +14,6 @@
 #define PRINTER_ENUM_SHARED 0x00000020
 #define PRINTER_ENUM_ICON8 0x00800000
 
-#define JOB_STATUS_DELETING 0x00000004
 #define JOB_STATUS_PRINTING 0x00000010
 #define JOB_STATUS_PRINTED 0x00000080
 
@@ -40,7 +34,7 @@ typedef struct _PRINTER_DEFAULTSW {
   LPWSTR pDatatype;
   LPDEVMODEW pDevMode;
   ACCESS_MASK DesiredAccess;
-} PRINTER_DEFAULTSW, *LPPRINTER_DEFAULTSW, PRINTER_DEFAULTS, *LPPRINTER_DEFAULTS;
+} PRINTER_DEFAULTSW, *LPPRINTER_DEFAULTSW;
 
 typedef struct _PRINTER_INFO_1W {
   DWORD Flags;
@@ -72,14 +66,14 @@ typedef struct _PRINTER_INFO_2W {
   DWORD Status;
   DWORD cJobs;
   DWORD AveragePPM;
-} PRINTER_INFO_2W, *LPPRINTER_INFO_2W, PRINTER_INFO_2, *LPPRINTER_INFO_2;
+} PRINTER_INFO_2W, PRINTER_INFO_2;
 static_assert(sizeof(PRINTER_INFO_2W) == (sizeof(void*) == 4 ? 84 : 136));
 
 typedef struct _PRINTER_INFO_4W {
   LPWSTR pPrinterName;
   LPWSTR pServerName;
   DWORD Attributes;
-} PRINTER_INFO_4W, PRINTER_INFO_4;
+} PRINTER_INFO_4W;
 static_assert(sizeof(PRINTER_INFO_4W) == (sizeof(void*) == 4 ? 12 : 24));
 
 typedef struct _PRINTER_INFO_5W {
@@ -88,37 +82,23 @@ typedef struct _PRINTER_INFO_5W {
   DWORD Attributes;
   DWORD DeviceNotSelectedTimeout;
   DWORD TransmissionRetryTimeout;
-} PRINTER_INFO_5W, PRINTER_INFO_5;
+} PRINTER_INFO_5W;
 static_assert(sizeof(PRINTER_INFO_5W) == (sizeof(void*) == 4 ? 20 : 32));
-
-typedef struct _PRINTER_INFO_3 {
-  PSECURITY_DESCRIPTOR pSecurityDescriptor;
-} PRINTER_INFO_3, *LPPRINTER_INFO_3;
-
-typedef struct _PRINTER_INFO_6 {
-  DWORD dwStatus;
-} PRINTER_INFO_6, *LPPRINTER_INFO_6;
-
-typedef struct _PRINTER_INFO_7W {
-  LPWSTR pszObjectGUID;
-  DWORD dwAction;
-} PRINTER_INFO_7W, *LPPRINTER_INFO_7W;
-static_assert(sizeof(PRINTER_INFO_7W) == 2 * sizeof(void*));
 
 typedef struct _PRINTER_INFO_8W {
   LPDEVMODEW pDevMode;
-} PRINTER_INFO_8W, *LPPRINTER_INFO_8W;
+} PRINTER_INFO_8W;
 
 typedef struct _PRINTER_INFO_9W {
   LPDEVMODEW pDevMode;
-} PRINTER_INFO_9W, *LPPRINTER_INFO_9W;
+} PRINTER_INFO_9W;
 
 typedef struct _PRINTER_INFO_1A {
   DWORD Flags;
   LPSTR pDescription;
   LPSTR pName;
   LPSTR pComment;
-} PRINTER_INFO_1A, *LPPRINTER_INFO_1A;
+} PRINTER_INFO_1A;
 static_assert(sizeof(PRINTER_INFO_1A) == (sizeof(void*) == 4 ? 16 : 32));
 
 typedef struct _PRINTER_INFO_2A {
@@ -143,14 +123,14 @@ typedef struct _PRINTER_INFO_2A {
   DWORD Status;
   DWORD cJobs;
   DWORD AveragePPM;
-} PRINTER_INFO_2A, *LPPRINTER_INFO_2A;
+} PRINTER_INFO_2A;
 static_assert(sizeof(PRINTER_INFO_2A) == (sizeof(void*) == 4 ? 84 : 136));
 
 typedef struct _PRINTER_INFO_4A {
   LPSTR pPrinterName;
   LPSTR pServerName;
   DWORD Attributes;
-} PRINTER_INFO_4A, *LPPRINTER_INFO_4A;
+} PRINTER_INFO_4A;
 static_assert(sizeof(PRINTER_INFO_4A) == (sizeof(void*) == 4 ? 12 : 24));
 
 typedef struct _PRINTER_INFO_5A {
@@ -159,26 +139,16 @@ typedef struct _PRINTER_INFO_5A {
   DWORD Attributes;
   DWORD DeviceNotSelectedTimeout;
   DWORD TransmissionRetryTimeout;
-} PRINTER_INFO_5A, *LPPRINTER_INFO_5A;
+} PRINTER_INFO_5A;
 static_assert(sizeof(PRINTER_INFO_5A) == (sizeof(void*) == 4 ? 20 : 32));
 
 typedef struct _PRINTER_INFO_8A {
   LPDEVMODEA pDevMode;
-} PRINTER_INFO_8A, *LPPRINTER_INFO_8A;
+} PRINTER_INFO_8A;
 
 typedef struct _PRINTER_INFO_9A {
   LPDEVMODEA pDevMode;
-} PRINTER_INFO_9A, *LPPRINTER_INFO_9A;
-
-typedef struct _DRIVER_INFO_2W {
-  DWORD cVersion;
-  LPWSTR pName;
-  LPWSTR pEnvironment;
-  LPWSTR pDriverPath;
-  LPWSTR pDataFile;
-  LPWSTR pConfigFile;
-} DRIVER_INFO_2W, DRIVER_INFO_2;
-static_assert(sizeof(DRIVER_INFO_2W) == (sizeof(void*) == 4 ? 24 : 48));
+} PRINTER_INFO_9A;
 
 typedef struct _DRIVER_INFO_3W {
   DWORD cVersion;
@@ -191,14 +161,14 @@ typedef struct _DRIVER_INFO_3W {
   LPWSTR pDependentFiles;
   LPWSTR pMonitorName;
   LPWSTR pDefaultDataType;
-} DRIVER_INFO_3W, DRIVER_INFO_3;
+} DRIVER_INFO_3W;
 static_assert(sizeof(DRIVER_INFO_3W) == (sizeof(void*) == 4 ? 40 : 80));
 
 typedef struct _DOC_INFO_1W {
   LPWSTR pDocName;
   LPWSTR pOutputFile;
   LPWSTR pDatatype;
-} DOC_INFO_1W, DOC_INFO_1;
+} DOC_INFO_1W;
 
 typedef struct _JOB_INFO_2W {
   DWORD JobId;
@@ -224,7 +194,7 @@ typedef struct _JOB_INFO_2W {
   SYSTEMTIME Submitted;
   DWORD Time;
   DWORD PagesPrinted;
-} JOB_INFO_2W, *LPJOB_INFO_2W, JOB_INFO_2;
+} JOB_INFO_2W;
 static_assert(sizeof(JOB_INFO_2W) == (sizeof(void*) == 4 ? 104 : 160));
 
 typedef struct _PORT_INFO_1W {
@@ -240,15 +210,11 @@ typedef struct _PORT_INFO_2W {
 } PORT_INFO_2W, PORT_INFO_2;
 static_assert(sizeof(PORT_INFO_2W) == (sizeof(void*) == 4 ? 20 : 32));
 
-typedef struct _MONITOR_INFO_1W {
-  LPWSTR pName;
-} MONITOR_INFO_1W, MONITOR_INFO_1;
-
 typedef struct _MONITOR_INFO_2W {
   LPWSTR pName;
   LPWSTR pEnvironment;
   LPWSTR pDLLName;
-} MONITOR_INFO_2W, MONITOR_INFO_2;
+} MONITOR_INFO_2W;
 static_assert(sizeof(MONITOR_INFO_2W) == 3 * sizeof(void*));
 
 extern "C" {

@@ -36,7 +36,6 @@
 #define WS_CAPTION 0x00C00000
 #define WS_SYSMENU 0x00080000
 #define WS_TABSTOP 0x00010000
-#define WS_GROUP 0x00020000
 #define WS_EX_DLGMODALFRAME 0x00000001
 #define COLOR_BTNFACE 15
 
@@ -48,7 +47,6 @@
 #define STM_GETICON 0x0171
 #define STM_SETIMAGE 0x0172
 #define STM_GETIMAGE 0x0173
-#define BS_PUSHBUTTON 0x0000
 #define BS_DEFPUSHBUTTON 0x0001
 #define BS_OWNERDRAW 0x000B
 #define BS_TYPEMASK 0x000F
@@ -115,7 +113,6 @@
 #define WM_APP 0x8000
 #define WA_INACTIVE 0
 #define WA_ACTIVE 1
-#define WA_CLICKACTIVE 2
 
 #define VK_TAB 0x09
 #define VK_RETURN 0x0D
@@ -224,7 +221,7 @@ typedef struct tagMSG {
   LPARAM lParam;
   DWORD time;
   POINT pt;
-} MSG, *PMSG, *LPMSG;
+} MSG, *LPMSG;
 static_assert(sizeof(MSG) == (sizeof(void*) == 4 ? 28 : 48));
 
 typedef struct tagWNDCLASSW {
@@ -238,7 +235,7 @@ typedef struct tagWNDCLASSW {
   HBRUSH hbrBackground;
   LPCWSTR lpszMenuName;
   LPCWSTR lpszClassName;
-} WNDCLASSW, *PWNDCLASSW, *LPWNDCLASSW;
+} WNDCLASSW, *LPWNDCLASSW;
 static_assert(sizeof(WNDCLASSW) == (sizeof(void*) == 4 ? 40 : 72));
 
 typedef struct tagCREATESTRUCTW {
@@ -254,18 +251,18 @@ typedef struct tagCREATESTRUCTW {
   LPCWSTR lpszName;
   LPCWSTR lpszClass;
   DWORD dwExStyle;
-} CREATESTRUCTW, *LPCREATESTRUCTW;
+} CREATESTRUCTW;
 static_assert(sizeof(CREATESTRUCTW) == (sizeof(void*) == 4 ? 48 : 80));
 
 typedef struct tagCBT_CREATEWNDW {
   CREATESTRUCTW* lpcs;
   HWND hwndInsertAfter;
-} CBT_CREATEWNDW, *LPCBT_CREATEWNDW;
+} CBT_CREATEWNDW;
 
 typedef struct tagCBTACTIVATESTRUCT {
   BOOL fMouse;
   HWND hWndActive;
-} CBTACTIVATESTRUCT, *LPCBTACTIVATESTRUCT;
+} CBTACTIVATESTRUCT;
 
 typedef struct tagPAINTSTRUCT {
   HDC hdc;
@@ -274,7 +271,7 @@ typedef struct tagPAINTSTRUCT {
   BOOL fRestore;
   BOOL fIncUpdate;
   BYTE rgbReserved[32];
-} PAINTSTRUCT, *PPAINTSTRUCT, *LPPAINTSTRUCT;
+} PAINTSTRUCT, *LPPAINTSTRUCT;
 static_assert(sizeof(PAINTSTRUCT) == (sizeof(void*) == 4 ? 64 : 72));
 
 typedef struct tagDRAWITEMSTRUCT {
@@ -287,7 +284,7 @@ typedef struct tagDRAWITEMSTRUCT {
   HDC hDC;
   RECT rcItem;
   ULONG_PTR itemData;
-} DRAWITEMSTRUCT, *PDRAWITEMSTRUCT, *LPDRAWITEMSTRUCT;
+} DRAWITEMSTRUCT;
 static_assert(sizeof(DRAWITEMSTRUCT) == (sizeof(void*) == 4 ? 48 : 64));
 
 typedef struct tagNONCLIENTMETRICSW {
@@ -307,7 +304,7 @@ typedef struct tagNONCLIENTMETRICSW {
   LOGFONTW lfStatusFont;
   LOGFONTW lfMessageFont;
   int iPaddedBorderWidth;  // from Windows Vista on
-} NONCLIENTMETRICSW, *PNONCLIENTMETRICSW, *LPNONCLIENTMETRICSW;
+} NONCLIENTMETRICSW;
 static_assert(sizeof(NONCLIENTMETRICSW) == 504);
 
 #ifndef __LP64__

@@ -1,4 +1,4 @@
-// Events: a signal that stays until it is reset, or ends one wait.
+// Events: a signal that stays, or ends one wait.
 #include <atomic>
 
 #include "platform/kernel/api_call.h"
@@ -25,7 +25,6 @@ class Event : public Waitable {
   }
   void PutBack(Taken) override { Set(); }
   void Set() { State() |= kSignalled; }
-  void Reset() { State() &= ~kSignalled; }
 
  private:
   std::atomic<uint32_t>& State() {
@@ -68,13 +67,5 @@ BOOL WINAPI SetEvent(HANDLE event) {
   if (object == nullptr) return Finish(ERROR_INVALID_HANDLE);
   object->Set();
   WakeWaiters();
-  return TRUE;
-}
-
-BOOL WINAPI ResetEvent(HANDLE event) {
-  KV_API(ResetEvent, ERROR_INVALID_HANDLE, FALSE, event);
-  const auto object = ObjectOf<Event>(event);
-  if (object == nullptr) return Finish(ERROR_INVALID_HANDLE);
-  object->Reset();
   return TRUE;
 }

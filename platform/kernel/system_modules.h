@@ -27,21 +27,12 @@ bool IsInstalled(const SystemModule& module);
 // The library of this file name, with or without ".dll" and without regard to case; null when the
 // name is not one of the system's.
 const SystemModule* FindSystemModule(WideView base_name);
-// Calls `visit` for every library that the installed system has.
-template <class Visitor>
-void ForEachSystemModule(Visitor visit);
 
 // The layer's function behind an export; null when this system does not have it.
 FARPROC FindSystemFunction(const SystemModule& module, const char* name);
 
+// All that any system has.
 const SystemModule* SystemModulesBegin();
 const SystemModule* SystemModulesEnd();
-
-template <class Visitor>
-void ForEachSystemModule(Visitor visit) {
-  for (const SystemModule* module = SystemModulesBegin(); module != SystemModulesEnd(); ++module) {
-    if (IsInstalled(*module)) visit(*module);
-  }
-}
 
 }  // namespace platform

@@ -74,11 +74,6 @@ BOOL WINAPI EqualSid(PSID a, PSID b) {
   return LengthOf(a) == LengthOf(b) && std::memcmp(a, b, LengthOf(a)) == 0;
 }
 
-DWORD WINAPI GetLengthSid(PSID sid) {
-  KV_API_NOFAIL(GetLengthSid, 0, sid);
-  return LengthOf(sid);
-}
-
 DWORD WINAPI GetSidLengthRequired(UCHAR count) {
   KV_API_NOFAIL(GetSidLengthRequired, 0, count);
   return 8 + 4 * count;
