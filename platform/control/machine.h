@@ -25,7 +25,8 @@ void CloseMachine();
 // The directory of the current machine; opens one when there is none.
 std::filesystem::path MachineDirectory();
 
-// Facts are the settings of the machine; see facts.h for their names. Changes are written at once.
+// Facts are the settings of the machine; see facts.h for their names. Changes are written at once,
+// and all processes of the machine see them.
 std::string Fact(std::string_view name, std::string_view otherwise = {});
 long FactNumber(std::string_view name, long otherwise = 0);
 void SetFact(std::string_view name, std::string_view value);

@@ -1,13 +1,10 @@
 #include "platform/kernel/atoms.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 
 #include "platform/kernel/api_call.h"
+#include "platform/kernel/locked_file.h"
 
 namespace platform {
 namespace {
@@ -15,25 +12,6 @@ namespace {
 constexpr ATOM kFirst = 0xC000;
 constexpr size_t kMaxAtoms = 0x10000 - kFirst;
 constexpr size_t kMaxName = 255;
-
-// The file, locked against other processes while it is open.
-class LockedFile {
- public:
-  explicit LockedFile(const std::filesystem::path& path)
-      : file_(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666)) {
-    if (file_ >= 0) flock(file_, LOCK_EX);
-  }
-  ~LockedFile() {
-    if (file_ >= 0) close(file_);
-  }
-  LockedFile(const LockedFile&) = delete;
-  LockedFile& operator=(const LockedFile&) = delete;
-
-  int get() const { return file_; }
-
- private:
-  int file_;
-};
 
 }  // namespace
 

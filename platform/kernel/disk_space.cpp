@@ -12,11 +12,11 @@
 namespace platform {
 
 bool DiskSpace::IsLimited() const {
-  return !machine_.Fact(facts::kDiskFreeBytes, {}).empty();
+  return !machine_.facts().Get(facts::kDiskFreeBytes, {}).empty();
 }
 
 DWORD DiskSpace::Change(uint64_t size, uint64_t wanted) {
-  const std::string said = machine_.Fact(facts::kDiskFreeBytes, {});
+  const std::string said = machine_.facts().Get(facts::kDiskFreeBytes, {});
   if (said.empty()) return ERROR_SUCCESS;
   std::lock_guard lock(mutex_);
   if (said != said_) {

@@ -6,6 +6,7 @@
 #include "platform/control/faults.h"
 #include "platform/control/pe_writer.h"
 #include "platform/control/profiles.h"
+#include "platform/kernel/locked_file.h"
 #include "platform/kernel/system_modules.h"
 #include "platform/kernel/wow64.h"
 
@@ -121,7 +122,9 @@ void InstallSystemFiles() {
   }
 }
 
-void PrepareMachine(Machine&) {
+// Of several processes that open a fresh machine, one installs it and the others wait.
+void PrepareMachine(Machine& machine) {
+  const LockedFile installing(machine.directory() / "objects" / "installation");
   if (!std::filesystem::exists(OnDrive(SystemDirectory()))) InstallSystemFiles();
 }
 

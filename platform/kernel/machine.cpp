@@ -1,18 +1,12 @@
 #include "platform/kernel/machine.h"
 
-#include <unistd.h>
-
 #include <cstdlib>
-#include <fstream>
 
 #include "platform/control/faults.h"
 #include "platform/kernel/installation.h"
-#include "platform/kernel/process_record.h"
 
 namespace platform {
 namespace {
-
-constexpr const char* kFactsFile = "facts";
 
 std::recursive_mutex current_mutex;
 Machine* current = nullptr;
@@ -25,6 +19,13 @@ std::filesystem::path DefaultDirectory() {
   }
   const char* home = std::getenv("HOME");
   return std::filesystem::path(home != nullptr ? home : "/tmp") / ".local/share/folvane-machine";
+}
+
+std::filesystem::path WithFolders(const std::filesystem::path& directory) {
+  for (const char* folder : {"drive_c", "registry", "objects"}) {
+    std::filesystem::create_directories(directory / folder);
+  }
+  return directory;
 }
 
 }  // namespace
@@ -53,12 +54,7 @@ void Machine::Close() {
 }
 
 Machine::Machine(const std::filesystem::path& directory)
-    : directory_(std::filesystem::absolute(directory)) {
-  for (const char* folder : {"drive_c", "registry", "objects"}) {
-    std::filesystem::create_directories(directory_ / folder);
-  }
-  ReadFacts();
-}
+    : directory_(WithFolders(std::filesystem::absolute(directory))), facts_(directory_) {}
 
 Machine::~Machine() {
   while (!parts_.empty()) {
@@ -69,44 +65,6 @@ Machine::~Machine() {
     last.reset();
     std::erase_if(part_index_, [address](const auto& entry) { return entry.second == address; });
   }
-}
-
-void Machine::ReadFacts() {
-  std::ifstream file(directory_ / kFactsFile);
-  for (std::string line; std::getline(file, line);) {
-    const size_t equals = line.find('=');
-    if (equals != std::string::npos) facts_[line.substr(0, equals)] = line.substr(equals + 1);
-  }
-}
-
-void Machine::WriteFacts() const {
-  const std::filesystem::path target = directory_ / kFactsFile;
-  const std::filesystem::path fresh = target.string() + "." + std::to_string(getpid());
-  {
-    std::ofstream file(fresh, std::ios::trunc);
-    for (const auto& [name, value] : facts_) file << name << '=' << value << '\n';
-  }
-  std::filesystem::rename(fresh, target);
-}
-
-std::string Machine::Fact(std::string_view name, std::string_view otherwise) const {
-  std::lock_guard lock(facts_mutex_);
-  const ProcessFacts& told = ProcessRecord::Own().facts;
-  if (const auto own = told.find(name); own != told.end()) return own->second;
-  const auto found = facts_.find(name);
-  return found == facts_.end() ? std::string(otherwise) : found->second;
-}
-
-void Machine::SetFact(std::string_view name, std::string_view value) {
-  std::lock_guard lock(facts_mutex_);
-  ProcessRecord::Own().facts.erase(std::string(name));
-  facts_[std::string(name)] = value;
-  WriteFacts();
-}
-
-void Machine::ClearFact(std::string_view name) {
-  std::lock_guard lock(facts_mutex_);
-  if (facts_.erase(std::string(name)) != 0) WriteFacts();
 }
 
 void UseMachine(const std::filesystem::path& directory) {
@@ -120,7 +78,7 @@ std::filesystem::path MachineDirectory() {
 }
 
 std::string Fact(std::string_view name, std::string_view otherwise) {
-  return Machine::Current().Fact(name, otherwise);
+  return Machine::Current().facts().Get(name, otherwise);
 }
 
 long FactNumber(std::string_view name, long otherwise) {
@@ -129,13 +87,13 @@ long FactNumber(std::string_view name, long otherwise) {
 }
 
 void SetFact(std::string_view name, std::string_view value) {
-  Machine::Current().SetFact(name, value);
+  Machine::Current().facts().Set(name, value);
 }
 void SetFactNumber(std::string_view name, long value) {
   SetFact(name, std::to_string(value));
 }
 void ClearFact(std::string_view name) {
-  Machine::Current().ClearFact(name);
+  Machine::Current().facts().Clear(name);
 }
 
 }  // namespace platform

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/control/machine.h"
+#include "platform/kernel/machine_facts.h"
 
 namespace platform {
 
@@ -43,17 +44,11 @@ class Machine {
     return *static_cast<T*>(found->second);
   }
 
-  std::string Fact(std::string_view name, std::string_view otherwise) const;
-  void SetFact(std::string_view name, std::string_view value);
-  void ClearFact(std::string_view name);
+  MachineFacts& facts() { return facts_; }
 
  private:
-  void ReadFacts();
-  void WriteFacts() const;
-
   std::filesystem::path directory_;
-  mutable std::mutex facts_mutex_;
-  std::map<std::string, std::string, std::less<>> facts_;
+  MachineFacts facts_;
   std::recursive_mutex parts_mutex_;
   std::map<std::type_index, void*> part_index_;
   std::vector<std::shared_ptr<void>> parts_;

@@ -71,15 +71,18 @@ std::string ToAnsi(WideView text) {
 
 }  // namespace
 
-ProfileFile::ProfileFile(WideView name) : path_(name) {
+ProfileFile::ProfileFile(WideView name)
+    : turn_(Machine::Current().directory() / "objects" / "profiles"), path_(name) {
   if (name.find_first_of(TEXT("\\/:")) == WideView::npos) {
     path_ = WindowsDirectory() + TEXT("\\") + path_;
   }
   std::shared_ptr<File> file;
   bool existed = false;
   std::vector<BYTE> content;
-  if (File::Open(path_, {GENERIC_READ, kShareAll, OPEN_EXISTING, 0}, file, existed) != 0 ||
-      ReadHostFile(file->descriptor(), kLargestFile, content) != ERROR_SUCCESS) {
+  DWORD error = File::Open(path_, {GENERIC_READ, kShareAll, OPEN_EXISTING, 0}, file, existed);
+  if (error == ERROR_SUCCESS) error = ReadHostFile(file->descriptor(), kLargestFile, content);
+  if (error != ERROR_SUCCESS) {
+    read_error_ = error == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : error;
     return;
   }
   const std::string_view bytes(reinterpret_cast<const char*>(content.data()), content.size());
@@ -194,6 +197,7 @@ void ProfileFile::SetSection(WideView section, const std::vector<WideString>& li
 }
 
 DWORD ProfileFile::Save() const {
+  if (read_error_ != ERROR_SUCCESS) return read_error_;
   WideString text;
   for (const WideString& line : lines_) text.append(line).append(kLineBreak);
   std::string bytes;

@@ -7,6 +7,7 @@
 #include <optional>
 #include <vector>
 
+#include "platform/kernel/locked_file.h"
 #include "platform/kernel/text.h"
 
 namespace platform {
@@ -14,7 +15,8 @@ namespace platform {
 class ProfileFile {
  public:
   // Reads the file; one that is not there is empty. A name without a directory is one of the
-  // Windows directory. ANSI, or UTF-16 behind a byte order mark.
+  // Windows directory. ANSI, or UTF-16 behind a byte order mark. While the object lives, it is the
+  // only one of all processes, so that what is read, changed and saved is one step.
   explicit ProfileFile(WideView name);
 
   std::vector<WideString> Sections() const;
@@ -31,7 +33,7 @@ class ProfileFile {
   void DeleteSection(WideView section);
   // Puts `lines` in place of everything in the section.
   void SetSection(WideView section, const std::vector<WideString>& lines);
-  // Writes the file as it was encoded; the error code.
+  // Writes the file as it was encoded; the error code, also when it could not be read.
   DWORD Save() const;
 
  private:
@@ -41,7 +43,9 @@ class ProfileFile {
   size_t FindKey(WideView section, WideView key) const;
   size_t AddSection(WideView section);
 
+  const LockedFile turn_;
   WideString path_;
+  DWORD read_error_ = ERROR_SUCCESS;
   bool is_utf16_ = false;
   std::vector<WideString> lines_;
 };
