@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/kernel/api_call.h"
+#include "platform/kernel/modules.h"
 #include "platform/kernel/process_record.h"
 #include "platform/kernel/text.h"
 
@@ -43,33 +44,59 @@ WideString ReadCommandLine() {
   return line;
 }
 
-// One argument from `at` on, which moves behind it. The program's name knows no backslash rules.
-WideString TakeArgument(WideView line, size_t& at, bool program) {
+bool IsBlank(WCHAR c) {
+  return c == ' ' || c == '\t';
+}
+
+void SkipBlanks(WideView line, size_t& at) {
+  while (at < line.size() && IsBlank(line[at])) ++at;
+}
+
+// The program's name, in which backslashes are what they are: up to the second of two quotes, or up
+// to a blank. `at` moves behind it.
+WideString TakeProgram(WideView line, size_t& at) {
+  const bool quoted = line.starts_with('"');
+  const size_t end = quoted ? line.find('"', 1) : line.find_first_of(TEXT(" \t"));
+  const WideView name = line.substr(0, end).substr(quoted ? 1 : 0);
+  at = end == WideView::npos ? line.size() : end + (quoted ? 1 : 0);
+  SkipBlanks(line, at);
+  return WideString(name);
+}
+
+// One argument from `at` on, which moves behind it.
+WideString TakeArgument(WideView line, size_t& at) {
   WideString argument;
   bool quoted = false;
-  while (at < line.size() && (quoted || (line[at] != ' ' && line[at] != '\t'))) {
+  while (at < line.size() && (quoted || !IsBlank(line[at]))) {
     size_t backslashes = 0;
-    while (!program && at < line.size() && line[at] == '\\') ++backslashes, ++at;
+    while (at < line.size() && line[at] == '\\') ++backslashes, ++at;
     if (at < line.size() && line[at] == '"') {
       argument.append(backslashes / 2, '\\');
       if (backslashes % 2 != 0) {
         argument += '"';
-      } else if (quoted && !program && at + 1 < line.size() && line[at + 1] == '"') {
-        argument += '"';
-        ++at;
       } else {
+        // The quote that ends a quoted part is doubled to stand for itself.
+        if (quoted && at + 1 < line.size() && line[at + 1] == '"') argument += line[++at];
         quoted = !quoted;
       }
       ++at;
       continue;
     }
     argument.append(backslashes, '\\');
-    if (at < line.size() && (quoted || (line[at] != ' ' && line[at] != '\t')) && backslashes == 0) {
+    if (at < line.size() && (quoted || !IsBlank(line[at])) && backslashes == 0) {
       argument += line[at++];
     }
   }
-  while (at < line.size() && (line[at] == ' ' || line[at] == '\t')) ++at;
+  SkipBlanks(line, at);
   return argument;
+}
+
+std::vector<WideString> SplitCommandLine(WideView line) {
+  if (line.empty()) return {ModulePath(nullptr)};
+  size_t at = 0;
+  std::vector<WideString> arguments = {TakeProgram(line, at)};
+  while (at < line.size()) arguments.push_back(TakeArgument(line, at));
+  return arguments;
 }
 
 }  // namespace
@@ -83,10 +110,11 @@ LPWSTR WINAPI GetCommandLineW() {
 
 LPWSTR* WINAPI CommandLineToArgvW(LPCWSTR command_line, int* count) {
   KV_API(CommandLineToArgvW, ERROR_NOT_ENOUGH_MEMORY, nullptr, command_line, count);
-  const platform::WideView line = platform::View(command_line);
-  std::vector<platform::WideString> arguments;
-  for (size_t at = 0; at < line.size();)
-    arguments.push_back(platform::TakeArgument(line, at, arguments.empty()));
+  if (command_line == nullptr || count == nullptr) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return nullptr;
+  }
+  const std::vector<platform::WideString> arguments = platform::SplitCommandLine(command_line);
   size_t characters = 0;
   for (const auto& argument : arguments) characters += argument.size() + 1;
   // One block, freed with LocalFree: the pointers, a null one behind them, then the texts.

@@ -411,6 +411,10 @@ std::shared_ptr<const PeImage> ResourcesOf(HMODULE module, DWORD& error) {
   return loader().Resources(module, error);
 }
 
+WideString ModulePath(HMODULE module) {
+  return loader().PathOf(module);
+}
+
 DWORD ReadResources(int descriptor, std::shared_ptr<const PeImage>& image) {
   PeImage::Bytes bytes;
   switch (FormatOf(descriptor)) {
@@ -460,7 +464,7 @@ HMODULE WINAPI GetModuleHandleW(LPCWSTR name) {
 
 DWORD WINAPI GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD capacity) {
   KV_API(GetModuleFileNameW, ERROR_MOD_NOT_FOUND, 0, module, buffer, capacity);
-  const WideString path = loader().PathOf(module);
+  const WideString path = platform::ModulePath(module);
   if (path.empty()) {
     SetLastError(ERROR_MOD_NOT_FOUND);
     return 0;

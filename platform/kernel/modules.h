@@ -16,4 +16,7 @@ std::shared_ptr<const PeImage> ResourcesOf(HMODULE module, DWORD& error);
 // ERROR_BAD_EXE_FORMAT for other files.
 DWORD ReadResources(int descriptor, std::shared_ptr<const PeImage>& image);
 
+// The path of a module, that of the program for null; empty for what is no module.
+WideString ModulePath(HMODULE module);
+
 }  // namespace platform

@@ -15,6 +15,7 @@
 #include "platform/kernel/host_error.h"
 #include "platform/kernel/installation.h"
 #include "platform/kernel/machine.h"
+#include "platform/kernel/modules.h"
 #include "platform/kernel/path.h"
 #include "platform/kernel/process_record.h"
 
@@ -56,9 +57,7 @@ DWORD FindAt(WideView path, std::filesystem::path& host) {
 }
 
 std::vector<WideString> SearchedDirectories() {
-  WCHAR own[MAX_PATH] = {};
-  GetModuleFileNameW(nullptr, own, MAX_PATH - 1);
-  std::vector<WideString> directories = {WideString(DirectoryOf(own)),
+  std::vector<WideString> directories = {WideString(DirectoryOf(ModulePath(nullptr))),
                                          Machine::Current().Part<CurrentDirectory>().Get(),
                                          SystemDirectory(), WindowsDirectory()};
   const WideString path = EnvironmentVariable(TEXT("PATH")).value_or(WideString());

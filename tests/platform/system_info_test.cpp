@@ -1,5 +1,8 @@
 // What the system says about itself, for every Windows version.
+#include <shellapi.h>
+
 #include "platform/control/profiles.h"
+#include "platform/kernel/machine_facts.h"
 #include "tests/support/machine_test.h"
 
 namespace {
@@ -135,6 +138,37 @@ TEST_F(SystemInfoTest, NamesFollowTheirBufferRules) {
   EXPECT_EQ(size, 6u);
   EXPECT_TRUE(GetComputerNameW(text, &size));
   EXPECT_EQ(size, 5u);
+}
+
+TEST_F(SystemInfoTest, CommandLinesFallIntoArguments) {
+  const struct {
+    LPCWSTR line, arguments;
+  } cases[] = {
+      {TEXT("\"C:\\a b\\p\"r \ts"), TEXT("[C:\\a b\\p][r][s]")},
+      {TEXT(" p"), TEXT("[][p]")},
+      {TEXT("p \"\" q"), TEXT("[p][][q]")},
+      {TEXT("p \"a\"\"b c\" d"), TEXT("[p][a\"b][c d]")},
+      {TEXT("p \"a\"\"\"\" b"), TEXT("[p][a\"][b]")},
+      {TEXT("p a\\\\\"b c\" \"d\\\"e\" f\\g"), TEXT("[p][a\\b c][d\"e][f\\g]")},
+  };
+  for (const auto& c : cases) {
+    int count = 0;
+    const LPWSTR* const arguments = CommandLineToArgvW(c.line, &count);
+    std::basic_string<WCHAR> joined;
+    for (int i = 0; i < count; ++i) joined.append(TEXT("[")).append(arguments[i]).append(TEXT("]"));
+    EXPECT_EQ(joined, c.arguments);
+    LocalFree(const_cast<LPWSTR*>(arguments));
+  }
+}
+
+TEST_F(SystemInfoTest, ProcessesSeeEachOthersFactsAndKeepThem) {
+  platform::MachineFacts other(platform::MachineDirectory());
+  platform::SetFact("one", "1");
+  EXPECT_EQ(other.Get("one", {}), "1");
+  other.Set("two", "2");
+  platform::SetFact("one", "3");
+  EXPECT_EQ(platform::Fact("two"), "2");
+  EXPECT_EQ(other.Get("one", {}), "3");
 }
 
 TEST_F(SystemInfoTest, SleepPassesOnTheMachinesClock) {
