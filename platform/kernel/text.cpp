@@ -35,19 +35,21 @@ void AppendUtf8(std::string& out, char32_t c) {
   }
 }
 
-// Upper and lower case of every UTF-16 unit, by the host's Unicode tables; only one-to-one mappings
-// within the BMP.
+// Upper and lower case of every UTF-16 unit, by the host's Unicode tables. The system maps only
+// what leads back: the dotless i has no capital, since that of i is I.
 struct CaseTables {
   std::array<WCHAR, 0x10000> upper;
   std::array<WCHAR, 0x10000> lower;
   CaseTables() {
     locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
     for (unsigned c = 0; c < 0x10000; ++c) {
-      const bool surrogate = IsHighSurrogate(c) || IsLowSurrogate(c);
-      const wint_t up = surrogate || unicode == nullptr ? c : towupper_l(c, unicode);
-      const wint_t down = surrogate || unicode == nullptr ? c : towlower_l(c, unicode);
-      upper[c] = static_cast<WCHAR>(up < 0x10000 ? up : c);
-      lower[c] = static_cast<WCHAR>(down < 0x10000 ? down : c);
+      const bool mapped = unicode != nullptr && !IsHighSurrogate(c) && !IsLowSurrogate(c);
+      const wint_t up = mapped ? towupper_l(c, unicode) : c;
+      const wint_t down = mapped ? towlower_l(c, unicode) : c;
+      const bool leads_up = up < 0x10000 && mapped && towlower_l(up, unicode) == c;
+      const bool leads_down = down < 0x10000 && mapped && towupper_l(down, unicode) == c;
+      upper[c] = static_cast<WCHAR>(leads_up ? up : c);
+      lower[c] = static_cast<WCHAR>(leads_down ? down : c);
     }
     if (unicode != nullptr) freelocale(unicode);
   }

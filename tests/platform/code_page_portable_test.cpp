@@ -158,9 +158,10 @@ TEST(CodePagePortableTest, LeadBytes) {
 }
 
 TEST(CodePagePortableTest, CaseOfStringsAndSingleCharacters) {
-  WCHAR text[] = TEXT("aZ\u00E4\u0451\u00DF");
-  EXPECT_EQ(WideView(CharUpperW(text)), TEXT("AZ\u00C4\u0401\u00DF"));
-  EXPECT_EQ(WideView(CharLowerW(text)), TEXT("az\u00E4\u0451\u00DF"));
+  // The last four have no capital that would lead back.
+  WCHAR text[] = TEXT("aZ\u00E4\u0451\u00DF\u0131\u017F\u00B5\u03C2");
+  EXPECT_EQ(WideView(CharUpperW(text)), TEXT("AZ\u00C4\u0401\u00DF\u0131\u017F\u00B5\u03C2"));
+  EXPECT_EQ(WideView(CharLowerW(text)), TEXT("az\u00E4\u0451\u00DF\u0131\u017F\u00B5\u03C2"));
   EXPECT_EQ(reinterpret_cast<ULONG_PTR>(CharUpperW(MAKEINTRESOURCEW(TEXT('\u00E9')))), 0xC9u);
 }
 
