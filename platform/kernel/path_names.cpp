@@ -7,19 +7,26 @@
 namespace platform {
 namespace {
 
-// The path with the short form of each name, as the caller wrote it otherwise.
-WideString ShortPath(const ResolvedPath& resolved) {
-  std::filesystem::path host = resolved.host;
-  WideString text;
-  WideView rest = resolved.windows;
-  while (rest.size() > 3) {
-    const WideView name = BaseName(rest);
-    host = host.parent_path();
-    text.insert(0, ShortNameOf(host, name));
-    rest = DirectoryOf(rest);
-    if (rest.size() > 3) text.insert(0, TEXT("\\"));
+// An existing path with the short form of each name, as the caller wrote it otherwise.
+WideString ShortPath(WideView path) {
+  constexpr WideView kSeparators = TEXT("\\/");
+  const size_t prefix = path.starts_with(kVerbatimPrefix) ? kVerbatimPrefix.size() : 0;
+  WideString text(path.substr(0, prefix));
+  for (size_t at = prefix; at < path.size();) {
+    const size_t end = std::min(path.find_first_of(kSeparators, at), path.size());
+    const WideView name = path.substr(at, end - at);
+    const bool stays =
+        name.empty() || name == TEXT(".") || name == TEXT("..") || name.back() == ':';
+    if (stays) {
+      text += name;
+    } else {
+      const std::filesystem::path host = ResolvePath(path.substr(0, end)).host;
+      text += ShortNameOf(host.parent_path(), ToWide(host.filename().string()));
+    }
+    text += path.substr(end, 1);
+    at = end + 1;
   }
-  return WideString(rest) + text;
+  return text;
 }
 
 }  // namespace
@@ -50,5 +57,5 @@ DWORD WINAPI GetShortPathNameW(LPCWSTR path, LPWSTR buffer, DWORD capacity) {
     SetLastError(resolved.Exists() ? ERROR_INVALID_PARAMETER : resolved.error);
     return 0;
   }
-  return CopyOut(ShortPath(resolved), buffer, capacity);
+  return CopyOut(ShortPath(path), buffer, capacity);
 }

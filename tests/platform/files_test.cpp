@@ -218,6 +218,9 @@ TEST_F(FilesTest, ShortNamesStayAndLeadToTheFile) {
   GetShortPathNameW(TEXT("C:\\some folder\\SHORT.TXT"), path, MAX_PATH);
   EXPECT_TRUE(WideView(path).ends_with(TEXT("\\SHORT.TXT")));
   EXPECT_EQ(GetShortPathNameW(TEXT("C:\\some folder\\long name.html"), path, length), length + 1);
+  SetCurrentDirectoryW(TEXT("C:\\some folder"));
+  GetShortPathNameW(TEXT(".\\long name.html"), path, MAX_PATH);
+  EXPECT_EQ(path, TEXT(".") + first.substr(first.rfind('\\')));
   EXPECT_EQ(ErrorOf(GetShortPathNameW(TEXT("C:\\none"), path, MAX_PATH) != 0),
             DWORD{ERROR_FILE_NOT_FOUND});
 }
