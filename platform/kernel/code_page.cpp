@@ -304,7 +304,7 @@ int WINAPI MultiByteToWideChar(UINT code_page, DWORD flags, LPCCH text, int leng
   KV_API(MultiByteToWideChar, ERROR_INVALID_PARAMETER, 0, code_page, flags, text, length, buffer,
          capacity);
   if (!ArgumentsAreValid(text, length, buffer, capacity)) return Fail(ERROR_INVALID_PARAMETER);
-  if ((flags & ~(MB_PRECOMPOSED | MB_ERR_INVALID_CHARS)) != 0) return Fail(ERROR_INVALID_FLAGS);
+  if ((flags & ~MB_ERR_INVALID_CHARS) != 0) return Fail(ERROR_INVALID_FLAGS);
   const bool utf8 = Resolve(code_page) == CP_UTF8;
   const CodePage* page = CodePage::Find(code_page);
   if (!utf8 && page == nullptr) return Fail(ERROR_INVALID_PARAMETER);
@@ -324,6 +324,7 @@ int WINAPI WideCharToMultiByte(UINT code_page, DWORD flags, LPCWCH text, int len
   Output<char> out(buffer, capacity);
   const WideView wide = Counted(text, length);
   if (Resolve(code_page) == CP_UTF8) {
+    if (flags != 0) return Fail(ERROR_INVALID_FLAGS);
     if (default_char != nullptr || used_default != nullptr) return Fail(ERROR_INVALID_PARAMETER);
     for (char c : ToUtf8(WithoutLoneSurrogates(wide))) out.Put(c);
     return out.Result();

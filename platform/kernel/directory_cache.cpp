@@ -53,11 +53,12 @@ class Listing {
     return best;
   }
 
-  void Read(const std::string& directory) {
+  bool Read(const std::string& directory) {
     DIR* stream = opendir(directory.c_str());
-    if (stream == nullptr) return;
+    if (stream == nullptr) return false;
     while (const dirent* entry = readdir(stream)) Add(entry->d_name);
     closedir(stream);
+    return true;
   }
 
  private:
@@ -79,7 +80,7 @@ class Cache {
     // The watch comes first: what changes while the directory is read is reported afterwards.
     const int watch = inotify_add_watch(notifications_, directory.c_str(), kWatched);
     Listing listing;
-    listing.Read(directory);
+    if (!listing.Read(directory)) return {};
     std::string result = listing.Find(name);
     if (watch >= 0) {
       watches_[watch] = identity;

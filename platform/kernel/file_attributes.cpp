@@ -99,9 +99,12 @@ using namespace platform;
 DWORD WINAPI GetFileAttributesW(LPCWSTR path) {
   KV_API(GetFileAttributesW, ERROR_ACCESS_DENIED, INVALID_FILE_ATTRIBUTES, path);
   const ResolvedPath resolved = ResolvePath(View(path));
-  if (resolved.Exists()) return HostAttributes(resolved.host);
-  SetLastError(resolved.error);
-  return INVALID_FILE_ATTRIBUTES;
+  const DWORD attributes =
+      resolved.Exists() ? HostAttributes(resolved.host) : INVALID_FILE_ATTRIBUTES;
+  if (attributes == INVALID_FILE_ATTRIBUTES) {
+    SetLastError(resolved.Exists() ? ERROR_FILE_NOT_FOUND : resolved.error);
+  }
+  return attributes;
 }
 
 BOOL WINAPI GetFileAttributesExW(LPCWSTR path, GET_FILEEX_INFO_LEVELS level, LPVOID information) {

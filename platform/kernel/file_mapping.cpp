@@ -184,7 +184,11 @@ LPVOID WINAPI MapViewOfFile(HANDLE mapping, DWORD access, DWORD offset_high, DWO
          size);
   const auto object = ObjectOf<Mapping>(mapping);
   DWORD error = object == nullptr ? ERROR_INVALID_HANDLE : ERROR_SUCCESS;
-  if (offset_high != 0 || offset_low != 0 || size != 0) error = ERROR_CALL_NOT_IMPLEMENTED;
+  const bool usual =
+      access == FILE_MAP_READ || access == FILE_MAP_WRITE || access == FILE_MAP_ALL_ACCESS;
+  if (!usual || offset_high != 0 || offset_low != 0 || size != 0) {
+    error = ERROR_CALL_NOT_IMPLEMENTED;
+  }
   void* view = nullptr;
   if (error == ERROR_SUCCESS) error = MapWhole(*object, access, view);
   if (error != ERROR_SUCCESS) SetLastError(error);

@@ -19,6 +19,8 @@ namespace {
 
 constexpr DWORD kKnownFlags =
     0xFFFF | FILE_FLAG_WRITE_THROUGH | FILE_FLAG_RANDOM_ACCESS | FILE_FLAG_SEQUENTIAL_SCAN;
+constexpr DWORD kKnownAccess =
+    GENERIC_READ | GENERIC_WRITE | GENERIC_ALL | FILE_READ_DATA | FILE_WRITE_DATA | DELETE;
 constexpr DWORD kHiddenAttributes = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
 // What another process may do to a path between two looks at it.
 constexpr int kMostRaces = 16;
@@ -59,7 +61,9 @@ DWORD CheckOpening(const File::Opening& opening, DWORD access) {
   if (opening.disposition == TRUNCATE_EXISTING && (access & FILE_WRITE_DATA) == 0) {
     return ERROR_INVALID_PARAMETER;
   }
-  return (opening.flags & ~kKnownFlags) != 0 ? ERROR_CALL_NOT_IMPLEMENTED : ERROR_SUCCESS;
+  if ((opening.share & ~kShareAll) != 0) return ERROR_INVALID_PARAMETER;
+  const bool known = (opening.flags & ~kKnownFlags) == 0 && (opening.access & ~kKnownAccess) == 0;
+  return known ? ERROR_SUCCESS : ERROR_CALL_NOT_IMPLEMENTED;
 }
 
 }  // namespace
@@ -97,7 +101,7 @@ DWORD File::Open(WideView path, const Opening& opening, std::shared_ptr<File>& f
       if (!resolved.is_device) error = CheckExisting(resolved.host, opening, access);
     } else if (!resolved.CanBeCreated() || !MayCreate(opening.disposition)) {
       error = resolved.error;
-    } else if (path.back() == '\\') {
+    } else if (path.back() == '\\' || path.back() == '/') {
       error = ERROR_INVALID_NAME;
     }
     if (error == ERROR_SUCCESS) error = opened->OpenOnce(resolved, opening, existed);

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <limits>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -170,6 +171,7 @@ SIZE_T RoundedUp(SIZE_T value, SIZE_T to) {
 
 // Memory that begins on a multiple of the allocation granularity; null when there is none.
 BYTE* MapPages(SIZE_T size, int protection) {
+  if (size > std::numeric_limits<SIZE_T>::max() - kAllocationGranularity) return nullptr;
   const SIZE_T reserved = size + kAllocationGranularity;
   void* mapped = mmap(nullptr, reserved, protection, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (mapped == MAP_FAILED) return nullptr;
@@ -279,7 +281,8 @@ HGLOBAL WINAPI GlobalReAlloc(HGLOBAL memory, SIZE_T size, UINT flags) {
   const bool known = blocks().With(memory, [&](Block& block) {
     const bool may_move = (block.is_movable && block.locks == 0) || (flags & GMEM_MOVEABLE) != 0;
     const bool changes_handle = !block.is_movable && may_move;
-    if (changes_handle || (flags & ~platform::kKnownFlags) != 0) {
+    const bool discards = size == 0 && may_move;
+    if (changes_handle || discards || (flags & ~platform::kKnownFlags) != 0) {
       SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
       return;
     }

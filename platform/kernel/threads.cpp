@@ -30,21 +30,18 @@ class Thread : public Waitable {
 };
 
 struct Start {
-  std::shared_ptr<Thread> thread = std::make_shared<Thread>();
-  LPTHREAD_START_ROUTINE routine;
-  LPVOID parameter;
+  const std::shared_ptr<Thread> thread = std::make_shared<Thread>();
+  const LPTHREAD_START_ROUTINE routine;
+  const LPVOID parameter;
   DWORD id = 0;
   std::binary_semaphore runs{0};
 };
 
 void Run(Start& start) {
-  const std::shared_ptr<Thread> thread = start.thread;
-  const LPTHREAD_START_ROUTINE routine = start.routine;
-  const LPVOID parameter = start.parameter;
   KnowThisThread();
   start.id = static_cast<DWORD>(gettid());
   start.runs.release();
-  thread->End(routine(parameter));
+  start.thread->End(start.routine(start.parameter));
 }
 
 }  // namespace
@@ -61,19 +58,18 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES attributes, SIZE_T stack_size,
     SetLastError(flags != 0 ? ERROR_CALL_NOT_IMPLEMENTED : ERROR_INVALID_PARAMETER);
     return nullptr;
   }
-  Start start;
-  start.routine = routine;
-  start.parameter = parameter;
+  // Shared, for the thread may still be releasing when it is known to run.
+  const std::shared_ptr<Start> start(new Start{.routine = routine, .parameter = parameter});
   try {
-    std::thread([&start] { Run(start); }).detach();
+    std::thread([start] { Run(*start); }).detach();
   } catch (const std::system_error&) {
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return nullptr;
   }
   // The clock counts the thread from here on, so that no wait for it ends too early.
-  start.runs.acquire();
-  if (id != nullptr) *id = start.id;
-  return OpenHandle(start.thread);
+  start->runs.acquire();
+  if (id != nullptr) *id = start->id;
+  return OpenHandle(start->thread);
 }
 
 BOOL WINAPI GetExitCodeThread(HANDLE thread, LPDWORD exit_code) {
