@@ -41,6 +41,6 @@ BOOL WINAPI ShellExecuteExW(LPSHELLEXECUTEINFOW info);
 // The same; the result is above 32 on success.
 HINSTANCE WINAPI ShellExecuteW(HWND window, LPCWSTR verb, LPCWSTR file, LPCWSTR parameters,
                                LPCWSTR directory, INT show);
-// Freed by the caller with LocalFree.
+// Freed by the caller with LocalFree. An empty line stands for the program's path alone.
 LPWSTR* WINAPI CommandLineToArgvW(LPCWSTR command_line, int* count);
 }

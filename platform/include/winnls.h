@@ -28,13 +28,13 @@ typedef BOOL(CALLBACK* LOCALE_ENUMPROCW)(LPWSTR);
 // (CP_ACP: the machine's) to UTF-16. Returns the characters written, or those needed when
 // `capacity` is 0. 0 on failure: ERROR_INSUFFICIENT_BUFFER (as many as fit are written),
 // ERROR_INVALID_PARAMETER (no text, length 0, unknown code page), ERROR_INVALID_FLAGS (flags other
-// than MB_PRECOMPOSED and MB_ERR_INVALID_CHARS), ERROR_NO_UNICODE_TRANSLATION (invalid bytes with
+// than MB_ERR_INVALID_CHARS), ERROR_NO_UNICODE_TRANSLATION (invalid bytes with
 // MB_ERR_INVALID_CHARS; without, they become the code page's default character, U+FFFD in UTF-8).
 int WINAPI MultiByteToWideChar(UINT code_page, DWORD flags, LPCCH text, int length, LPWSTR buffer,
                                int capacity);
 // The way back; `capacity` in bytes. A character without a form in the code page becomes
 // `default_char` (null: "?") and sets `*used_default`; both must be null for CP_UTF8. Best-fit
-// replacements are not made, with or without WC_NO_BEST_FIT_CHARS.
+// replacements are not made, with or without WC_NO_BEST_FIT_CHARS, which CP_UTF8 does not take.
 int WINAPI WideCharToMultiByte(UINT code_page, DWORD flags, LPCWCH text, int length, LPSTR buffer,
                                int capacity, LPCCH default_char, LPBOOL used_default);
 // TRUE for a byte that begins a character of two bytes; FALSE also for an unknown code page
