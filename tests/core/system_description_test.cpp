@@ -214,6 +214,31 @@ TEST_F(SystemDescriptionTest, TheFullTextTellsAll) {
   EXPECT_EQ(Description(kFullDetail).find("Media Center"), std::string::npos);
 }
 
+TEST_F(SystemDescriptionTest, WhatIsUnusualIsTold) {
+  const std::string client = facts::kSessionPrefix + std::string("1.client");
+  const std::string media_center = facts::kMetricPrefix + std::to_string(SM_MEDIACENTER);
+  const std::string remote = facts::kMetricPrefix + std::to_string(SM_REMOTESESSION);
+  const struct {
+    const char* profile;
+    std::vector<std::pair<std::string, std::string>> facts;
+    const char* line;
+  } kUnusual[] = {
+      {"windows-7", {{facts::kServicePackMinor, "2"}}, "Windows 7 Professional x64 SP1.02\n"},
+      {"windows-xp", {{media_center, "1"}}, "\nMedia Center Edition\n"},
+      {"windows-10", {{remote, "1"}, {client, "LAPTOP"}}, "\nremote session from client LAPTOP\n"},
+      {"windows-10", {{facts::kUserIntegrity, "12288"}}, "\nprocess integrity level: high\n"},
+      {"windows-10", {{facts::kUserIntegrity, "16384"}}, "\nprocess integrity level: system\n"},
+      {"windows-10", {{facts::kUserIntegrity, "20480"}}, "\nprocess integrity level: protected\n"},
+  };
+  for (const auto& unusual : kUnusual) {
+    Use(unusual.profile, "x64");
+    for (const auto& [name, value] : unusual.facts) platform::SetFact(name, value);
+    const std::string text = Description(kFullDetail);
+    EXPECT_NE(text.find(unusual.line), std::string::npos) << text;
+    for (const auto& [name, value] : unusual.facts) platform::ClearFact(name);
+  }
+}
+
 TEST_F(SystemDescriptionTest, TheBoxHasItsTitle) {
   Use("windows-10", "x64");
   for (const WCHAR* title : {TEXT(""), TEXT("Mine")}) {

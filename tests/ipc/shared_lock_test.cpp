@@ -54,8 +54,10 @@ class SharedLockTest : public RuntimeTest {
 };
 
 TEST_F(SharedLockTest, TheBlockIsOneNumberThatTheFirstProcessMakes) {
-  CSharedCounter counter;
+  CSharedCounter counter, ours;
   EXPECT_EQ(counter.Get(), 0) << "nothing to touch yet";
+  ASSERT_TRUE(ours.Create(TEXT("Ours"), FALSE, nullptr));
+  EXPECT_EQ(ours.Increment(), 1) << "guarded within the process";
   ASSERT_TRUE(counter.Create(kCount, TRUE, kCountMutex));
   EXPECT_EQ(counter.Increment(), 1);
   EXPECT_EQ(RunPeer(directory(),

@@ -401,6 +401,18 @@ TEST_F(ProcessTest, DocumentsAndAddressesAreOpened) {
   EXPECT_FALSE(platform::ShellRequests().back().starts);
 }
 
+TEST_F(ProcessTest, OnlyWow64HasAnotherSystemDirectory) {
+  for (const char* architecture : {"x86", "x64"}) {
+    if (!platform::UseProfile("windows-10", architecture)) continue;  // not for 64-bit programs
+    Restart();
+    const BOOL wow64 = sizeof(void*) == 4 && std::string(architecture) == "x64";
+    PVOID old = this;
+    EXPECT_EQ(DisableWow64FsRedirection(&old), wow64);
+    EXPECT_TRUE(wow64 || old == nullptr);
+    EXPECT_EQ(RevertWow64FsRedirection(old), wow64);
+  }
+}
+
 TEST_F(ProcessTest, TheEndOfTheMachinesRunNeedsItsPrivilege) {
   EXPECT_TRUE(RestartWindows());
   EXPECT_EQ(platform::RequestedExit(), UINT{EWX_REBOOT});

@@ -22,6 +22,14 @@ using Wide = std::basic_string<WCHAR>;
 constexpr WCHAR kClass[] = TEXT("KvProgress");
 constexpr WORD kDots = 1, kNoDots = 2, kLong = 3;
 
+BOOL SetTextFromList(CProgressWnd& window, UINT number, ...) {
+  va_list arguments;
+  va_start(arguments, number);
+  const BOOL done = window.SetTextFromResourceV(number, arguments);
+  va_end(arguments);
+  return done;
+}
+
 std::string Rectangle(HWND parent, HWND window) {
   RECT r = {};
   GetWindowRect(window, &r);
@@ -291,6 +299,10 @@ TEST_F(ProgressWindowTest, TextsAndTheBar) {
   EXPECT_EQ(TextOf(window), TEXT("Copying x..."));
   EXPECT_TRUE(window.SetTextFromResource(kNoDots, 7));
   EXPECT_EQ(TextOf(window), TEXT("Waiting for 7..."));
+  EXPECT_TRUE(SetTextFromList(window, kNoDots, 8));
+  EXPECT_EQ(TextOf(window), TEXT("Waiting for 8")) << "as the string says";
+  EXPECT_FALSE(SetTextFromList(window, 999));
+  EXPECT_TRUE(window.SetTextFromResource(kNoDots, 7));
   EXPECT_FALSE(window.SetTextFromResource(999));
   EXPECT_EQ(TextOf(window), TEXT("Waiting for 7..."));
   EXPECT_TRUE(window.SetTextFromResource(kLong));
