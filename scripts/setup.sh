@@ -60,6 +60,7 @@ look() {
       pictures)
         need xvfb have Xvfb
         need netpbm have xwdtopnm
+        need fonts-wine compgen -G '/usr/share/wine/fonts/*.ttf'
         ;;
       fuzz)
         need clang have clang
@@ -103,8 +104,7 @@ install_missing() {
 make_wine32_root() {
   local root=build/wine32-root
   [ -d "$root" ] || fill_wine32_root "$root"
-  if ! scripts/as-root.sh unshare --mount sh -c 'mount -t proc proc "$1/proc" && chroot "$1" /bin/true' sh "$root" \
-    > "$log" 2>&1; then
+  if ! timeout 300 scripts/on-wine.sh 32 wine cmd /c exit 0 > "$log" 2>&1; then
     echo "setup.sh: no 32-bit Wine: $(tail -n 1 "$log")" >&2
     exit 1
   fi
@@ -116,7 +116,7 @@ fill_wine32_root() {
   mkdir -p build
   if ! {
     scripts/as-root.sh rm -rf --one-file-system "$root.new" &&
-      scripts/as-root.sh unshare --mount debootstrap --arch=i386 --variant=minbase --include=wine32 \
+      scripts/as-root.sh timeout 900 unshare --mount debootstrap --arch=i386 --variant=minbase --include=wine32 \
         --keyring="$debian_keys" bookworm "$root.new" http://deb.debian.org/debian &&
       scripts/as-root.sh sh -c 'rm -f "$1".new/var/cache/apt/archives/*.deb && mv "$1.new" "$1"' sh "$root"
   } > "$log" 2>&1; then
