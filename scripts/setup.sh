@@ -104,7 +104,7 @@ install_missing() {
 make_wine32_root() {
   local root=build/wine32-root
   [ -d "$root" ] || fill_wine32_root "$root"
-  if ! timeout 300 scripts/on-wine.sh 32 wine cmd /c exit 0 > "$log" 2>&1; then
+  if ! timeout 300 scripts/on-wine.sh 32 wine cmd /c exit 0 > "$log" 2>&1 < /dev/null; then
     echo "setup.sh: no 32-bit Wine: $(tail -n 1 "$log")" >&2
     exit 1
   fi
