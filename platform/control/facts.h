@@ -100,6 +100,8 @@ inline constexpr char kSystemLocale[] = "locale.system";  // 0x0409
 inline constexpr char kUserLocale[] = "locale.user";      // 0x0409
 // The ANSI code page.
 inline constexpr char kAnsiCodePage[] = "locale.ansi_code_page";  // that of the system locale
+// The code page of consoles and of the shells that run batch scripts.
+inline constexpr char kOemCodePage[] = "locale.oem_code_page";  // that of the ANSI code page
 // The font of dialogs.
 inline constexpr char kGuiFontFace[] = "font.gui.face";        // MS Shell Dlg
 inline constexpr char kGuiFontHeight[] = "font.gui.height";    // -11

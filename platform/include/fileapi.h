@@ -23,10 +23,16 @@
 #define FILE_ATTRIBUTE_ARCHIVE 0x00000020
 #define FILE_ATTRIBUTE_NORMAL 0x00000080
 #define FILE_ATTRIBUTE_TEMPORARY 0x00000100
+#define FILE_ATTRIBUTE_REPARSE_POINT 0x00000400
+
+// What a listing tells of a link, in dwReserved0.
+#define IO_REPARSE_TAG_SYMLINK 0xA000000C
+#define IsReparseTagNameSurrogate(tag) ((tag)&0x20000000)
 
 #define FILE_FLAG_WRITE_THROUGH 0x80000000
 #define FILE_FLAG_RANDOM_ACCESS 0x10000000
 #define FILE_FLAG_SEQUENTIAL_SCAN 0x08000000
+#define FILE_FLAG_BACKUP_SEMANTICS 0x02000000
 
 #define CREATE_NEW 1
 #define CREATE_ALWAYS 2
@@ -49,12 +55,28 @@ typedef struct _WIN32_FILE_ATTRIBUTE_DATA {
 } WIN32_FILE_ATTRIBUTE_DATA;
 static_assert(sizeof(WIN32_FILE_ATTRIBUTE_DATA) == 36);
 
+typedef struct _BY_HANDLE_FILE_INFORMATION {
+  DWORD dwFileAttributes;
+  FILETIME ftCreationTime;
+  FILETIME ftLastAccessTime;
+  FILETIME ftLastWriteTime;
+  DWORD dwVolumeSerialNumber;
+  DWORD nFileSizeHigh;
+  DWORD nFileSizeLow;
+  DWORD nNumberOfLinks;
+  DWORD nFileIndexHigh;
+  DWORD nFileIndexLow;
+} BY_HANDLE_FILE_INFORMATION, *LPBY_HANDLE_FILE_INFORMATION;
+static_assert(sizeof(BY_HANDLE_FILE_INFORMATION) == 52);
+
 extern "C" {
-// Attributes: read-only, hidden, system and archive are kept for files; directories have none of
-// them, and SetFileAttributesW takes only "normal" for a directory.
+// Attributes: read-only, hidden, system and archive are kept for files; directories and links have
+// none of them, and SetFileAttributesW takes only "normal" for these. The host's symbolic links are
+// the machine's, as far as they lead somewhere.
 DWORD WINAPI GetFileAttributesW(LPCWSTR path);
 BOOL WINAPI GetFileAttributesExW(LPCWSTR path, GET_FILEEX_INFO_LEVELS level, LPVOID information);
 BOOL WINAPI SetFileAttributesW(LPCWSTR path, DWORD attributes);
+// A directory is opened with FILE_FLAG_BACKUP_SEMANTICS and no access at all, to ask which it is.
 HANDLE WINAPI CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES attributes,
                           DWORD disposition, DWORD flags, HANDLE model);
 BOOL WINAPI ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read, LPOVERLAPPED overlapped);
@@ -62,6 +84,7 @@ BOOL WINAPI WriteFile(HANDLE file, LPCVOID data, DWORD size, LPDWORD written,
                       LPOVERLAPPED overlapped);
 BOOL WINAPI GetFileSizeEx(HANDLE file, PLARGE_INTEGER size);
 DWORD WINAPI GetFileSize(HANDLE file, LPDWORD size_high);
+BOOL WINAPI GetFileInformationByHandle(HANDLE file, LPBY_HANDLE_FILE_INFORMATION information);
 DWORD WINAPI SetFilePointer(HANDLE file, LONG distance, PLONG distance_high, DWORD method);
 BOOL WINAPI SetEndOfFile(HANDLE file);
 BOOL WINAPI CopyFileW(LPCWSTR from, LPCWSTR to, BOOL fail_if_exists);

@@ -73,6 +73,8 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES attributes, SIZE_T stack_size,
 BOOL WINAPI GetExitCodeThread(HANDLE thread, LPDWORD exit_code);
 BOOL WINAPI SetThreadPriority(HANDLE thread, int priority);
 DWORD WINAPI ResumeThread(HANDLE thread);
+// A batch script that has not been resumed; it never runs then.
+BOOL WINAPI TerminateProcess(HANDLE process, UINT exit_code);
 HANDLE WINAPI GetCurrentProcess();
 DWORD WINAPI GetCurrentProcessId();
 HANDLE WINAPI GetCurrentThread();

@@ -20,12 +20,14 @@
 #define MOVEFILE_COPY_ALLOWED 0x00000002
 #define MOVEFILE_DELAY_UNTIL_REBOOT 0x00000004
 
+#define FORMAT_MESSAGE_ALLOCATE_BUFFER 0x00000100
 #define FORMAT_MESSAGE_IGNORE_INSERTS 0x00000200
 #define FORMAT_MESSAGE_FROM_SYSTEM 0x00001000
 
 extern "C" {
 // Writes the system's text for the error `message`, which ends with a line break, into a buffer of
-// `size` characters and returns its length without the terminator. 0 on failure:
+// `size` characters and returns its length without the terminator; with ALLOCATE_BUFFER into memory
+// of its own, for LocalFree, whose address goes to where `buffer` points. 0 on failure:
 // ERROR_MR_MID_NOT_FOUND, ERROR_INSUFFICIENT_BUFFER; ERROR_CALL_NOT_IMPLEMENTED for flags other
 // than FROM_SYSTEM | IGNORE_INSERTS and languages other than the default.
 DWORD WINAPI FormatMessageW(DWORD flags, LPCVOID source, DWORD message, DWORD language,

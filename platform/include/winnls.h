@@ -4,6 +4,7 @@
 #include <winnt.h>
 
 #define CP_ACP 0
+#define CP_OEMCP 1
 #define CP_UTF8 65001
 
 #define MB_ERR_INVALID_CHARS 0x00000008
@@ -25,8 +26,8 @@ extern "C" {
 typedef BOOL(CALLBACK* LOCALE_ENUMPROCW)(LPWSTR);
 
 // Converts `length` bytes (-1: to the terminator, which is then converted too) of a code page
-// (CP_ACP: the machine's) to UTF-16. Returns the characters written, or those needed when
-// `capacity` is 0. 0 on failure: ERROR_INSUFFICIENT_BUFFER (as many as fit are written),
+// (CP_ACP and CP_OEMCP: the machine's) to UTF-16. Returns the characters written, or those needed
+// when `capacity` is 0. 0 on failure: ERROR_INSUFFICIENT_BUFFER (as many as fit are written),
 // ERROR_INVALID_PARAMETER (no text, length 0, unknown code page), ERROR_INVALID_FLAGS (flags other
 // than MB_ERR_INVALID_CHARS), ERROR_NO_UNICODE_TRANSLATION (invalid bytes with
 // MB_ERR_INVALID_CHARS; without, they become the code page's default character, U+FFFD in UTF-8).

@@ -8,6 +8,7 @@
 #define PRINTER_ATTRIBUTE_LOCAL 0x00000040
 #define PRINTER_ATTRIBUTE_KEEPPRINTEDJOBS 0x00000100
 
+#define PRINTER_CONTROL_PURGE 3
 #define PRINTER_ENUM_LOCAL 0x00000002
 #define PRINTER_ENUM_CONNECTIONS 0x00000004
 #define PRINTER_ENUM_NAME 0x00000008
@@ -245,6 +246,7 @@ BOOL WINAPI ClosePrinter(HANDLE printer);
 BOOL WINAPI GetPrinterW(HANDLE printer, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed);
 // The same with ANSI texts and DEVMODEA.
 BOOL WINAPI GetPrinterA(HANDLE printer, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed);
+// PRINTER_CONTROL_PURGE with level 0, which removes the jobs (PRINTER_ACCESS_ADMINISTER).
 // Command 0 with level 2 or 8 (PRINTER_ACCESS_ADMINISTER) or 9 (PRINTER_ACCESS_USE). Level 2 keeps
 // the name (another one: ERROR_CALL_NOT_IMPLEMENTED) and the security descriptor, and without a
 // DEVMODE the old one; a null DEVMODE of level 8 or 9 removes what was set. FALSE:

@@ -29,5 +29,8 @@ static_assert(sizeof(VS_FIXEDFILEINFO) == 52);
 extern "C" {
 DWORD WINAPI GetFileVersionInfoSizeW(LPCWSTR path, LPDWORD unused);
 BOOL WINAPI GetFileVersionInfoW(LPCWSTR path, DWORD unused, DWORD size, LPVOID block);
+// The value at a path ("\\StringFileInfo\\040904b0\\ProductName") as it lies in the block. The
+// length is what the resource says, in characters of texts where its writer kept to the rules:
+// nothing vouches for as many being there, or for a text's terminator.
 BOOL WINAPI VerQueryValueW(LPCVOID block, LPCWSTR query, LPVOID* value, PUINT length);
 }

@@ -6,7 +6,9 @@
 #include <vector>
 
 #include "platform/kernel/code_page.h"
+#include "platform/kernel/environment.h"
 #include "platform/kernel/files.h"
+#include "platform/kernel/name_pattern.h"
 
 namespace platform {
 namespace {
@@ -33,6 +35,27 @@ bool TakeWord(WideView& text, WideView word) {
   if (!EqualNoCase(text.substr(0, word.size()), word)) return false;
   text = Trimmed(text.substr(word.size()));
   return true;
+}
+
+// A line as the shell sees it once it has replaced what stands behind percent signs: "%%" is one of
+// them, "%0" the script, "%1" to "%9" and "%*" its arguments, which it has none of, and "%NAME%" a
+// variable. A sign without any of these goes.
+WideString WithoutPercents(WideView line, WideView script) {
+  WideString text;
+  for (size_t at = 0; at < line.size(); ++at) {
+    const WCHAR next = at + 1 < line.size() ? line[at + 1] : WCHAR{0};
+    if (line[at] != '%') {
+      text += line[at];
+    } else if (next == '%' || next == '*' || (next >= '0' && next <= '9')) {
+      if (next == '%') text += next;
+      if (next == '0') text += script;
+      ++at;
+    } else if (const size_t close = line.find('%', at + 1); close != WideView::npos) {
+      text += EnvironmentVariable(line.substr(at + 1, close - at - 1)).value_or(TEXT(""));
+      at = close;
+    }
+  }
+  return text;
 }
 
 bool TakeQuoted(WideView& text, WideString& path) {
@@ -79,10 +102,10 @@ DWORD ReadScript(WideView path, std::vector<Command>& script) {
   error = ReadHostFile(file->descriptor(), kLongestScript, content);
   if (error != ERROR_SUCCESS) return error;
   const WideString text = WideFromBytes(
-      CP_ACP, std::string_view(reinterpret_cast<const char*>(content.data()), content.size()));
+      CP_OEMCP, std::string_view(reinterpret_cast<const char*>(content.data()), content.size()));
   for (WideView rest = text; !rest.empty();) {
     const size_t end = std::min(rest.find('\n'), rest.size());
-    const auto command = Parse(rest.substr(0, end));
+    const auto command = Parse(WithoutPercents(rest.substr(0, end), path));
     if (!command) return ERROR_BAD_FORMAT;
     script.push_back(*command);
     rest.remove_prefix(std::min(end + 1, rest.size()));
@@ -98,9 +121,29 @@ size_t FindLabel(const std::vector<Command>& script, WideView label) {
   return script.size();
 }
 
-void Delete(WideView path) {
-  const ResolvedPath resolved = ResolvePath(path);
-  if (resolved.Exists() && !resolved.is_device) DeleteHostFile(resolved.host);
+// What a path names, or with wildcards all that it matches.
+std::vector<WideString> Named(const WideString& path) {
+  if (!NamePattern::HasWildcards(path)) {
+    return ResolvePath(path).Exists() ? std::vector{path} : std::vector<WideString>();
+  }
+  std::vector<WideString> found;
+  WIN32_FIND_DATAW entry;
+  const HANDLE search = FindFirstFileW(path.c_str(), &entry);
+  for (BOOL more = search != INVALID_HANDLE_VALUE; more; more = FindNextFileW(search, &entry)) {
+    found.push_back(path.substr(0, path.size() - BaseName(path).size()) + entry.cFileName);
+  }
+  FindClose(search);
+  return found;
+}
+
+// Files that are hidden or protected stay, and so do directories, whose deletion nobody confirms.
+void Delete(const WideString& path) {
+  constexpr DWORD kStays = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+  for (const WideString& name : Named(path)) {
+    const ResolvedPath resolved = ResolvePath(name);
+    if (!resolved.Exists() || resolved.is_device) continue;
+    if ((NameAttributes(resolved.host) & kStays) == 0) DeleteHostFile(resolved.host);
+  }
 }
 
 }  // namespace
@@ -118,9 +161,8 @@ int RunBatchScript(WideView path) {
     if (!ResolvePath(path).Exists()) return 1;
     const Command& command = script[next++];
     if (command.action == Action::kDelete) Delete(command.path);
-    const bool jumps =
-        command.action == Action::kGoto ||
-        (command.action == Action::kUnlessExists && !ResolvePath(command.path).Exists());
+    const bool jumps = command.action == Action::kGoto ||
+                       (command.action == Action::kUnlessExists && Named(command.path).empty());
     if (!jumps) continue;
     const size_t target = FindLabel(script, command.label);
     if (target < next) usleep(kPauseBetweenRounds);

@@ -83,8 +83,20 @@ KnownPages& known() {
 }
 
 UINT Resolve(UINT code_page) {
+  if (code_page == CP_OEMCP) return OemCodePage();
   return code_page == CP_ACP ? AnsiCodePage() : code_page;
 }
+
+// What goes with an ANSI code page; the others are both.
+struct CodePagePair {
+  UINT ansi;
+  UINT oem;
+};
+
+constexpr CodePagePair kOemCodePages[] = {
+    {1250, 852}, {1251, 866}, {1252, 437}, {1253, 737},
+    {1254, 857}, {1255, 862}, {1256, 720}, {1257, 775},
+};
 
 // Writes units one after the other, and counts those that do not fit.
 template <class Unit>
@@ -284,6 +296,15 @@ const CodePage* CodePage::Find(UINT code_page) {
 
 UINT AnsiCodePage() {
   return static_cast<UINT>(FactNumber(facts::kAnsiCodePage, SystemLocale().ansi_code_page));
+}
+
+UINT OemCodePage() {
+  const UINT ansi = AnsiCodePage();
+  UINT oem = ansi;
+  for (const CodePagePair& pair : kOemCodePages) {
+    if (pair.ansi == ansi) oem = pair.oem;
+  }
+  return static_cast<UINT>(FactNumber(facts::kOemCodePage, static_cast<long>(oem)));
 }
 
 WideString WideFromBytes(UINT code_page, std::string_view bytes) {

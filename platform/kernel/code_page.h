@@ -46,6 +46,8 @@ class CodePage {
 
 // The machine's ANSI code page.
 UINT AnsiCodePage();
+// That of its consoles and shells.
+UINT OemCodePage();
 // The text that the bytes stand for, in a code page or CP_UTF8; an unknown code page gives "".
 WideString WideFromBytes(UINT code_page, std::string_view bytes);
 

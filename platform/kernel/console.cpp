@@ -1,4 +1,6 @@
 // The console is the terminal that the program was started from.
+#include "platform/kernel/console.h"
+
 #include <unistd.h>
 
 #include <string>
@@ -17,14 +19,14 @@ constexpr DWORD kOutputMode = 0x3;
 // value.
 constexpr UINT_PTR kFirstStandardHandle = static_cast<UINT_PTR>(-64);
 
-int DescriptorOf(HANDLE handle) {
+}  // namespace
+
+int platform::StandardDescriptor(HANDLE handle) {
   const UINT_PTR value = reinterpret_cast<UINT_PTR>(handle);
   return value >= kFirstStandardHandle && value <= kFirstStandardHandle + STDERR_FILENO
              ? static_cast<int>(value - kFirstStandardHandle)
              : -1;
 }
-
-}  // namespace
 
 HANDLE WINAPI GetStdHandle(DWORD which) {
   KV_API(GetStdHandle, ERROR_INVALID_HANDLE, INVALID_HANDLE_VALUE, which);
@@ -37,7 +39,7 @@ HANDLE WINAPI GetStdHandle(DWORD which) {
 
 BOOL WINAPI GetConsoleMode(HANDLE console, LPDWORD mode) {
   KV_API(GetConsoleMode, ERROR_INVALID_HANDLE, FALSE, console, mode);
-  const int descriptor = DescriptorOf(console);
+  const int descriptor = platform::StandardDescriptor(console);
   if (descriptor < 0 || !isatty(descriptor)) {
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
@@ -49,7 +51,7 @@ BOOL WINAPI GetConsoleMode(HANDLE console, LPDWORD mode) {
 BOOL WINAPI WriteConsoleW(HANDLE console, const void* text, DWORD length, LPDWORD written,
                           LPVOID reserved) {
   KV_API(WriteConsoleW, ERROR_INVALID_HANDLE, FALSE, console, text, length, written, reserved);
-  const int descriptor = DescriptorOf(console);
+  const int descriptor = platform::StandardDescriptor(console);
   if (descriptor <= STDIN_FILENO || !isatty(descriptor)) {
     SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;

@@ -32,7 +32,10 @@ DWORD RemoveHostDirectory(const ResolvedPath& path) {
   if (!path.Exists()) return path.error;
   if (path.is_device || !std::filesystem::is_directory(path.host)) return ERROR_DIRECTORY;
   if (IsCurrentDirectory(path.host)) return ERROR_SHARING_VIOLATION;
-  return rmdir(path.host.c_str()) == 0 ? ERROR_SUCCESS : ErrorOfErrno(errno);
+  // Of a link only the link goes.
+  const bool is_link = std::filesystem::is_symlink(path.host);
+  const int failed = is_link ? unlink(path.host.c_str()) : rmdir(path.host.c_str());
+  return failed == 0 ? ERROR_SUCCESS : ErrorOfErrno(errno);
 }
 
 }  // namespace

@@ -200,13 +200,20 @@ DWORD WINAPI FormatMessageW(DWORD flags, LPCVOID source, DWORD message, DWORD la
                             LPWSTR buffer, DWORD size, va_list* arguments) {
   KV_API(FormatMessageW, ERROR_MR_MID_NOT_FOUND, 0, flags, source, message, language, buffer, size,
          arguments);
-  if (flags != (FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS) || language != 0) {
-    return Fail(ERROR_CALL_NOT_IMPLEMENTED);
-  }
+  constexpr DWORD kPlain = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS;
+  const bool allocates = flags == (kPlain | FORMAT_MESSAGE_ALLOCATE_BUFFER);
+  if ((flags != kPlain && !allocates) || language != 0) return Fail(ERROR_CALL_NOT_IMPLEMENTED);
   const ErrorText* found = FindText(message);
   if (found == nullptr) return Fail(ERROR_MR_MID_NOT_FOUND);
   const WideString text = ToWide(found->text) + TEXT("\r\n");
-  if (buffer == nullptr || size <= text.size()) return Fail(ERROR_INSUFFICIENT_BUFFER);
+  if (allocates) {
+    const auto own = static_cast<LPWSTR>(LocalAlloc(0, (text.size() + 1) * sizeof(WCHAR)));
+    if (own == nullptr) return 0;
+    *reinterpret_cast<LPWSTR*>(buffer) = own;
+    buffer = own;
+  } else if (buffer == nullptr || size <= text.size()) {
+    return Fail(ERROR_INSUFFICIENT_BUFFER);
+  }
   std::copy_n(text.c_str(), text.size() + 1, buffer);
   return static_cast<DWORD>(text.size());
 }

@@ -101,11 +101,14 @@ LSTATUS ReadPendingMoves(HKEY key, WideString& list) {
 }  // namespace
 
 DWORD DeleteHostFile(const fs::path& host) {
-  const DWORD attributes = HostAttributes(host);
+  const DWORD attributes = NameAttributes(host);
   if (attributes != INVALID_FILE_ATTRIBUTES &&
       (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY)) != 0) {
     return ERROR_ACCESS_DENIED;
   }
+  const bool is_link =
+      attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+  if (is_link) return unlink(host.c_str()) == 0 ? ERROR_SUCCESS : ErrorOfErrno(errno);
   SharedDescriptor claim;
   const DWORD error = claim.Open(host, DELETE, kShareAll);
   if (error != ERROR_SUCCESS) return error;

@@ -29,12 +29,29 @@ FILETIME FileTime(const struct statx_timestamp& time) {
   return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
 }
 
+// As statx finds it.
+bool ReadFacts(int directory, const char* path, int flags, DWORD attributes, FileFacts& facts) {
+  struct statx status;
+  constexpr unsigned kWanted = STATX_BASIC_STATS | STATX_BTIME;
+  if (statx(directory, path, flags, kWanted, &status) != 0) return false;
+  facts.attributes = attributes;
+  facts.accessed = FileTime(status.stx_atime);
+  facts.written = FileTime(status.stx_mtime);
+  // Not every file system of the host knows when a file was made.
+  facts.created = (status.stx_mask & STATX_BTIME) != 0 ? FileTime(status.stx_btime) : facts.written;
+  facts.size = S_ISREG(status.stx_mode) ? status.stx_size : 0;
+  facts.volume = status.stx_dev_major << 20 | status.stx_dev_minor;
+  facts.index = status.stx_ino;
+  facts.links = status.stx_nlink;
+  return true;
+}
+
 DWORD SetAttributes(const ResolvedPath& path, DWORD attributes) {
   if (!path.Exists()) return path.error;
   struct stat status;
-  if (stat(path.host.c_str(), &status) != 0) return ErrorOfErrno(errno);
+  if (lstat(path.host.c_str(), &status) != 0) return ErrorOfErrno(errno);
   if ((attributes & ~(kKeptAttributes | kOtherAttributes)) != 0) return ERROR_INVALID_PARAMETER;
-  if (S_ISDIR(status.st_mode)) {
+  if (S_ISDIR(status.st_mode) || S_ISLNK(status.st_mode)) {
     return (attributes & kKeptAttributes) == 0 ? ERROR_SUCCESS : ERROR_CALL_NOT_IMPLEMENTED;
   }
   if (!S_ISREG(status.st_mode)) return ERROR_ACCESS_DENIED;
@@ -66,22 +83,32 @@ mode_t ModeWithAttributes(mode_t mode, DWORD attributes) {
 }
 
 bool ReadFileFacts(const std::filesystem::path& host, FileFacts& facts) {
-  struct statx status;
-  constexpr unsigned kWanted = STATX_BASIC_STATS | STATX_BTIME;
-  if (statx(AT_FDCWD, host.c_str(), 0, kWanted, &status) != 0) return false;
-  facts.attributes = AttributesOfMode(status.stx_mode);
-  facts.accessed = FileTime(status.stx_atime);
-  facts.written = FileTime(status.stx_mtime);
-  // Not every file system of the host knows when a file was made.
-  facts.created = (status.stx_mask & STATX_BTIME) != 0 ? FileTime(status.stx_btime) : facts.written;
-  facts.size = S_ISREG(status.stx_mode) ? status.stx_size : 0;
-  return true;
+  const DWORD attributes = NameAttributes(host);
+  if (attributes == INVALID_FILE_ATTRIBUTES) return false;
+  return ReadFacts(AT_FDCWD, host.c_str(), AT_SYMLINK_NOFOLLOW, attributes, facts);
+}
+
+bool ReadFileFacts(int descriptor, FileFacts& facts) {
+  struct stat status;
+  return fstat(descriptor, &status) == 0 &&
+         ReadFacts(descriptor, "", AT_EMPTY_PATH, AttributesOfMode(status.st_mode), facts);
 }
 
 DWORD HostAttributes(const std::filesystem::path& host) {
   struct stat status;
   return stat(host.c_str(), &status) == 0 ? AttributesOfMode(status.st_mode)
                                           : INVALID_FILE_ATTRIBUTES;
+}
+
+DWORD NameAttributes(const std::filesystem::path& host) {
+  const DWORD attributes = HostAttributes(host);
+  struct stat status;
+  const bool is_link = attributes != INVALID_FILE_ATTRIBUTES && lstat(host.c_str(), &status) == 0 &&
+                       S_ISLNK(status.st_mode);
+  if (!is_link) return attributes;
+  const bool is_directory = (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+  return FILE_ATTRIBUTE_REPARSE_POINT |
+         (is_directory ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_ARCHIVE);
 }
 
 void MarkForArchive(int descriptor) {
@@ -100,7 +127,7 @@ DWORD WINAPI GetFileAttributesW(LPCWSTR path) {
   KV_API(GetFileAttributesW, ERROR_ACCESS_DENIED, INVALID_FILE_ATTRIBUTES, path);
   const ResolvedPath resolved = ResolvePath(View(path));
   const DWORD attributes =
-      resolved.Exists() ? HostAttributes(resolved.host) : INVALID_FILE_ATTRIBUTES;
+      resolved.Exists() ? NameAttributes(resolved.host) : INVALID_FILE_ATTRIBUTES;
   if (attributes == INVALID_FILE_ATTRIBUTES) {
     SetLastError(resolved.Exists() ? ERROR_FILE_NOT_FOUND : resolved.error);
   }

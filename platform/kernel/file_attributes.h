@@ -19,12 +19,20 @@ struct FileFacts {
   FILETIME accessed = {};
   FILETIME written = {};
   uint64_t size = 0;
+  DWORD volume = 0;
+  uint64_t index = 0;
+  DWORD links = 0;
 };
-// False when there is nothing.
+// Of a name, which may be a link. False when there is nothing.
 bool ReadFileFacts(const std::filesystem::path& host, FileFacts& facts);
+// Of an open file.
+bool ReadFileFacts(int descriptor, FileFacts& facts);
 
-// The attributes of a file or directory of the host; INVALID_FILE_ATTRIBUTES when it is not there.
+// The attributes of a file or directory of the host, that to which a link leads;
+// INVALID_FILE_ATTRIBUTES when it is not there.
 DWORD HostAttributes(const std::filesystem::path& host);
+// Those of the name itself, which may be a link.
+DWORD NameAttributes(const std::filesystem::path& host);
 DWORD AttributesOfMode(mode_t mode);
 // `mode` with the attributes in it.
 mode_t ModeWithAttributes(mode_t mode, DWORD attributes);

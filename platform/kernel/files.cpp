@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/kernel/api_call.h"
+#include "platform/kernel/console.h"
 #include "platform/kernel/disk_space.h"
 #include "platform/kernel/host_error.h"
 #include "platform/kernel/pipes.h"
@@ -17,8 +18,8 @@
 namespace platform {
 namespace {
 
-constexpr DWORD kKnownFlags =
-    0xFFFF | FILE_FLAG_WRITE_THROUGH | FILE_FLAG_RANDOM_ACCESS | FILE_FLAG_SEQUENTIAL_SCAN;
+constexpr DWORD kKnownFlags = 0xFFFF | FILE_FLAG_WRITE_THROUGH | FILE_FLAG_RANDOM_ACCESS |
+                              FILE_FLAG_SEQUENTIAL_SCAN | FILE_FLAG_BACKUP_SEMANTICS;
 constexpr DWORD kKnownAccess =
     GENERIC_READ | GENERIC_WRITE | GENERIC_ALL | FILE_READ_DATA | FILE_WRITE_DATA | DELETE;
 constexpr DWORD kHiddenAttributes = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
@@ -45,7 +46,12 @@ DWORD CheckExisting(const std::filesystem::path& host, const File::Opening& open
   const DWORD attributes = HostAttributes(host);
   if (attributes == INVALID_FILE_ATTRIBUTES) return ErrorOfErrno(errno);
   if (opening.disposition == CREATE_NEW) return ERROR_FILE_EXISTS;
-  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return ERROR_ACCESS_DENIED;
+  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+    const bool is_asked_about = (opening.flags & FILE_FLAG_BACKUP_SEMANTICS) != 0;
+    if (!is_asked_about) return ERROR_ACCESS_DENIED;
+    const bool usual = access == 0 && opening.disposition == OPEN_EXISTING;
+    return usual ? ERROR_SUCCESS : ERROR_CALL_NOT_IMPLEMENTED;
+  }
   const bool changes = (access & FILE_WRITE_DATA) != 0 || Empties(opening.disposition);
   if ((attributes & FILE_ATTRIBUTE_READONLY) != 0 && changes) return ERROR_ACCESS_DENIED;
   // Who replaces a hidden file must say that it is one.
@@ -237,6 +243,12 @@ BOOL WINAPI ReadFile(HANDLE file, LPVOID buffer, DWORD size, LPDWORD read,
   if (overlapped != nullptr) return Finish(ERROR_CALL_NOT_IMPLEMENTED);
   if (read == nullptr) return Finish(ERROR_INVALID_PARAMETER);
   *read = 0;
+  if (const int descriptor = StandardDescriptor(file); descriptor == STDIN_FILENO) {
+    const ssize_t count = ::read(descriptor, buffer, size);
+    if (count < 0) return Finish(ERROR_READ_FAULT);
+    *read = static_cast<DWORD>(count);
+    return TRUE;
+  }
   const auto stream = ObjectOf<ByteStream>(file);
   return Finish(stream == nullptr ? ERROR_INVALID_HANDLE : stream->Read(buffer, size, *read));
 }
@@ -274,6 +286,26 @@ DWORD WINAPI GetFileSize(HANDLE file, LPDWORD size_high) {
   // A size may look like the failure.
   if (static_cast<DWORD>(bytes) == INVALID_FILE_SIZE) SetLastError(ERROR_SUCCESS);
   return static_cast<DWORD>(bytes);
+}
+
+BOOL WINAPI GetFileInformationByHandle(HANDLE file, LPBY_HANDLE_FILE_INFORMATION information) {
+  KV_API(GetFileInformationByHandle, ERROR_INVALID_HANDLE, FALSE, file, information);
+  const auto object = ObjectOf<File>(file);
+  FileFacts facts;
+  if (object == nullptr || !ReadFileFacts(object->descriptor(), facts)) {
+    return Finish(ERROR_INVALID_HANDLE);
+  }
+  *information = {facts.attributes,
+                  facts.created,
+                  facts.accessed,
+                  facts.written,
+                  facts.volume,
+                  static_cast<DWORD>(facts.size >> 32),
+                  static_cast<DWORD>(facts.size),
+                  facts.links,
+                  static_cast<DWORD>(facts.index >> 32),
+                  static_cast<DWORD>(facts.index)};
+  return TRUE;
 }
 
 DWORD WINAPI SetFilePointer(HANDLE file, LONG distance, PLONG distance_high, DWORD method) {

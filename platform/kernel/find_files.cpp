@@ -41,6 +41,8 @@ class Search {
       data.ftLastWriteTime = facts.written;
       data.nFileSizeHigh = static_cast<DWORD>(facts.size >> 32);
       data.nFileSizeLow = static_cast<DWORD>(facts.size);
+      const bool is_link = (facts.attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+      if (is_link) data.dwReserved0 = IO_REPARSE_TAG_SYMLINK;
       CopyName(entry.name, data.cFileName);
       CopyName(entry.short_name, data.cAlternateFileName);
       return true;

@@ -71,6 +71,7 @@ struct Module {
 class Loader {
  public:
   HMODULE Load(WideView name, DWORD& error);
+  HMODULE LoadImage(WideView path, const std::filesystem::path& image, DWORD& error);
   DWORD Free(HMODULE handle);
   HMODULE Find(WideView name);
   HMODULE Program() { return program_.Handle(); }
@@ -94,6 +95,7 @@ class Loader {
   static BOOL CallDllMain(Module& module, DWORD reason);
   static void Close(Module& module);
 
+  HMODULE LoadFrom(const Location& location, DWORD& error);
   Module* FindLoaded(WideView name);
   Module* Of(HMODULE handle);
   HMODULE Reference(std::unique_lock<std::mutex>& lock, Module& module, DWORD& error);
@@ -250,9 +252,21 @@ HMODULE Loader::Load(WideView name, DWORD& error) {
     }
     const Location location = Locate(name);
     error = location.error;
-    if (error != ERROR_SUCCESS) return nullptr;
+    return error == ERROR_SUCCESS ? LoadFrom(location, error) : nullptr;
+  }
+}
 
+HMODULE Loader::LoadImage(WideView path, const std::filesystem::path& image, DWORD& error) {
+  Location location;
+  location.path = path;
+  location.host = image;
+  return LoadFrom(location, error);
+}
+
+HMODULE Loader::LoadFrom(const Location& location, DWORD& error) {
+  for (;;) {
     std::unique_lock lock(mutex_);
+    error = ERROR_SUCCESS;
     if (Module* loaded = FindLoaded(location.path)) {
       const HMODULE handle = Reference(lock, *loaded, error);
       if (handle != nullptr || error != ERROR_SUCCESS) return handle;
@@ -413,6 +427,13 @@ std::shared_ptr<const PeImage> ResourcesOf(HMODULE module, DWORD& error) {
 
 WideString ModulePath(HMODULE module) {
   return loader().PathOf(module);
+}
+
+HMODULE LoadModuleImage(WideView path, const std::filesystem::path& image) {
+  DWORD error = ERROR_SUCCESS;
+  const HMODULE module = loader().LoadImage(path, image, error);
+  if (module == nullptr) SetLastError(error);
+  return module;
 }
 
 DWORD ReadResources(int descriptor, std::shared_ptr<const PeImage>& image) {

@@ -2,6 +2,7 @@
 // the system's own libraries.
 #pragma once
 
+#include <filesystem>
 #include <memory>
 
 #include "platform/kernel/pe_image.h"
@@ -18,5 +19,9 @@ DWORD ReadResources(int descriptor, std::shared_ptr<const PeImage>& image);
 
 // The path of a module, that of the program for null; empty for what is no module.
 WideString ModulePath(HMODULE module);
+
+// LoadLibraryW of a path, but the module's code and resources come from the host file `image`, for
+// a file that was replaced since it was loaded elsewhere. Null with the last error.
+HMODULE LoadModuleImage(WideView path, const std::filesystem::path& image);
 
 }  // namespace platform

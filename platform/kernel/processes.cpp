@@ -162,6 +162,13 @@ DWORD ScriptProcess::Resume(bool& was_suspended) {
   return ERROR_SUCCESS;
 }
 
+bool ScriptProcess::Cancel() {
+  std::lock_guard lock(mutex_);
+  const bool was_suspended = !command_.empty();
+  command_.clear();
+  return was_suspended;
+}
+
 }  // namespace platform
 
 using namespace platform;
@@ -236,4 +243,11 @@ DWORD WINAPI ResumeThread(HANDLE thread) {
                       : object->script() == nullptr ? ERROR_SUCCESS
                                                     : object->script()->Resume(was_suspended);
   return Finish(error) ? (was_suspended ? 1 : 0) : kFailed;
+}
+
+BOOL WINAPI TerminateProcess(HANDLE process, UINT exit_code) {
+  KV_API(TerminateProcess, ERROR_ACCESS_DENIED, FALSE, process, exit_code);
+  const auto script = ObjectOf<ScriptProcess>(process);
+  if (script == nullptr) return Finish(ERROR_INVALID_HANDLE);
+  return Finish(script->Cancel() ? ERROR_SUCCESS : ERROR_CALL_NOT_IMPLEMENTED);
 }

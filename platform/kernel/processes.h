@@ -39,6 +39,8 @@ class ScriptProcess : public KernelObject {
   explicit ScriptProcess(std::vector<std::string> command) : command_(std::move(command)) {}
   // Lets it run; ERROR_SUCCESS also when it already runs. `was_suspended` tells.
   DWORD Resume(bool& was_suspended);
+  // Sees to it that it never runs; false when it already does.
+  bool Cancel();
 
  private:
   std::mutex mutex_;

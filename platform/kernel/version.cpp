@@ -133,16 +133,11 @@ BOOL WINAPI GetFileVersionInfoW(LPCWSTR path, DWORD unused, DWORD size, LPVOID b
 BOOL WINAPI VerQueryValueW(LPCVOID block, LPCWSTR query, LPVOID* value, PUINT length) {
   KV_API(VerQueryValueW, ERROR_RESOURCE_TYPE_NOT_FOUND, FALSE, block, query, value, length);
   const auto node = platform::FindNode(static_cast<const BYTE*>(block), View(query));
-  // A text without its terminator is none.
-  const bool usable = node && (!node->is_text || node->value_size < sizeof(WCHAR) ||
-                               platform::WideView(reinterpret_cast<const WCHAR*>(node->value),
-                                                  node->value_size / sizeof(WCHAR))
-                                       .find(WCHAR{0}) != platform::WideView::npos);
-  if (!usable) {
+  if (!node) {
     SetLastError(ERROR_RESOURCE_TYPE_NOT_FOUND);
     return FALSE;
   }
   *value = const_cast<BYTE*>(node->value);
-  *length = static_cast<UINT>(node->is_text ? node->value_size / sizeof(WCHAR) : node->value_size);
+  *length = node->value_length;
   return TRUE;
 }

@@ -1,5 +1,7 @@
 #include "platform/spooler/port_monitor.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstring>
 #include <optional>
@@ -8,6 +10,8 @@
 #include "platform/control/machine.h"
 #include "platform/kernel/api_call.h"
 #include "platform/kernel/installation.h"
+#include "platform/kernel/machine.h"
+#include "platform/kernel/modules.h"
 #include "platform/spooler/local_ports.h"
 
 namespace platform {
@@ -37,16 +41,53 @@ bool Call(HMODULE module, Function* operation, Arguments... arguments) {
   return operation(arguments...) != FALSE;
 }
 
+std::filesystem::path ImageDirectory() {
+  return Machine::Current().directory() / "objects" / "spooler images";
+}
+
+// Tells a file in the system directory from one that takes its place.
+std::string ImageName(const WideString& file, const std::filesystem::path& host) {
+  struct stat status = {};
+  if (stat(host.c_str(), &status) != 0) return {};
+  return ToUtf8(file) + "." + std::to_string(status.st_size) + "." +
+         std::to_string(status.st_mtim.tv_sec) + "." + std::to_string(status.st_mtim.tv_nsec);
+}
+
+HMODULE LoadModule(const WideString& file, const WideString& image) {
+  const WideString path = SystemDirectory() + TEXT('\\') + file;
+  const std::filesystem::path kept = ImageDirectory() / ToUtf8(image);
+  if (image.empty() || image == ToWide(ImageName(file, HostPath(path))) ||
+      !std::filesystem::exists(kept)) {
+    return LoadLibraryW(path.c_str());
+  }
+  return LoadModuleImage(path, kept);
+}
+
 WideString TextOrEmpty(LPCWSTR text) {
   return WideString(View(text));
 }
 
 }  // namespace
 
-std::shared_ptr<PortMonitor> PortMonitor::Load(WideString name, WideString file) {
+WideString PortMonitor::KeepImage(const WideString& file) {
+  const std::filesystem::path host = HostPath(SystemDirectory() + TEXT('\\') + file);
+  const std::string name = ImageName(file, host);
+  std::error_code error;
+  std::filesystem::create_directory(ImageDirectory(), error);
+  std::filesystem::copy_file(host, ImageDirectory() / name,
+                             std::filesystem::copy_options::overwrite_existing, error);
+  return error ? WideString() : ToWide(name);
+}
+
+void PortMonitor::DropImages() {
+  std::error_code ignored;
+  std::filesystem::remove_all(ImageDirectory(), ignored);
+}
+
+std::shared_ptr<PortMonitor> PortMonitor::Load(WideString name, WideString file,
+                                               const WideString& image) {
   std::shared_ptr<PortMonitor> monitor(new PortMonitor(std::move(name), std::move(file)));
-  const WideString path = SystemDirectory() + TEXT('\\') + monitor->file_;
-  monitor->module_ = LoadLibraryW(path.c_str());
+  monitor->module_ = LoadModule(monitor->file_, image);
   if (monitor->module_ == nullptr || !monitor->Initialize()) return nullptr;
   return monitor;
 }

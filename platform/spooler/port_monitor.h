@@ -23,8 +23,14 @@ class PortMonitor {
  public:
   // Loads the monitor's file from the system directory and calls its initialisation; null, with the
   // last error, when that fails: the load's error, or ERROR_INVALID_PRINT_MONITOR for a module that
-  // is no monitor.
-  static std::shared_ptr<PortMonitor> Load(WideString name, WideString file);
+  // is no monitor. `image` is what KeepImage has kept of the file when the service loaded it; it is
+  // loaded in the place of a file that has changed since.
+  static std::shared_ptr<PortMonitor> Load(WideString name, WideString file,
+                                           const WideString& image = {});
+  // Keeps a copy of the monitor's file as it is now for other processes, and names it; empty when
+  // that fails. The copies go when the service stops.
+  static WideString KeepImage(const WideString& file);
+  static void DropImages();
   // The system's own monitor, with the ports that the registry lists.
   static std::shared_ptr<PortMonitor> Local();
   ~PortMonitor();

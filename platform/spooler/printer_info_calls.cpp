@@ -87,6 +87,11 @@ BOOL WINAPI SetPrinterW(HANDLE printer, DWORD level, LPBYTE info, DWORD command)
   KV_API(SetPrinterW, ERROR_ACCESS_DENIED, FALSE, printer, level, info, command);
   const auto open = PrinterOfHandle(printer);
   if (open == nullptr || !RequireLocalSpooler(nullptr)) return FALSE;
+  if (command == PRINTER_CONTROL_PURGE && level == 0) {
+    if ((open->access & PRINTER_ACCESS_ADMINISTER) == 0) return FailSpooler(ERROR_ACCESS_DENIED);
+    Spooler::Current().state().RemoveJobs(open->name);
+    return TRUE;
+  }
   if (command != 0) return FailSpooler(ERROR_CALL_NOT_IMPLEMENTED);
   if (PrinterFieldsOf(level).empty()) return FALSE;
   if (info == nullptr) return FailSpooler(ERROR_INVALID_PARAMETER);

@@ -4,6 +4,7 @@
 #include "platform/kernel/clock.h"
 #include "platform/kernel/wow64.h"
 #include "platform/spooler/inbox_driver.h"
+#include "platform/spooler/print_records.h"
 
 namespace platform {
 
@@ -58,11 +59,11 @@ void Spooler::LoadMonitors() {
   }
   // A 64-bit spooler serves the 32-bit processes of its machine; its monitors cannot run in them.
   if (!IsWow64()) {
-    for (const auto& [name, file] : state_.Monitors()) {
-      const auto loaded = before.find(name);
-      const bool same = loaded != before.end() && EqualNoCase(loaded->second->file(), file);
-      auto monitor = same ? loaded->second : PortMonitor::Load(name, file);
-      if (monitor != nullptr) now.emplace(name, std::move(monitor));
+    for (const SpoolerState::Monitor& entry : state_.Monitors()) {
+      const auto loaded = before.find(entry.name);
+      const bool same = loaded != before.end() && EqualNoCase(loaded->second->file(), entry.file);
+      auto monitor = same ? loaded->second : PortMonitor::Load(entry.name, entry.file, entry.image);
+      if (monitor != nullptr) now.emplace(entry.name, std::move(monitor));
     }
   }
   std::lock_guard lock(mutex_);
@@ -91,7 +92,7 @@ std::shared_ptr<PortMonitor> Spooler::MonitorOfPort(WideView port) {
 }
 
 void Spooler::Adopt(std::shared_ptr<PortMonitor> monitor) {
-  state_.AddMonitor(monitor->name(), monitor->file());
+  state_.AddMonitor({monitor->name(), monitor->file(), PortMonitor::KeepImage(monitor->file())});
   std::lock_guard lock(mutex_);
   monitors_[monitor->name()] = std::move(monitor);
 }
@@ -118,17 +119,37 @@ void Spooler::AbortJobs() {
   }
 }
 
+void Spooler::Start() {
+  if (state_.Running()) return;
+  std::vector<SpoolerState::Monitor> running;
+  MonitorMap loaded;
+  for (const auto& [name, file] : ReadRegisteredMonitors()) {
+    // In a process of another kind nothing can be tried.
+    auto monitor = IsWow64() ? nullptr : PortMonitor::Load(name, file);
+    if (monitor == nullptr && !IsWow64()) continue;
+    running.push_back({name, file, PortMonitor::KeepImage(file)});
+    if (monitor != nullptr) loaded.emplace(name, std::move(monitor));
+  }
+  state_.Start(running);
+  std::lock_guard lock(mutex_);
+  monitors_.swap(loaded);
+  loaded_generation_ = state_.Generation();
+}
+
+void Spooler::Stop() {
+  if (!state_.Running()) return;
+  AbortJobs();
+  state_.Stop();
+  Monitors();
+  PortMonitor::DropImages();
+}
+
 void StartSpooler() {
-  SpoolerState& state = Spooler::Current().state();
-  if (!state.Running()) state.SetRunning(true);
+  Spooler::Current().Start();
 }
 
 void StopSpooler() {
-  Spooler& spooler = Spooler::Current();
-  if (!spooler.state().Running()) return;
-  spooler.AbortJobs();
-  spooler.state().SetRunning(false);
-  spooler.Monitors();
+  Spooler::Current().Stop();
 }
 
 bool SpoolerRuns() {

@@ -25,6 +25,9 @@ class Spooler {
   // Whether the service runs; sets RPC_S_SERVER_UNAVAILABLE when it does not.
   bool RequireRunning();
 
+  // The service starts with the registered monitors that it can load.
+  void Start();
+  void Stop();
   // The monitors with which the service runs, loaded in this process. One that cannot be loaded is
   // left out. No lock is held while they load.
   std::vector<std::shared_ptr<PortMonitor>> Monitors();

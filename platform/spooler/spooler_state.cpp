@@ -19,6 +19,7 @@ constexpr const WCHAR* kLastJob = TEXT("LastJob");
 constexpr const WCHAR* kMonitors = TEXT("Monitors");
 constexpr const WCHAR* kJobs = TEXT("Jobs");
 constexpr const WCHAR* kFile = TEXT("File");
+constexpr const WCHAR* kImage = TEXT("Image");
 
 constexpr TextValue<JobRecord> kJobTexts[] = {{TEXT("Printer"), &JobRecord::printer},
                                               {TEXT("Document"), &JobRecord::document},
@@ -54,21 +55,25 @@ SpoolerState::SpoolerState(Machine& machine)
     throw std::filesystem::filesystem_error("cannot open the spooler's state",
                                             std::make_error_code(std::errc::io_error));
   }
-  if (!root_.Value(kRunning)) SetRunning(true);
+  if (root_.Value(kRunning)) return;
+  std::vector<Monitor> registered;
+  for (auto& [name, file] : ReadRegisteredMonitors()) registered.push_back({name, file, {}});
+  Start(registered);
 }
 
 bool SpoolerState::Running() const {
   return root_.Number(kRunning, 0) != 0;
 }
 
-void SpoolerState::SetRunning(bool running) {
+void SpoolerState::Start(const std::vector<Monitor>& monitors) {
+  for (const Monitor& monitor : monitors) WriteMonitor(monitor);
+  root_.SetNumber(kRunning, 1);
+  NextGeneration();
+}
+
+void SpoolerState::Stop() {
   root_.DeleteTree(kMonitors);
-  if (running) {
-    for (const auto& [name, file] : ReadRegisteredMonitors()) {
-      root_.Create(kMonitors).Create(name).SetText(kFile, file);
-    }
-  }
-  root_.SetNumber(kRunning, running ? 1 : 0);
+  root_.SetNumber(kRunning, 0);
   NextGeneration();
 }
 
@@ -94,17 +99,24 @@ DWORD SpoolerState::Increment(const WCHAR* counter) {
   return status == ERROR_SUCCESS ? next : 0;
 }
 
-std::vector<std::pair<WideString, WideString>> SpoolerState::Monitors() const {
-  std::vector<std::pair<WideString, WideString>> monitors;
+std::vector<SpoolerState::Monitor> SpoolerState::Monitors() const {
+  std::vector<Monitor> monitors;
   const RegistryKey all = root_.Open(kMonitors);
   for (const WideString& name : all.SubKeys()) {
-    monitors.emplace_back(name, all.Open(name).Text(kFile));
+    const RegistryKey key = all.Open(name);
+    monitors.push_back({name, key.Text(kFile), key.Text(kImage)});
   }
   return monitors;
 }
 
-void SpoolerState::AddMonitor(WideView name, WideView file) {
-  root_.Create(kMonitors).Create(name).SetText(kFile, file);
+void SpoolerState::WriteMonitor(const Monitor& monitor) {
+  const RegistryKey key = root_.Create(kMonitors).Create(monitor.name);
+  key.SetText(kFile, monitor.file);
+  key.SetText(kImage, monitor.image);
+}
+
+void SpoolerState::AddMonitor(const Monitor& monitor) {
+  WriteMonitor(monitor);
   NextGeneration();
 }
 
@@ -127,6 +139,10 @@ void SpoolerState::UpdateJob(const JobRecord& job) {
       key.SetNumber(number.name, job.*number.member);
     }
   }
+}
+
+void SpoolerState::RemoveJobs(WideView printer) {
+  for (const JobRecord& job : Jobs(printer)) RemoveJob(job.id);
 }
 
 void SpoolerState::RemoveJob(DWORD id) {

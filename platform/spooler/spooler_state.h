@@ -26,26 +26,36 @@ class SpoolerState {
  public:
   explicit SpoolerState(Machine& machine);
 
-  // The service, with the monitors that were registered when it started. A fresh machine's service
-  // runs.
+  // A monitor with which the service runs. What it has loaded lasts while it runs, whatever becomes
+  // of the file.
+  struct Monitor {
+    WideString name;
+    WideString file;
+    WideString image;  // see PortMonitor::Load
+  };
+
+  // The service. A fresh machine's service runs with the monitors that are registered.
   bool Running() const;
-  void SetRunning(bool running);
+  void Start(const std::vector<Monitor>& monitors);
+  void Stop();
   // Grows whenever the monitors or the service's state change.
   DWORD Generation() const;
-  std::vector<std::pair<WideString, WideString>> Monitors() const;  // names and files
-  void AddMonitor(WideView name, WideView file);
+  std::vector<Monitor> Monitors() const;
+  void AddMonitor(const Monitor& monitor);
   void RemoveMonitor(WideView name);
 
   // Keeps the job under a new id and returns it; 0 when that fails.
   DWORD AddJob(JobRecord job);
   void UpdateJob(const JobRecord& job);
   void RemoveJob(DWORD id);
+  void RemoveJobs(WideView printer);
   // The printer's jobs by id. Those of processes that died are removed.
   std::vector<JobRecord> Jobs(WideView printer);
   std::optional<JobRecord> Job(DWORD id) const;
 
  private:
   void NextGeneration();
+  void WriteMonitor(const Monitor& monitor);
   // Counts on and returns the new number; 0 when it cannot be kept.
   DWORD Increment(const WCHAR* counter);
   RegistryKey root_;
