@@ -4,6 +4,7 @@
 
 #include <new>
 
+#include "runtime/core/last_error.h"
 #include "runtime/core/messages.h"
 #include "runtime/core/startup_context.h"
 #include "runtime/printing/printer_handle.h"
@@ -61,15 +62,11 @@ BOOL WINAPI EnumPorts(LPWSTR, DWORD level, LPBYTE ports, DWORD size, LPDWORD nee
       bytes = sizeof(PORT_INFO_2W) + portNameSize + 2 * productNameSize;
       break;
     default:
-      SetLastError(ERROR_INVALID_LEVEL);
-      return FALSE;
+      return FailWith(ERROR_INVALID_LEVEL);
   }
   *needed = bytes;
   *returned = 0;
-  if (bytes > size) {
-    SetLastError(ERROR_INSUFFICIENT_BUFFER);
-    return FALSE;
-  }
+  if (bytes > size) return FailWith(ERROR_INSUFFICIENT_BUFFER);
   const LPBYTE end = ports + size;
   if (level == 1) {
     reinterpret_cast<PORT_INFO_1W*>(ports)->pName = PackBefore(end, startupContext.portName);
@@ -89,11 +86,7 @@ BOOL WINAPI EnumPorts(LPWSTR, DWORD level, LPBYTE ports, DWORD size, LPDWORD nee
 
 BOOL WINAPI OpenPort(LPWSTR, PHANDLE port) {
   PortInfo* const info = new (std::nothrow) PortInfo();
-  if (info == nullptr) {
-    ShowInternalError(TEXT("new PortInfo failed"));
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return FALSE;
-  }
+  if (info == nullptr) return ReportNoMemory(TEXT("new PortInfo failed"));
   *port = info;
   return TRUE;
 }

@@ -20,8 +20,8 @@ struct PortInfo {
 // ERROR_INVALID_LEVEL (both numbers untouched) or ERROR_INSUFFICIENT_BUFFER.
 BOOL WINAPI EnumPorts(LPWSTR, DWORD level, LPBYTE ports, DWORD size, LPDWORD needed,
                       LPDWORD returned);
-// A new port handle, whatever the port's name. FALSE, after the internal-error box, when memory
-// runs out.
+// A new port handle, whatever the port's name. FALSE, after the internal-error box, with
+// ERROR_NOT_ENOUGH_MEMORY when memory runs out.
 BOOL WINAPI OpenPort(LPWSTR, PHANDLE port);
 // Opens the printer for the job. FALSE with OpenPrinterW's last error.
 BOOL WINAPI StartDocPort(HANDLE port, LPWSTR printerName, DWORD jobId, DWORD, LPBYTE);

@@ -17,10 +17,14 @@ BOOL IsUsable(LPWSTR buffer, int capacity, DWORD code) {
 }
 
 void ReadSystemText(DWORD code, LPWSTR buffer, int capacity) {
-  if (FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0,
-                     buffer, capacity, nullptr) == 0) {
-    buffer[0] = 0;
-  }
+  constexpr DWORD kFlags = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS;
+  if (FormatMessageW(kFlags, nullptr, code, 0, buffer, capacity, nullptr) != 0) return;
+  // The system writes nothing of a text that does not fit.
+  LPWSTR whole = nullptr;
+  FormatMessageW(kFlags | FORMAT_MESSAGE_ALLOCATE_BUFFER, nullptr, code, 0,
+                 reinterpret_cast<LPWSTR>(&whole), 0, nullptr);
+  CopyStringW(buffer, capacity, whole);
+  LocalFree(whole);
 }
 
 }  // namespace

@@ -9,8 +9,9 @@ constexpr int kErrorTextCapacity = 256;
 // Buffers of this many characters or fewer are only emptied.
 constexpr int kErrorTextMinimum = 80;
 
-// The functions below empty `buffer` of `capacity` characters first, and leave it empty when it is
-// null, too small (kErrorTextMinimum), the code is 0 or the system has no text for it.
+// The functions below empty `buffer` of `capacity` characters first, unless it is null, and leave
+// it empty when it is too small (kErrorTextMinimum), the code is 0 or the system has no text for
+// it. A text that does not fit is cut. What the last error is afterwards is not said.
 
 // The system's text for `code` in the default language (FormatMessageW).
 void GetSystemErrorText(DWORD code, LPWSTR buffer, int capacity);

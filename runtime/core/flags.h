@@ -15,7 +15,7 @@ enum class Overwrite : bool { kNo, kYes };
 // Whether references to environment variables in a text are replaced.
 enum class Expand : bool { kNo, kYes };
 
-// Whether directories below a directory are taken as well.
+// Whether the directories below a directory, or the keys below a registry key, are taken as well.
 enum class Recurse : bool { kNo, kYes };
 
 }  // namespace kv

@@ -3,6 +3,7 @@
 #include <rpc.h>
 #include <time.h>
 
+#include "runtime/core/last_error.h"
 #include "runtime/core/product.h"
 #include "runtime/text/format.h"
 #include "runtime/text/text.h"
@@ -36,17 +37,17 @@ void InstanceName::CreateGuid() {
   RpcStringFreeW(&text);
 }
 
-void InstanceName::MakeMessageName(LPWSTR output, int capacity, LPCWSTR suffix) const {
-  FormatText(output, capacity, TEXT("%s-%s"), baseName_, suffix);
+BOOL InstanceName::MakeMessageName(LPWSTR output, int capacity, LPCWSTR suffix) const {
+  return FormatText(output, capacity, TEXT("%s-%s"), baseName_, suffix);
 }
 
-void InstanceName::MakeUniqueName(LPWSTR output, int capacity, LPCWSTR suffix) const {
-  FormatText(output, capacity, TEXT("%s-%s"), guidText_, suffix);
+BOOL InstanceName::MakeUniqueName(LPWSTR output, int capacity, LPCWSTR suffix) const {
+  return FormatText(output, capacity, TEXT("%s-%s"), guidText_, suffix);
 }
 
 UINT InstanceName::RegisterMessage(LPCWSTR name) const {
   WCHAR full[kMessageNameCapacity];
-  MakeMessageName(full, kMessageNameCapacity, name);
+  if (!MakeMessageName(full, kMessageNameCapacity, name)) return FailWith(ERROR_INVALID_PARAMETER);
   return RegisterWindowMessageW(full);
 }
 

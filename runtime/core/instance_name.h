@@ -13,12 +13,15 @@ class InstanceName {
   explicit InstanceName(const InstanceName* source = nullptr);
 
   // "%s-%s" of baseName and `suffix`: the name of a registered window message, the same in every
-  // process of this product version. `output` holds `capacity` characters; a longer name is cut.
-  void MakeMessageName(LPWSTR output, int capacity, LPCWSTR suffix) const;
-  // "%s-%s" of guidText and `suffix`: the name of a window property of this loaded copy.
-  void MakeUniqueName(LPWSTR output, int capacity, LPCWSTR suffix) const;
+  // process of this product version. `output` holds `capacity` characters; a longer name is cut,
+  // with FALSE: it may be another message's.
+  BOOL MakeMessageName(LPWSTR output, int capacity, LPCWSTR suffix) const;
+  // "%s-%s" of guidText and `suffix`: the name of a window property of this loaded copy, cut with
+  // FALSE likewise.
+  BOOL MakeUniqueName(LPWSTR output, int capacity, LPCWSTR suffix) const;
   // The number of the registered message MakeMessageName(`name`); 0 when RegisterWindowMessageW
-  // fails, whose last error stays.
+  // fails, whose last error stays, and for one of more than 255 characters
+  // (ERROR_INVALID_PARAMETER).
   UINT RegisterMessage(LPCWSTR name) const;
 
   const UUID& guid() const { return guid_; }

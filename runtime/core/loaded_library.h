@@ -10,6 +10,11 @@
 
 namespace kv {
 
+// The path of the file that `module` (null: the program) was loaded from. FALSE with an empty text
+// and the last error when it cannot be told or has more than 259 characters
+// (ERROR_FILENAME_EXCED_RANGE).
+BOOL GetModulePath(HMODULE module, WCHAR (&path)[MAX_PATH]);
+
 class LoadedLibrary {
  public:
   LoadedLibrary() = default;
@@ -20,10 +25,16 @@ class LoadedLibrary {
   virtual ~LoadedLibrary();
   virtual BOOL IsLoaded() const { return hModule_ != nullptr; }
 
-  // Loads the library, by LoadLibraryW's rules; a name with a directory that fails is tried once
-  // more with that directory as DLL search directory. Whatever was loaded before is freed. On
-  // failure FALSE, the box 12113 unless quiet, and the last error is the load's.
+  // Loads the library, by LoadLibraryW's rules; a name of at most 259 characters with a directory
+  // that fails is tried once more with that directory as DLL search directory. What was loaded
+  // before is then freed; `fileName` may be one of its names. On failure FALSE, the box 12113
+  // unless quiet, the last error is the load's, and what was loaded before stays.
   BOOL Load(LPCWSTR fileName, Quiet quiet);
+  // For a library that several threads need: the handle, of the library that is loaded already or
+  // of `fileName`, loaded quietly. Whatever threads come at once, one reference stays, and all get
+  // its handle; null when the library cannot be loaded, with the load's last error. The names below
+  // become those of the library a moment after its handle.
+  HMODULE LoadOnce(LPCWSTR fileName);
   // What the library's own DllGetVersion says. `version` is zeroed first; FALSE when the library is
   // not loaded, has no such export, or the export fails.
   BOOL GetDllVersion(DLLVERSIONINFO& version) const;
@@ -31,8 +42,8 @@ class LoadedLibrary {
   HMODULE Detach();
 
   HMODULE handle() const { return hModule_; }
-  // The file-name part of the name that was loaded, and the full path that the system reports; null
-  // before.
+  // The file-name part of the name that was loaded, and the full path that the system reports,
+  // empty when it has more than 259 characters. Null before, and when there was no memory for them.
   LPCWSTR fileTitle() const { return fileTitle_.get(); }
   LPCWSTR modulePath() const { return modulePath_.get(); }
 

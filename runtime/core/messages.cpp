@@ -18,6 +18,7 @@ int SilentAnswer(UINT style) {
 }
 
 int ShowFormatted(BoxStyle style, LPCWSTR format, va_list arguments) {
+  const LastErrorScope scope;
   WCHAR text[kTextCapacity + 1] = {};
   wvsprintfW(text, format, arguments);
   return ShowMessage(text, style);
@@ -34,6 +35,7 @@ BOOL CALLBACK ConsiderOwner(HWND window, LPARAM result) {
 }  // namespace
 
 int ShowMessage(LPCWSTR text, UINT style) {
+  const LastErrorScope scope;
   if (startupContext.silent != 0 || text == nullptr || text[0] == 0) return SilentAnswer(style);
   WCHAR title[kTitleCapacity];
   CopyStringW(title, startupContext.productName);
@@ -54,6 +56,7 @@ HWND FindOwnerWindow(DWORD threadId) {
 }
 
 int ShowResourceBox(BoxStyle style, UINT number, Inserts inserts) {
+  const LastErrorScope scope;
   WCHAR text[kTextCapacity];
   LoadResourceStringV(text, kTextCapacity, number, inserts);
   return ShowMessage(text, style);
@@ -136,9 +139,20 @@ int ShowLastError(LPCWSTR call) {
 }
 
 int ShowErrorCode(LPCWSTR call, DWORD code) {
+  const LastErrorScope scope;
   WCHAR reason[kErrorTextCapacity];
   GetErrorSuffix(code, reason, kErrorTextCapacity);
   return ShowError(IDS_CALL_FAILED, call, reason);
+}
+
+BOOL ReportFailedCall(LPCWSTR call) {
+  ShowLastError(call);
+  return FALSE;
+}
+
+BOOL ReportNoMemory(LPCWSTR what) {
+  ShowInternalError(what);
+  return FailWith(ERROR_NOT_ENOUGH_MEMORY);
 }
 
 }  // namespace kv

@@ -3,22 +3,25 @@
 //
 // Each family of boxes has a form that takes the number of a string of the language resource
 // library and its inserts, and a form (…F) that takes a wvsprintfW format and its arguments; both
-// texts are cut to 1023 characters. All return the button that the user chose, or without a box the
-// likely answer: IDYES for questions with Yes and No, else IDOK.
+// texts are cut to 1023 characters. All return the button that the user chose; without a box, as
+// the Silent setting or an empty text wants it, the likely answer: IDYES for questions with Yes and
+// No, else IDOK; and 0, which is no button, when the system cannot show the box. All leave the last
+// error as it was before.
 #pragma once
 
+#include "runtime/core/last_error.h"
 #include "runtime/core/resource_text.h"
 #include "runtime/core/win.h"
 
 namespace kv {
 
-// Shows `text` with the MessageBoxW style `style`, titled with the product's name and owned by the
-// window that FindOwnerWindow finds for the calling thread. Nothing is shown for an empty text or
-// when the Silent setting is on.
+// Shows `text` with the MessageBoxW style `style`, titled with the product's name (its first 127
+// characters) and owned by the window that FindOwnerWindow finds for the calling thread. Nothing is
+// shown for an empty text or when the Silent setting is on.
 int ShowMessage(LPCWSTR text, UINT style);
 
-// Where reports go instead of a message box, for a program without windows; it returns the chosen
-// button.
+// Where reports go instead of a message box, for a program without windows, which says so before it
+// starts threads; it returns the chosen button. Null: to message boxes again.
 using MessageSink = int (*)(LPCWSTR text, LPCWSTR title, UINT style);
 void SetMessageSink(MessageSink sink);
 
@@ -91,5 +94,10 @@ int ShowResourceError();
 // The system call `call` failed with the thread's last error, or with `code`.
 int ShowLastError(LPCWSTR call);
 int ShowErrorCode(LPCWSTR call, DWORD code);
+// The same, and FALSE for the caller to return.
+BOOL ReportFailedCall(LPCWSTR call);
+// The internal-error box with `what` for memory that has run out: FALSE with
+// ERROR_NOT_ENOUGH_MEMORY.
+BOOL ReportNoMemory(LPCWSTR what);
 
 }  // namespace kv

@@ -1,6 +1,8 @@
 #include "runtime/core/resource_library.h"
 
 #include "runtime/core/handles.h"
+#include "runtime/core/last_error.h"
+#include "runtime/core/loaded_library.h"
 #include "runtime/core/messages.h"
 #include "runtime/core/resource_file.h"
 #include "runtime/core/startup_context.h"
@@ -53,9 +55,8 @@ BOOL SameProductVersion(const VersionDetails& a, const VersionDetails& b) {
 
 // While setup runs, the interface module takes what setup has put there, whatever its version.
 BOOL SetupLetsPass(HMODULE module) {
-  WCHAR path[MAX_PATH] = {};
-  GetModuleFileNameW(module, path, MAX_PATH);
-  path[MAX_PATH - 1] = 0;
+  WCHAR path[MAX_PATH];
+  GetModulePath(module, path);
   return EqualNoCase(GetFileName(path), kInterfaceFile) &&
          FindWindowW(CWndClassName(kSetupWindow), nullptr) != nullptr;
 }
@@ -116,8 +117,10 @@ BOOL FindResourceLibrary(LPWSTR path, int capacity) {
   if (!found && startupContext.systemLangId != 0)
     found = TryLanguage(startupContext.systemLangId, candidate);
   if (!found) found = TryLanguage(0, candidate);
-  CopyStringW(path, capacity, found ? candidate : TEXT(""));
-  return found;
+  if (!found) candidate[0] = 0;
+  const bool fits = static_cast<int>(View(candidate).size()) < capacity;
+  CopyStringW(path, capacity, fits ? candidate : TEXT(""));
+  return fits ? found : FailWith(ERROR_FILENAME_EXCED_RANGE);
 }
 
 BOOL LoadResourceLibrary(HMODULE module) {

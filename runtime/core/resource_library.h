@@ -12,13 +12,14 @@ namespace kv {
 // library that is found by its language is taken whatever its version; the default library of
 // another version is loaded from a temporary copy, which the system deletes at its next restart, so
 // that setup can replace the file. FALSE when there is none or it cannot be loaded, after a message
-// box; later calls then fail at once.
+// box; later calls then fail at once. Writes to the startup context, which no other thread may read
+// meanwhile.
 BOOL LoadResourceLibrary(HMODULE module);
 
 // The path of the first library beside this module whose string table has the language that the
 // user's setting, the machine's setting or the system wants, in that order, else of the one without
 // a language; `path` holds `capacity` characters (260). FALSE, with an empty path, when there is
-// none.
+// none, and with ERROR_FILENAME_EXCED_RANGE when its path does not fit.
 BOOL FindResourceLibrary(LPWSTR path, int capacity);
 
 // The language of the first string-table block of a loaded module; 0 when it has none.

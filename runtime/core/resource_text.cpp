@@ -33,7 +33,7 @@ void Fill(WideView text, LPWSTR output, size_t capacity, Inserts inserts) {
   const size_t count = std::min(CountDistinctInserts(text), inserts.size());
   size_t length = 0;
   const auto append = [&](WideView piece) {
-    piece = piece.substr(0, capacity - 1 - length);
+    piece = piece.substr(0, WholeLength(piece, capacity - 1 - length));
     piece.copy(output + length, piece.size());
     length += piece.size();
   };

@@ -2,7 +2,8 @@
 //
 // A template marks its inserts with ^1 to ^8, without gaps from 1 on; each may occur more than
 // once. A caret before anything else stands for itself. An inserted text is not searched for
-// inserts again.
+// inserts again. What does not fit is cut, but no character of two units is halved. No insert may
+// lie in the output.
 #pragma once
 
 #include <span>

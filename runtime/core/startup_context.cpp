@@ -9,6 +9,7 @@
 #include "runtime/papers/paper_table.h"
 #include "runtime/registry/settings.h"
 #include "runtime/text/format.h"
+#include "runtime/text/locale_list.h"
 #include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
 
@@ -134,8 +135,8 @@ void ReadLocaleFacts() {
   ReadSystemLocale(LOCALE_SENGLANGUAGE, startupContext.systemLanguageName);
   ReadSystemLocale(LOCALE_IDEFAULTLANGUAGE, text);
   startupContext.systemLangId = static_cast<LANGID>(ParseHex(text));
-  ReadSystemLocale(LOCALE_IDEFAULTANSICODEPAGE, text);
-  startupContext.systemAnsiCodePage = static_cast<WORD>(ParseDecimal(text));
+  startupContext.systemAnsiCodePage =
+      static_cast<WORD>(GetLocaleAnsiCodePage(LOCALE_SYSTEM_DEFAULT));
   startupContext.defaultUnits = kUnitsInches;
   if (ReadSystemLocale(LOCALE_IPAPERSIZE, text) && ParseDecimal(text) != kLetterPaper) {
     startupContext.defaultUnits = kUnitsMillimetres;
@@ -153,9 +154,12 @@ BOOL FindResources() {
   return TRUE;
 }
 
-int ReadResourceNumber(UINT number) {
+// 0 for a text that is no number.
+int ReadResourceNumber(UINT id) {
   WCHAR text[MAX_PATH];
-  return ParseDecimal(LoadResourceString(text, MAX_PATH, number));
+  int number;
+  ParseWholeDecimal(LoadResourceString(text, MAX_PATH, id), number);
+  return number;
 }
 
 void ReadProductKind() {
@@ -189,7 +193,8 @@ void OverrideHelpAddress() {
 DWORD ReadDefaultPaper() {
   WCHAR text[MAX_PATH];
   LoadResourceString(text, MAX_PATH, IDS_DEFAULT_PAPER);
-  if (const int number = ParseDecimal(text)) return static_cast<DWORD>(number);
+  int number;
+  if (ParseWholeDecimal(text, number) && number > 0) return static_cast<DWORD>(number);
   const PaperEntry* paper = CStandardPapers().FindPaperByName(text);
   return paper != nullptr ? paper->id : kLetterPaper;
 }

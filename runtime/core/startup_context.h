@@ -1,6 +1,11 @@
-// The process-wide record that every module of the product fills when it is loaded and only reads
-// afterwards.
+// The process-wide record that every module of the product fills when it is loaded.
+//
+// From then on threads only read it, but for what follows: the two libraries at its end, which any
+// thread may bind at any time; `messageSink`, which a program sets before it starts threads; and
+// `platform`, which is read anew where it was never filled (without ProcessAttach).
 #pragma once
+
+#include <atomic>
 
 #include "runtime/core/instance_name.h"
 #include "runtime/core/loaded_library.h"
@@ -31,13 +36,6 @@ struct RegisteredMessages {
   UINT waitRedraw;
 };
 
-// netapi32's functions, bound on first use; null where the system lacks them.
-struct NetworkFunctions {
-  BOOL tried;
-  DWORD(WINAPI* bufferFree)(void* buffer);
-  DWORD(WINAPI* userModalsGet)(LPCWSTR server, DWORD level, BYTE** buffer);
-};
-
 struct RegisteredClipboardFormats {
   WORD kvFile;
   WORD kvNote;
@@ -45,7 +43,7 @@ struct RegisteredClipboardFormats {
 };
 
 // All zero until ProcessAttach, but for the names that are made before. Text fields hold their
-// capacity less one characters.
+// capacity less one characters. What steps of ProcessAttach cannot find out stays 0 or empty.
 struct StartupContext {
   InstanceName instanceName;
   LPCWSTR resourceDllName =
@@ -93,10 +91,10 @@ struct StartupContext {
 
   MessageSink messageSink = nullptr;
 
-  // Loaded on first use by the graphics and the network functions.
+  // Bound on first use, with LoadOnce, by the graphics and the network functions.
   LoadedLibrary msimg32;
   LoadedLibrary netapi32;
-  NetworkFunctions network = {};
+  std::atomic<bool> netapi32IsMissing = false;  // it was tried once, as often as it ever is
 };
 
 extern StartupContext startupContext;

@@ -1,43 +1,49 @@
 #include "runtime/core/version_details.h"
 
+#include <string.h>
+
+#include <algorithm>
+
 #include "runtime/core/handles.h"
+#include "runtime/core/loaded_library.h"
 #include "runtime/core/startup_context.h"
 #include "runtime/files/file_actions.h"
 #include "runtime/files/paths.h"
 #include "runtime/text/format.h"
-#include "runtime/text/text.h"
 
 namespace kv {
 namespace {
 
-// The version block of a file, locked in memory for queries.
+// A version block that may say anything of its values.
 class VersionBlock {
  public:
-  explicit VersionBlock(LPCWSTR path) : block_(Read(path)), lock_(block_.Get()) {
-    valid_ = lock_.Data() != nullptr && GetFileVersionInfoW(path, 0, size_, lock_.Data());
+  VersionBlock(const BYTE* block, size_t size) : block_(block), size_(size) {}
+
+  // The bytes from the value `name` to the end of the block: their number goes to `room`, what the
+  // block says of the value's length to `length`. Null when it is missing or empty.
+  const BYTE* Query(LPCWSTR name, UINT& length, size_t& room) const {
+    void* value = nullptr;
+    if (!VerQueryValueW(block_, name, &value, &length) || length == 0) return nullptr;
+    const auto* const bytes = static_cast<const BYTE*>(value);
+    if (bytes < block_ || bytes > block_ + size_) return nullptr;
+    room = static_cast<size_t>(block_ + size_ - bytes);
+    return bytes;
   }
 
-  // The value `name`; null when it is missing or empty. `length` is in characters for texts, in
-  // bytes for numbers.
-  const void* Query(LPCWSTR name, UINT& length) const {
-    void* value = nullptr;
-    length = 0;
-    if (!valid_ || !VerQueryValueW(lock_.Data(), name, &value, &length) || length == 0)
-      return nullptr;
-    return value;
+  // Copies a value that is no text; FALSE when it is missing or not there whole.
+  template <class Value>
+  BOOL Read(LPCWSTR name, Value& value) const {
+    UINT length;
+    size_t room;
+    const BYTE* const bytes = Query(name, length, room);
+    if (bytes == nullptr || std::min<size_t>(length, room) < sizeof(value)) return FALSE;
+    memcpy(&value, bytes, sizeof(value));
+    return TRUE;
   }
 
  private:
-  UniqueGlobal Read(LPCWSTR path) {
-    DWORD unused = 0;
-    size_ = GetFileVersionInfoSizeW(path, &unused);
-    return UniqueGlobal(size_ == 0 ? nullptr : GlobalAlloc(GHND, size_));
-  }
-
-  DWORD size_ = 0;
-  UniqueGlobal block_;
-  GlobalLockScope lock_;
-  bool valid_ = false;
+  const BYTE* block_;
+  size_t size_;
 };
 
 constexpr int kPathCapacity = 128;
@@ -46,27 +52,22 @@ void ReadText(const VersionBlock& block, LPCWSTR prefix, LPCWSTR name, VersionTe
   if (text == nullptr) return;
   WCHAR path[kPathCapacity];
   FormatText(path, TEXT("%s%s"), prefix, name);
-  UINT length = 0;
-  if (const void* value = block.Query(path, length)) {
-    // The block ends behind its last value; a value without a terminator must not be read further
-    // than its length.
-    const int limit =
-        length < kVersionTextCapacity ? static_cast<int>(length) + 1 : kVersionTextCapacity;
-    const auto source = static_cast<LPCWSTR>(value);
-    int count = 0;
-    while (count < limit - 1 && source[count] != 0) ++count;
-    for (int i = 0; i < count; ++i) text->text[i] = source[i];
-    text->text[count] = 0;
-  }
+  UINT length;
+  size_t room;
+  const BYTE* const value = block.Query(path, length, room);
+  if (value == nullptr) return;
+  const size_t count =
+      std::min({size_t{length}, room / sizeof(WCHAR), size_t{kVersionTextCapacity} - 1});
+  memcpy(text->text, value, count * sizeof(WCHAR));
+  text->text[count] = 0;
 }
 
 void ReadFixedInformation(const VersionBlock& block, VersionDetails& details) {
-  UINT length = 0;
-  const auto fixed = static_cast<const VS_FIXEDFILEINFO*>(block.Query(TEXT("\\"), length));
-  if (fixed == nullptr || length < sizeof(*fixed)) return;
-  details.productMajor = HIWORD(fixed->dwProductVersionMS);
-  details.productMinor = LOWORD(fixed->dwProductVersionMS);
-  details.fileVersionHigh = fixed->dwFileVersionMS;
+  VS_FIXEDFILEINFO fixed;
+  if (!block.Read(TEXT("\\"), fixed)) return;
+  details.productMajor = HIWORD(fixed.dwProductVersionMS);
+  details.productMinor = LOWORD(fixed.dwProductVersionMS);
+  details.fileVersionHigh = fixed.dwFileVersionMS;
   details.packedProductVersion =
       static_cast<WORD>((details.productMajor & 0xFF) * 256 + (details.productMinor & 0xFF));
 }
@@ -82,17 +83,14 @@ void Clear(VersionDetails& details) {
 
 }  // namespace
 
-BOOL GetFileVersionDetails(LPCWSTR path, VersionDetails& details) {
+BOOL ReadVersionBlock(const BYTE* bytes, size_t size, VersionDetails& details) {
   Clear(details);
-  if (!FileExists(path, Report::kNo)) return FALSE;
-  const VersionBlock block(path);
-  UINT length = 0;
-  const auto translation =
-      static_cast<const DWORD*>(block.Query(TEXT("\\VarFileInfo\\Translation"), length));
-  if (translation == nullptr || length < sizeof(*translation)) return FALSE;
+  const VersionBlock block(bytes, size);
+  DWORD translation;
+  if (!block.Read(TEXT("\\VarFileInfo\\Translation"), translation)) return FALSE;
   WCHAR prefix[kPathCapacity];
-  FormatText(prefix, TEXT("\\StringFileInfo\\%04x%04x\\"), LOWORD(*translation),
-             HIWORD(*translation));
+  FormatText(prefix, TEXT("\\StringFileInfo\\%04x%04x\\"), LOWORD(translation),
+             HIWORD(translation));
   ReadText(block, prefix, TEXT("ProductName"), details.productName);
   ReadText(block, prefix, TEXT("ProductVersion"), details.productVersion);
   ReadText(block, prefix, TEXT("CompanyName"), details.companyName);
@@ -101,19 +99,29 @@ BOOL GetFileVersionDetails(LPCWSTR path, VersionDetails& details) {
   return TRUE;
 }
 
+BOOL GetFileVersionDetails(LPCWSTR path, VersionDetails& details) {
+  Clear(details);
+  if (!FileExists(path, Report::kNo)) return FALSE;
+  DWORD unused = 0;
+  const DWORD size = GetFileVersionInfoSizeW(path, &unused);
+  const UniqueGlobal block(size == 0 ? nullptr : GlobalAlloc(GHND, size));
+  const GlobalLockScope lock(block.Get());
+  return lock.Data() != nullptr && GetFileVersionInfoW(path, 0, size, lock.Data()) &&
+         ReadVersionBlock(static_cast<const BYTE*>(lock.Data()), size, details);
+}
+
 BOOL GetModuleVersionDetails(HMODULE module, VersionDetails& details) {
-  WCHAR path[MAX_PATH] = {};
-  GetModuleFileNameW(module, path, MAX_PATH);
-  path[MAX_PATH - 1] = 0;
+  WCHAR path[MAX_PATH];
+  GetModulePath(module, path);
   return GetFileVersionDetails(path, details);
 }
 
 DWORD GetDispatcherVersion() {
   WCHAR path[MAX_PATH];
-  if (startupContext.appDir[0] != 0) {
-    PathJoin(startupContext.appDir, kDispatcherFile, path, MAX_PATH);
-  } else {
+  if (startupContext.appDir[0] == 0) {
     PathBesideModule(startupContext.hInstance, kDispatcherFile, path);
+  } else if (!PathJoin(startupContext.appDir, kDispatcherFile, path, MAX_PATH)) {
+    return 0;
   }
   VersionDetails details;
   GetFileVersionDetails(path, details);

@@ -28,12 +28,16 @@ struct VersionDetails {
 // numbers. TRUE when the resource has a translation table; otherwise FALSE, and every text is empty
 // and every number 0.
 BOOL GetFileVersionDetails(LPCWSTR path, VersionDetails& details);
-// The same for the file of a loaded module.
+// The same for the file of a loaded module; FALSE also when its path has more than 259 characters.
 BOOL GetModuleVersionDetails(HMODULE module, VersionDetails& details);
+// The same for the `size` bytes of a block that GetFileVersionInfoW has filled. Of its values
+// nothing is believed: a text ends at its terminator, at the length that the block gives for it (in
+// characters, though some writers count bytes), or with the block.
+BOOL ReadVersionBlock(const BYTE* block, size_t size, VersionDetails& details);
 
-// The product version of the dispatcher program, major * 65536 + minor; 0 when it has none. The
-// program is looked for in the startup context's `appDir` when that is set, else beside this
-// module.
+// The product version of the dispatcher program, major * 65536 + minor; 0 when it has none, or its
+// path more than 259 characters. The program is looked for in the startup context's `appDir` when
+// that is set, else beside this module.
 DWORD GetDispatcherVersion();
 
 }  // namespace kv

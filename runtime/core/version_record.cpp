@@ -3,6 +3,7 @@
 #include "runtime/core/handles.h"
 #include "runtime/core/version_details.h"
 #include "runtime/files/special_folders.h"
+#include "runtime/text/wide_text.h"
 
 namespace kv {
 
@@ -18,7 +19,8 @@ BOOL ReadVersionRecord(VersionRecord& record) {
   WCHAR path[MAX_PATH];
   GetSystemFilePath(TEXT("user32.dll"), path);
   VersionDetails user32 = {};
-  GetFileVersionDetails(path, user32);
+  // Without the system directory the name alone would be a file of the current one.
+  if (View(path).find('\\') != WideView::npos) GetFileVersionDetails(path, user32);
   if (user32.productMajor != 0 || user32.productMinor != 0) {
     record.info.dwMajorVersion = user32.productMajor;
     record.info.dwMinorVersion = user32.productMinor;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <new>
 
-#include "runtime/core/messages.h"
+#include "runtime/files/file_report.h"
 #include "runtime/files/paths.h"
 
 namespace kv {
@@ -18,14 +18,14 @@ std::unique_ptr<CHAR[]> ToAnsi(WideView text, int* size) {
   const int capacity = std::max(2 * length, needed);
   std::unique_ptr<CHAR[]> narrow(new (std::nothrow) CHAR[capacity + 1]);
   if (narrow == nullptr) {
-    ShowInternalError(TEXT("UnicodeToAnsiNew new char"));
+    ReportNoMemory(TEXT("UnicodeToAnsiNew new char"));
     return nullptr;
   }
   if (length != 0) {
     *size = WideCharToMultiByte(CP_ACP, 0, text.data(), length, narrow.get(), capacity, nullptr,
                                 nullptr);
     if (*size <= 0) {
-      ShowLastError(TEXT("WideCharToMultiByte"));
+      ReportFailedCall(TEXT("WideCharToMultiByte"));
       return nullptr;
     }
   }

@@ -8,9 +8,10 @@
 
 namespace kv {
 
-// A new copy of `text` in the ANSI code page, of `size` bytes and a terminator; null after the
-// report "UnicodeToAnsiNew new char" when memory runs out, and after that of the call that cannot
-// convert it.
+// A new copy of the whole `text` in the ANSI code page, of `size` bytes and a terminator;
+// characters that the code page does not have become others. Null after the report
+// "UnicodeToAnsiNew new char" when memory runs out, and after that of the call that cannot convert
+// it.
 std::unique_ptr<CHAR[]> ToAnsi(WideView text, int* size);
 
 // Holds one text in the ANSI code page.

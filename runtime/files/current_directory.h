@@ -9,8 +9,8 @@ namespace kv {
 // whole process: not for code that runs beside threads that depend on it.
 class CCurrentDirectory {
  public:
-  // Changes to `directory` when it is not null. A directory that cannot be entered changes nothing,
-  // and neither does any when the present one could not be restored.
+  // Changes to `directory` when it is not null. A directory that cannot be entered, an empty one
+  // among them, changes nothing, and neither does any when the present one could not be restored.
   explicit CCurrentDirectory(LPCWSTR directory = nullptr);
   virtual ~CCurrentDirectory();
   CCurrentDirectory(const CCurrentDirectory&) = delete;

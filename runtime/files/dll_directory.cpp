@@ -4,12 +4,15 @@
 
 #include "runtime/core/find_proc.h"
 #include "runtime/core/startup_context.h"
+#include "runtime/text/wide_text.h"
 
 namespace kv {
 
 CDllDirectory::CDllDirectory(LPCWSTR directory)
     : getDllDirectory_(FindProc<decltype(getDllDirectory_)>(TEXT("kernel32"), "GetDllDirectoryW")),
       setDllDirectory_(FindProc<decltype(setDllDirectory_)>(TEXT("kernel32"), "SetDllDirectoryW")) {
+  // An empty directory would change where else libraries are searched for.
+  if (View(directory).empty()) return;
   if (CanSetDllDirectory() && SaveDllDirectory()) {
     setResult_ = setDllDirectory_(directory);
   } else {

@@ -10,7 +10,7 @@ namespace kv {
 
 // Lets LoadLibraryW search `directory` until the object ends: through SetDllDirectoryW from Windows
 // XP SP 1 on unless the directory of before could not be restored, else as the current directory.
-// Both are settings of the whole process.
+// An empty directory, null too, changes nothing. Both are settings of the whole process.
 class CDllDirectory {
  public:
   explicit CDllDirectory(LPCWSTR directory);

@@ -4,7 +4,6 @@
 
 #include "resources/string_ids.h"
 #include "runtime/core/handles.h"
-#include "runtime/core/messages.h"
 #include "runtime/files/directories.h"
 #include "runtime/files/file_actions.h"
 #include "runtime/files/file_report.h"
@@ -38,12 +37,12 @@ BOOL DirectoryPart(LPCWSTR name, WCHAR (&directory)[MAX_PATH]) {
   return TRUE;
 }
 
-// Gives the name to open: the caller's, or for an empty one that of a new temporary file. When none
-// can be made the name stays empty, and opening it fails.
-LPCWSTR NameOrTemporary(LPCWSTR name, WCHAR (&temporary)[MAX_PATH]) {
-  if (!View(name).empty()) return name;
-  if (!MakeTempName(nullptr, temporary)) temporary[0] = 0;
-  return temporary;
+// Gives the name to open: the caller's, or for an empty one that of a new temporary file. FALSE,
+// with an empty name, when none can be made.
+BOOL NameOrTemporary(LPCWSTR& name, WCHAR (&temporary)[MAX_PATH]) {
+  if (!View(name).empty()) return TRUE;
+  name = temporary;
+  return MakeTempName(nullptr, temporary);
 }
 
 bool SeekFailed(DWORD position) {
@@ -66,9 +65,8 @@ BOOL File::Open(LPCWSTR name, DWORD flags) {
 }
 
 BOOL File::Create(LPCWSTR name, Quiet quiet) {
-  WCHAR temporary[MAX_PATH] = {}, directory[MAX_PATH];
-  name = NameOrTemporary(name, temporary);
-  HANDLE handle = CreateNew(name);
+  WCHAR temporary[MAX_PATH], directory[MAX_PATH];
+  HANDLE handle = NameOrTemporary(name, temporary) ? CreateNew(name) : INVALID_HANDLE_VALUE;
   DWORD error = GetLastError();
   const bool pathMissing = handle == INVALID_HANDLE_VALUE && error == ERROR_PATH_NOT_FOUND;
   if (pathMissing && DirectoryPart(name, directory)) {
@@ -77,7 +75,8 @@ BOOL File::Create(LPCWSTR name, Quiet quiet) {
     error = GetLastError();
   }
   if (handle == INVALID_HANDLE_VALUE) {
-    return quiet == Quiet::kYes ? FALSE : ReportFileError(IDS_FILE_NOT_CREATED, name, error);
+    return quiet == Quiet::kYes ? FailWith(error)
+                                : ReportFileError(IDS_FILE_NOT_CREATED, name, error);
   }
   Adopt(handle, name);
   memset(lastBytes_, 0, sizeof lastBytes_);
@@ -85,7 +84,7 @@ BOOL File::Create(LPCWSTR name, Quiet quiet) {
 }
 
 BOOL File::OpenRead(LPCWSTR name) {
-  if (View(name).empty()) return FALSE;
+  if (View(name).empty()) return FailWith(ERROR_PATH_NOT_FOUND);
   HANDLE handle = OpenFile(name, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
   if (handle == INVALID_HANDLE_VALUE && GetLastError() == ERROR_SHARING_VIOLATION) {
     handle = OpenFile(name, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING);
@@ -98,11 +97,14 @@ BOOL File::OpenRead(LPCWSTR name) {
 }
 
 BOOL File::OpenWrite(LPCWSTR name) {
-  WCHAR temporary[MAX_PATH] = {};
-  name = NameOrTemporary(name, temporary);
-  UniqueFile opened(OpenFile(name, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, OPEN_ALWAYS));
+  WCHAR temporary[MAX_PATH];
+  UniqueFile opened;
+  if (NameOrTemporary(name, temporary)) {
+    opened.Reset(OpenFile(name, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, OPEN_ALWAYS));
+  }
   if (!opened) return ReportFileError(IDS_FILE_NOT_OPENED, name, GetLastError());
-  if (SeekFailed(SetFilePointer(opened.Get(), 0, nullptr, FILE_END))) {
+  LONG high = 0;
+  if (SeekFailed(SetFilePointer(opened.Get(), 0, &high, FILE_END))) {
     return ReportFileError(IDS_SEEK_FAILED, name, GetLastError());
   }
   Adopt(opened.Release(), name);
@@ -155,9 +157,15 @@ BOOL File::Seek(LONG distance, DWORD method) {
   return SeekFailed(SetFilePointer(handle_, distance, nullptr, method)) ? ReportPosition() : TRUE;
 }
 
-// Unlike a distance, a position may lie behind the first 2 GB.
-BOOL File::SeekTo(DWORD position) {
+BOOL File::TellWhole(ULONGLONG* position) const {
   LONG high = 0;
+  const DWORD low = SetFilePointer(handle_, 0, &high, FILE_CURRENT);
+  *position = static_cast<ULONGLONG>(high) << 32 | low;
+  return SeekFailed(low) ? ReportPosition() : TRUE;
+}
+
+BOOL File::SeekTo(ULONGLONG position) {
+  LONG high = static_cast<LONG>(position >> 32);
   const DWORD result = SetFilePointer(handle_, static_cast<LONG>(position), &high, FILE_BEGIN);
   return SeekFailed(result) ? ReportPosition() : TRUE;
 }
@@ -167,21 +175,27 @@ BOOL File::GetSize(DWORD* size) const {
   return *size == INVALID_FILE_SIZE && GetLastError() != NO_ERROR ? ReportPosition() : TRUE;
 }
 
+BOOL File::GetWholeSize(ULONGLONG* size) const {
+  DWORD high = 0;
+  const DWORD low = GetFileSize(handle_, &high);
+  *size = ULONGLONG{high} << 32 | low;
+  return low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR ? ReportPosition() : TRUE;
+}
+
 BOOL File::PushPosition() {
-  if (savedDepth_ == kSavedPositions || !Tell(&savedPositions_[savedDepth_])) return FALSE;
+  if (savedDepth_ == kSavedPositions) return FailWith(ERROR_INSUFFICIENT_BUFFER);
+  if (!Tell(&savedPositions_[savedDepth_])) return FALSE;
   ++savedDepth_;
   return TRUE;
 }
 
 BOOL File::PopPosition() {
-  if (savedDepth_ == 0) return FALSE;
+  if (savedDepth_ == 0) return FailWith(ERROR_NO_MORE_ITEMS);
   return SeekTo(savedPositions_[--savedDepth_]);
 }
 
 BOOL File::SetEnd() {
-  if (SetEndOfFile(handle_)) return TRUE;
-  ShowLastError(TEXT("SetEndOfFile"));
-  return FALSE;
+  return SetEndOfFile(handle_) || ReportFailedCall(TEXT("SetEndOfFile"));
 }
 
 BOOL File::Empty() {
@@ -189,7 +203,7 @@ BOOL File::Empty() {
 }
 
 BOOL File::SetLength(DWORD length) {
-  if (name_[0] == 0) return FALSE;
+  if (name_[0] == 0) return FailWith(ERROR_PATH_NOT_FOUND);
   const bool wasClosed = !IsOpen();
   if (wasClosed && !ReopenWrite()) return FALSE;
   const BOOL done = SeekTo(length) && SetEnd();

@@ -5,6 +5,7 @@
 #include "runtime/core/messages.h"
 #include "runtime/files/ansi_text.h"
 #include "runtime/files/file.h"
+#include "runtime/files/file_report.h"
 #include "runtime/files/global_block.h"
 
 namespace kv {
@@ -28,7 +29,7 @@ class FormattedText {
     if (count_ < 0 && !MakeLong(format, arguments)) return FALSE;
     if (count_ > 0) return TRUE;
     ShowError(IDS_ROUTINE_FAILED, routine);
-    return FALSE;
+    return FailWith(ERROR_INVALID_PARAMETER);
   }
 
   const Char* text() const { return text_; }

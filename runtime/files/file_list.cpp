@@ -4,9 +4,11 @@
 #include <new>
 
 #include "runtime/core/handles.h"
-#include "runtime/core/messages.h"
 #include "runtime/files/compare_files.h"
 #include "runtime/files/file_actions.h"
+#include "runtime/files/file_identity.h"
+#include "runtime/files/file_replacement.h"
+#include "runtime/files/file_report.h"
 #include "runtime/files/paths.h"
 #include "runtime/text/format.h"
 #include "runtime/text/text.h"
@@ -49,6 +51,19 @@ bool IsLess(const WIN32_FIND_DATAW& a, const WIN32_FIND_DATAW& b, int key) {
   }
 }
 
+// Null after the report when memory runs out.
+std::unique_ptr<CFileList> NewList() {
+  std::unique_ptr<CFileList> list(new (std::nothrow) CFileList);
+  if (list == nullptr) ReportNoMemory(TEXT("could not create CFileList"));
+  return list;
+}
+
+// Whether the file is the one to spare, or may be it.
+bool IsSpared(LPCWSTR path, LPCWSTR spare) {
+  if (View(spare).empty()) return false;
+  return EqualAsciiNoCase(path, View(spare)) || !AreDifferentFiles(path, spare);
+}
+
 }  // namespace
 
 bool IsDotEntry(const WIN32_FIND_DATAW& entry) {
@@ -56,29 +71,40 @@ bool IsDotEntry(const WIN32_FIND_DATAW& entry) {
   return name == TEXT(".") || name == TEXT("..");
 }
 
-BOOL MakeListPattern(LPCWSTR source, WCHAR (&pattern)[MAX_PATH]) {
-  if (IsDirectory(source)) return PathJoin(source, TEXT("*.*"), pattern, MAX_PATH);
-  CopyStringW(pattern, source);
-  return View(source).size() < MAX_PATH;
+bool IsLinkEntry(const WIN32_FIND_DATAW& entry) {
+  return (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+         IsReparseTagNameSurrogate(entry.dwReserved0);
+}
+
+BOOL MakeListPattern(LPCWSTR source, WCHAR (&pattern)[MAX_PATH], WCHAR (&directory)[MAX_PATH]) {
+  if (View(source).empty()) return FailWith(ERROR_PATH_NOT_FOUND);
+  if (View(source).size() >= MAX_PATH) return FailWith(ERROR_FILENAME_EXCED_RANGE);
+  if (!IsDirectory(source)) {
+    CopyStringW(pattern, source);
+  } else if (!PathJoin(source, TEXT("*.*"), pattern, MAX_PATH)) {
+    return FALSE;
+  }
+  // The pattern itself stays as it is: in a full path it would lose a dot at its end.
+  if (!MakeFullPath(pattern, directory)) return FALSE;
+  directory[GetFileName(directory) - directory] = 0;
+  const bool complete = View(directory).ends_with('\\');
+  return complete || AppendText(directory, MAX_PATH, TEXT("\\")) ||
+         FailWith(ERROR_FILENAME_EXCED_RANGE);
 }
 
 int CFileList::Scan(LPCWSTR pattern, BOOL files, BOOL directories) {
+  WCHAR search[MAX_PATH], directory[MAX_PATH];
+  const BOOL canBeListed = MakeListPattern(pattern, search, directory);
   Clear();
-  WCHAR search[MAX_PATH];
-  if (!MakeListPattern(pattern, search)) return 0;
-  if (!MakeFullPath(search, directory_)) {
-    directory_[0] = 0;
-    return 0;
-  }
-  directory_[GetFileName(directory_) - directory_] = 0;
-  if (!View(directory_).ends_with('\\')) AppendText(directory_, MAX_PATH, TEXT("\\"));
+  if (!canBeListed) return 0;
+  CopyStringW(directory_, directory);
 
   int wanted = 0;
   ListWanted(search, files, directories, [&](const WIN32_FIND_DATAW&) { return ++wanted > 0; });
   if (wanted == 0) return 0;
   entries_.reset(new (std::nothrow) WIN32_FIND_DATAW[wanted]);
   if (entries_ == nullptr) {
-    ShowInternalError(TEXT("could not allocate WIN32_FIND_DATA array"));
+    ReportNoMemory(TEXT("could not allocate WIN32_FIND_DATA array"));
     return -1;
   }
   // Entries that appeared since the first listing are not taken.
@@ -99,7 +125,7 @@ int CFileList::Add(LPCWSTR pattern, BOOL files, BOOL directories) {
                                                                const WIN32_FIND_DATAW*[count_]);
   Entries joined(new (std::nothrow) WIN32_FIND_DATAW[count_ + other.count_]);
   if (present == nullptr || joined == nullptr) {
-    ShowInternalError(TEXT("could not allocate WIN32_FIND_DATA array"));
+    ReportNoMemory(TEXT("could not allocate WIN32_FIND_DATA array"));
     return -1;
   }
   for (int i = 0; i < count_; ++i) present[i] = &entries_[i];
@@ -138,10 +164,13 @@ LPCWSTR CFileList::GetName(int index) const {
   return entry == nullptr ? nullptr : entry->cFileName;
 }
 
-LPCWSTR CFileList::GetPath(int index) {
+BOOL CFileList::MakePath(int index, WCHAR (&path)[MAX_PATH]) const {
   const LPCWSTR name = GetName(index);
-  return name != nullptr && PathJoin(directory_, name, pathBuffer_, MAX_PATH) ? pathBuffer_
-                                                                              : nullptr;
+  return name != nullptr && PathJoin(directory_, name, path, MAX_PATH);
+}
+
+LPCWSTR CFileList::GetPath(int index) {
+  return MakePath(index, pathBuffer_) ? pathBuffer_ : nullptr;
 }
 
 int CFileList::RemoveAt(int index) {
@@ -169,16 +198,16 @@ void CFileList::Sort(int key, BOOL ascending) {
             });
 }
 
-BOOL CFileList::CopyEntry(int index, LPCWSTR targetDirectory, CopyMode mode) {
-  WCHAR target[MAX_PATH];
-  const LPCWSTR source = GetPath(index);
-  if (source == nullptr || !PathJoin(targetDirectory, GetName(index), target, MAX_PATH))
+BOOL CFileList::CopyEntry(int index, LPCWSTR targetDirectory, CopyMode mode) const {
+  WCHAR source[MAX_PATH], target[MAX_PATH];
+  if (!MakePath(index, source) || !PathJoin(targetDirectory, GetName(index), target, MAX_PATH)) {
     return FALSE;
+  }
   if (mode == CopyMode::kSkipExisting && FileExists(target, Report::kNo)) return FALSE;
   if (mode == CopyMode::kSkipEqual && CompareFiles(source, target, CompareContents::kNo) == 1)
     return FALSE;
-  RemoveFile(target, Quiet::kYes);
-  if (!CopyFileW(source, target, FALSE)) return FALSE;
+  bool targetInTheWay = false;
+  if (!CopyOver(source, target, Overwrite::kYes, targetInTheWay)) return FALSE;
   SetFileAttributesW(target, FILE_ATTRIBUTE_NORMAL);
   return TRUE;
 }
@@ -193,10 +222,12 @@ int CFileList::CopyTo(LPCWSTR targetDirectory, CopyMode mode) {
 
 int CFileList::DeleteAll(BOOL useLibraryDelete) {
   int deleted = 0;
+  WCHAR path[MAX_PATH];
   for (int i = 0; i < count_; ++i) {
-    const LPCWSTR path = GetPath(i);
-    if (path == nullptr) continue;
-    if (useLibraryDelete ? RemoveFile(path, Quiet::kYes) : DeleteFileW(path)) ++deleted;
+    if (!MakePath(i, path)) continue;
+    const BOOL gone = useLibraryDelete ? RemoveFile(path, Quiet::kYes)
+                                       : DeleteFileW(path) || MeansMissing(GetLastError());
+    if (gone) ++deleted;
   }
   Clear();
   return deleted;
@@ -204,40 +235,41 @@ int CFileList::DeleteAll(BOOL useLibraryDelete) {
 
 int CFileList::MoveTo(LPCWSTR targetDirectory) {
   int done = 0;
+  WCHAR path[MAX_PATH];
   for (int i = 0; i < count_; ++i) {
     if (!CopyEntry(i, targetDirectory, CopyMode::kAlways)) continue;
     ++done;
-    if (RemoveFile(GetPath(i), Quiet::kYes)) ++done;
+    if (MakePath(i, path) && RemoveFile(path, Quiet::kYes)) ++done;
   }
   Clear();
   return done;
 }
 
 ULONGLONG GetFilesSize(LPCWSTR pattern) {
-  const std::unique_ptr<CFileList> list(new (std::nothrow) CFileList);
-  if (list == nullptr) {
-    ShowInternalError(TEXT("could not create CFileList"));
-    return 0;
-  }
+  const std::unique_ptr<CFileList> list = NewList();
+  if (list == nullptr) return 0;
   list->Scan(pattern, TRUE, FALSE);
-  return list->TotalSize();
+  ULONGLONG total = 0;
+  for (int i = 0; i < list->count(); ++i) {
+    const WIN32_FIND_DATAW* const entry = list->GetEntry(i);
+    if (entry != nullptr) total += ULONGLONG{entry->nFileSizeHigh} << 32 | entry->nFileSizeLow;
+  }
+  return total;
 }
 
 BOOL PruneOldFiles(LPCWSTR pattern, int keep, int maximum, LPCWSTR spare) {
-  const std::unique_ptr<CFileList> list(new (std::nothrow) CFileList);
-  if (list == nullptr) {
-    ShowInternalError(TEXT("could not create CFileList"));
-    return FALSE;
-  }
+  if (View(pattern).empty()) return FailWith(ERROR_PATH_NOT_FOUND);
+  const std::unique_ptr<CFileList> list = NewList();
+  if (list == nullptr) return FALSE;
   const int count = list->Scan(pattern, TRUE, FALSE);
   if (count < 0) return FALSE;
-  const int excess = count - keep;
+  const int excess = count - std::max(keep, 0);
   if (excess <= 0) return TRUE;
   int wanted = maximum >= 0 && excess >= maximum ? maximum : excess;
   list->Sort(CFileList::kByLastWrite, TRUE);
   for (int i = 0; i < list->count() && wanted > 0; ++i) {
     const LPCWSTR path = list->GetPath(i);
-    if (path == nullptr || EqualAsciiNoCase(path, View(spare))) continue;
+    if (path == nullptr || IsSpared(path, spare)) continue;
     if (RemoveFile(path, Quiet::kYes)) --wanted;
   }
   return wanted == 0;

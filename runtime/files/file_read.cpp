@@ -23,8 +23,10 @@ void CopyUnits(WideView text, LPWSTR buffer, int capacity) {
 BOOL File::Read(void* buffer, DWORD size) {
   if (size == 0) return TRUE;
   DWORD done = 0;
-  if (ReadFile(handle_, buffer, size, &done, nullptr)) return done == size;
-  return ReportFileError(IDS_READ_FAILED, name_, GetLastError());
+  if (!ReadFile(handle_, buffer, size, &done, nullptr)) {
+    return ReportFileError(IDS_READ_FAILED, name_, GetLastError());
+  }
+  return done == size || FailWith(ERROR_HANDLE_EOF);
 }
 
 BOOL File::ReadZString(LPSTR buffer, DWORD capacity) {
@@ -32,7 +34,7 @@ BOOL File::ReadZString(LPSTR buffer, DWORD capacity) {
     if (!Read(buffer + i, 1)) return FALSE;
     if (buffer[i] == 0) return TRUE;
   }
-  return FALSE;
+  return FailWith(ERROR_MORE_DATA);
 }
 
 BOOL File::ReadCountedString(LPWSTR buffer, int capacity) {

@@ -9,7 +9,7 @@ BOOL ReportFileError(UINT number, LPCWSTR fileName, DWORD error) {
   WCHAR suffix[kErrorTextCapacity] = {};
   GetErrorSuffix(error, suffix, kErrorTextCapacity);
   ShowError(number, fileName, suffix);
-  return FALSE;
+  return FailWith(error);
 }
 
 }  // namespace kv

@@ -5,7 +5,6 @@
 #include <new>
 
 #include "resources/string_ids.h"
-#include "runtime/core/messages.h"
 #include "runtime/files/ansi_text.h"
 #include "runtime/files/file.h"
 #include "runtime/files/file_report.h"
@@ -29,8 +28,8 @@ BOOL File::Write(const void* data, DWORD size) {
   if (!WriteFile(handle_, data, size, &written, nullptr)) {
     return ReportFileError(IDS_WRITE_FAILED, name_, GetLastError());
   }
-  RememberWritten(data, size);
-  return TRUE;
+  RememberWritten(data, written);
+  return written == size || ReportFileError(IDS_WRITE_FAILED, name_, ERROR_WRITE_FAULT);
 }
 
 void File::RememberWritten(const void* data, DWORD size) {
@@ -81,12 +80,13 @@ BOOL File::AlignDword() {
 
 BOOL File::WriteZeros(DWORD multiple) {
   constexpr BYTE kZeros[sizeof(DWORD)] = {};
-  DWORD position = 0;
-  return Tell(&position) && Write(kZeros, (multiple - position % multiple) % multiple);
+  ULONGLONG position = 0;
+  return TellWhole(&position) &&
+         Write(kZeros, static_cast<DWORD>((multiple - position % multiple) % multiple));
 }
 
 // How many of the bytes before the position are blanks that were written last.
-DWORD File::BlanksBefore(DWORD position) const {
+DWORD File::BlanksBefore(ULONGLONG position) const {
   DWORD blanks = 0;
   while (blanks < kLastBytes && blanks < position &&
          lastBytes_[kLastBytes - 1 - blanks] == kBlank) {
@@ -98,8 +98,8 @@ DWORD File::BlanksBefore(DWORD position) const {
 BOOL File::NewLine(Trim trim) {
   if (lastBytes_[kLastBytes - 1] == kLineFeed) return TRUE;
   if (trim == Trim::kYes) {
-    DWORD position = 0;
-    if (!Tell(&position)) return FALSE;
+    ULONGLONG position = 0;
+    if (!TellWhole(&position)) return FALSE;
     const DWORD blanks = BlanksBefore(position);
     if (blanks > 0 && !SeekTo(position - blanks)) return FALSE;
   }

@@ -3,10 +3,12 @@
 #include <string.h>
 
 #include <algorithm>
+#include <functional>
 
 #include "resources/string_ids.h"
 #include "runtime/core/handles.h"
 #include "runtime/core/messages.h"
+#include "runtime/files/file_report.h"
 #include "runtime/text/wide_text.h"
 
 namespace kv {
@@ -36,8 +38,7 @@ BOOL CGlobalBlock::Alloc(DWORD size, UINT flags, DWORD growStep) {
   if (handle_ != nullptr) return Reserve(size) != FALSE;
   handle_ = GlobalAlloc(flags, size);
   if (handle_ == nullptr) {
-    ShowInternalError(TEXT("GlobalAlloc failed"));
-    return FALSE;
+    return ReportNoMemory(TEXT("GlobalAlloc failed"));
   }
   if (!Lock()) {
     Free();
@@ -64,9 +65,8 @@ BOOL CGlobalBlock::Grow(DWORD extra) {
     grown = GlobalReAlloc(handle_, size_ + extra, flags_);
   }
   if (grown == nullptr) {
-    ShowInternalError(TEXT("GlobalReAlloc failed"));
     Lock();
-    return FALSE;
+    return ReportNoMemory(TEXT("GlobalReAlloc failed"));
   }
   handle_ = grown;
   size_ += extra;
@@ -74,6 +74,8 @@ BOOL CGlobalBlock::Grow(DWORD extra) {
 }
 
 BOOL CGlobalBlock::Attach(HGLOBAL block) {
+  // The present block may be the one that is given back.
+  if (block == handle_) Detach();
   Free();
   handle_ = block;
   if (!Lock()) {
@@ -81,9 +83,10 @@ BOOL CGlobalBlock::Attach(HGLOBAL block) {
     return FALSE;
   }
   flags_ = data_ != block ? GMEM_MOVEABLE : 0;
-  size_ = static_cast<DWORD>(GlobalSize(block));
-  if (size_ != 0) return TRUE;
-  // Growing a block of unknown size would cut it.
+  const ULONGLONG size = GlobalSize(block);
+  size_ = static_cast<DWORD>(size);
+  if (size != 0 && size <= kLargestSize) return TRUE;
+  // Growing a block whose size is not known here would cut it.
   Unlock();
   Forget();
   return FALSE;
@@ -122,38 +125,46 @@ BOOL CGlobalBlock::SetPosition(DWORD offset) {
 
 BOOL CGlobalBlock::Append(const void* bytes, DWORD count) {
   if (count == 0) return TRUE;
+  const BYTE* source = static_cast<const BYTE*>(bytes);
+  // What lies in the block moves with it.
+  const bool isOwn = data_ != nullptr && std::less_equal<>()(data_, source) &&
+                     std::less<>()(source, data_ + size_);
+  const size_t offset = isOwn ? source - data_ : 0;
   // More than a block can hold fails as growing by it does.
   const bool fits = count <= kLargestSize - position_;
   if (!(fits ? Reserve(position_ + count) != FALSE : Grow(count) != FALSE) || data_ == nullptr) {
     return FALSE;
   }
-  memcpy(data_ + position_, bytes, count);
+  memmove(data_ + position_, isOwn ? data_ + offset : source, count);
   position_ += count;
   return TRUE;
 }
 
+BOOL CGlobalBlock::AppendBytes(const void* bytes, size_t count) {
+  return count <= kLargestSize ? Append(bytes, static_cast<DWORD>(count))
+                               : ReportNoMemory(TEXT("GlobalReAlloc failed"));
+}
+
 BOOL CGlobalBlock::AppendStringA(LPCSTR text, Terminator terminator) {
-  const size_t length = strlen(text) + (terminator == Terminator::kYes ? 1 : 0);
-  return Append(text, static_cast<DWORD>(length));
+  if (text == nullptr) text = "";
+  return AppendBytes(text, strlen(text) + (terminator == Terminator::kYes ? 1 : 0));
 }
 
 BOOL CGlobalBlock::AppendStringW(LPCWSTR text, Terminator terminator) {
+  if (text == nullptr) text = TEXT("");
   const size_t length = View(text).size() + (terminator == Terminator::kYes ? 1 : 0);
-  return Append(text, static_cast<DWORD>(length * sizeof(WCHAR)));
+  return AppendBytes(text, length * sizeof(WCHAR));
 }
 
 DWORD CGlobalBlock::Read(void* destination, DWORD count) {
   const DWORD copied = data_ == nullptr ? 0 : std::min<DWORD>(count, size_ - position_);
-  if (copied > 0) memcpy(destination, data_ + position_, copied);
+  if (copied > 0) memmove(destination, data_ + position_, copied);
   position_ += copied;
   return copied;
 }
 
 BOOL CGlobalBlock::PutOnClipboard(UINT format, EmptyFirst emptyFirst) {
-  if (!OpenClipboard(nullptr)) {
-    ShowLastError(TEXT("OpenClipboard"));
-    return FALSE;
-  }
+  if (!OpenClipboard(nullptr)) return ReportFailedCall(TEXT("OpenClipboard"));
   if (emptyFirst == EmptyFirst::kYes) EmptyClipboard();
   BOOL taken = FALSE;
   if (handle_ != nullptr) {
@@ -162,11 +173,11 @@ BOOL CGlobalBlock::PutOnClipboard(UINT format, EmptyFirst emptyFirst) {
     if (taken) {
       Detach();
     } else {
-      ShowLastError(TEXT("SetClipboardData"));
+      ReportFailedCall(TEXT("SetClipboardData"));
       Lock();
     }
   }
-  if (!CloseClipboard()) ShowLastError(TEXT("CloseClipboard"));
+  if (!CloseClipboard()) ReportFailedCall(TEXT("CloseClipboard"));
   return taken;
 }
 

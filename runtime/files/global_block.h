@@ -13,7 +13,8 @@ class CGlobalBlock {
   enum class EmptyFirst : bool { kNo, kYes };
 
   CGlobalBlock() = default;
-  // Copies the whole block, locked or not, and takes over the position; empty when memory runs out.
+  // Copies the whole block, locked or not, and takes over the position; empty when memory runs out,
+  // which is reported, or the other cannot be locked.
   CGlobalBlock(const CGlobalBlock& other);
   CGlobalBlock& operator=(const CGlobalBlock&) = delete;
   ~CGlobalBlock();
@@ -25,11 +26,13 @@ class CGlobalBlock {
   // TRUE (1) when the block already holds `total` bytes, 2 when it has been made to, FALSE when it
   // cannot grow.
   int Reserve(DWORD total);
-  // Adds `extra` bytes at the end. A failure is reported ("GlobalReAlloc failed") and leaves the
-  // old block.
+  // Adds `extra` bytes at the end; without a block as Alloc (GMEM_MOVEABLE). A failure is reported
+  // ("GlobalReAlloc failed") and leaves the old block; one to lock the grown block ("GlobalLock
+  // failed") leaves it unlocked.
   BOOL Grow(DWORD extra);
-  // Takes over a block of the caller's in place of the present one. FALSE, with the object empty
-  // and the block still the caller's, when it is null, cannot be locked or does not tell its size.
+  // Takes over a block of the caller's in place of the present one, from its beginning. FALSE, with
+  // the object empty and the block still the caller's, when it is null, cannot be locked, does not
+  // tell its size or has 4 GB or more.
   BOOL Attach(HGLOBAL block);
   // Gives the block up, unlocked, to the caller.
   HGLOBAL Detach();
@@ -43,28 +46,30 @@ class CGlobalBlock {
   // FALSE, with the position unchanged, for offsets behind the end.
   BOOL SetPosition(DWORD offset);
   // Copies to the position and advances it, growing the block as needed; FALSE when it cannot grow.
-  // Numbers are little-endian. The counts of strings leave the terminator out unless it is asked
-  // for.
+  // What is copied may lie in the block itself. Numbers are little-endian. Strings (null counts as
+  // empty) leave the terminator out unless it is asked for.
   BOOL Append(const void* bytes, DWORD count);
   BOOL AppendByte(BYTE value) { return Append(&value, sizeof value); }
   BOOL AppendWord(WORD value) { return Append(&value, sizeof value); }
   BOOL AppendDword(DWORD value) { return Append(&value, sizeof value); }
   BOOL AppendStringA(LPCSTR text, Terminator terminator);
   BOOL AppendStringW(LPCWSTR text, Terminator terminator);
-  // Copies at most `count` bytes from the position and advances it; returns the bytes copied.
+  // Copies at most `count` bytes from the position and advances it; returns the bytes copied, 0
+  // while the block is unlocked.
   DWORD Read(void* destination, DWORD count);
 
-  // Gives the block to the clipboard, after which the object is empty. FALSE, with the block still
-  // here and locked, when there is none or the clipboard does not take it; the failures of its
-  // calls are reported.
+  // Gives the block to the clipboard, which is emptied before when asked for; then the object is
+  // empty. FALSE, with the block still here and locked, when there is none or the clipboard does
+  // not take it; the failures of its calls are reported.
   BOOL PutOnClipboard(UINT format, EmptyFirst emptyFirst);
 
-  // Null when the object is empty.
+  // Null when the object is empty or the block unlocked.
   void* data() const { return data_; }
   DWORD size() const { return size_; }
   DWORD position() const { return position_; }
 
  private:
+  BOOL AppendBytes(const void* bytes, size_t count);
   void Forget();
 
   HGLOBAL handle_ = nullptr;

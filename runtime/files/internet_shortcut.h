@@ -21,6 +21,8 @@ class CInternetShortcut {
 
   // Whether the object can be used: it could be made, and the file, when one was given, was loaded.
   BOOL ready() const { return ready_; }
+  // TRUE when the file was read as an Internet shortcut; else what the object holds is the system's
+  // choice. Whether it is ready stays as it was.
   BOOL Load(LPCWSTR file, Access access);
   // Writes a shortcut to an address with a protocol. FALSE when not ready, for an address that is
   // none, and when the file cannot be written.

@@ -4,8 +4,8 @@
 
 #include <string_view>
 
-#include "runtime/core/messages.h"
 #include "runtime/files/file_actions.h"
+#include "runtime/files/file_report.h"
 
 namespace kv {
 namespace {
@@ -51,9 +51,7 @@ BOOL CMappedFile::OpenFile(LPCWSTR path, Access access, Quiet quiet) {
                       writes ? 0 : FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
                       FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file_ == INVALID_HANDLE_VALUE) {
-    const DWORD error = GetLastError();
-    if (quiet == Quiet::kNo) ShowErrorCode(TEXT("CreateFile"), error);
-    return FALSE;
+    return quiet == Quiet::kNo ? ReportFailedCall(TEXT("CreateFile")) : FALSE;
   }
   ownsFile_ = TRUE;
   return TRUE;
@@ -62,8 +60,13 @@ BOOL CMappedFile::OpenFile(LPCWSTR path, Access access, Quiet quiet) {
 // On failure the last error is the failed call's.
 CMappedFile::Failure CMappedFile::MapOpenFile(Access access, DWORD maximum) {
   const bool writes = access == Access::kWrite;
-  size_ = GetFileSize(file_, nullptr);
+  DWORD high = 0;
+  size_ = GetFileSize(file_, &high);
   if (size_ == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) return Failure::kSize;
+  if (high != 0) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return Failure::kView;
+  }
   mapping_ = CreateFileMappingW(file_, nullptr, writes ? PAGE_READWRITE : PAGE_READONLY, 0, maximum,
                                 nullptr);
   if (mapping_ == nullptr) return Failure::kMapping;
@@ -84,9 +87,9 @@ void CMappedFile::CutBack() {
 }
 
 void CMappedFile::ReportFailure(Failure failure) {
-  if (failure == Failure::kSize) ShowLastError(TEXT("GetFileSize"));
-  if (failure == Failure::kMapping) ShowErrorCode(TEXT("CreateFileMapping"), GetLastError());
-  if (failure == Failure::kView) ShowLastError(TEXT("MapViewOfFile"));
+  if (failure == Failure::kSize) ReportFailedCall(TEXT("GetFileSize"));
+  if (failure == Failure::kMapping) ReportFailedCall(TEXT("CreateFileMapping"));
+  if (failure == Failure::kView) ReportFailedCall(TEXT("MapViewOfFile"));
 }
 
 void* CMappedFile::MapFile(LPCWSTR path, Access access, DWORD maximum, Quiet quiet) {
@@ -128,13 +131,9 @@ BOOL CMappedFile::Resize(DWORD length) {
   LONG high = 0;
   const DWORD position = SetFilePointer(file_, static_cast<LONG>(length), &high, FILE_BEGIN);
   if (position == INVALID_SET_FILE_POINTER && GetLastError() != NO_ERROR) {
-    ShowLastError(TEXT("SetFilePointer"));
-    return FALSE;
+    return ReportFailedCall(TEXT("SetFilePointer"));
   }
-  if (!SetEndOfFile(file_)) {
-    ShowLastError(TEXT("SetEndOfFile"));
-    return FALSE;
-  }
+  if (!SetEndOfFile(file_)) return ReportFailedCall(TEXT("SetEndOfFile"));
   size_ = length;
   return TRUE;
 }

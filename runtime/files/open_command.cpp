@@ -1,8 +1,10 @@
 #include "runtime/files/open_command.h"
 
+#include <iterator>
 #include <new>
 
-#include "runtime/registry/reg_key.h"
+#include "runtime/files/registry_text.h"
+#include "runtime/text/format.h"
 #include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
 
@@ -17,26 +19,25 @@ constexpr WCHAR kOpenCommand[] = TEXT("%s\\shell\\open\\command");
 BOOL ReadOpenCommand(LPCWSTR extension, WCHAR (&command)[kCommandCapacity]) {
   command[0] = 0;
   RegKey key;
-  WCHAR className[kClassCapacity];
-  if (!key.OpenKey(KEY_READ, HKEY_CLASSES_ROOT, extension) ||
+  WCHAR className[kClassCapacity], path[kClassCapacity + std::size(kOpenCommand)];
+  if (View(extension).empty() || !key.OpenKey(KEY_READ, HKEY_CLASSES_ROOT, extension) ||
       key.ReadDefaultString(className, kClassCapacity, Expand::kNo) == 0) {
     return FALSE;
   }
-  return key.Open(HKEY_CLASSES_ROOT, kOpenCommand, className) &&
-         key.ReadDefaultString(command, kCommandCapacity, Expand::kYes) != 0;
+  return FormatText(path, kOpenCommand, static_cast<LPCWSTR>(className)) &&
+         key.OpenKey(KEY_READ, HKEY_CLASSES_ROOT, path) &&
+         ReadWholeString(key, nullptr, command, kCommandCapacity, Expand::kYes);
 }
 
 }  // namespace
 
 std::unique_ptr<WCHAR[]> GetOpenCommandProgram(LPCWSTR extension) {
-  WCHAR dotted[kClassCapacity] = TEXT(".");
-  if (View(extension).starts_with('.')) {
-    CopyStringW(dotted, extension);
-  } else {
-    CopyStringW(dotted + 1, kClassCapacity - 1, extension);
+  WCHAR dotted[kClassCapacity], command[kCommandCapacity];
+  const LPCWSTR format = View(extension).starts_with('.') ? TEXT("%s") : TEXT(".%s");
+  if (View(extension).empty() || !FormatText(dotted, format, extension) ||
+      !ReadOpenCommand(dotted, command)) {
+    return nullptr;
   }
-  WCHAR command[kCommandCapacity];
-  if (!ReadOpenCommand(dotted, command)) return nullptr;
   WideView program = command;
   if (program.front() == '"') {
     program.remove_prefix(1);
@@ -50,9 +51,10 @@ std::unique_ptr<WCHAR[]> GetOpenCommandProgram(LPCWSTR extension) {
 }
 
 BOOL GetQuotedOpenProgram(LPCWSTR extension, WCHAR (&program)[MAX_PATH]) {
-  program[0] = 0;
   WCHAR command[kCommandCapacity];
-  if (!ReadOpenCommand(extension, command)) return FALSE;
+  const BOOL isThere = ReadOpenCommand(extension, command);
+  program[0] = 0;
+  if (!isThere) return FALSE;
   const WideView view = command;
   const size_t open = view.find('"');
   if (open == WideView::npos) return FALSE;

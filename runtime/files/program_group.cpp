@@ -3,8 +3,8 @@
 #include <memory>
 #include <new>
 
-#include "runtime/core/messages.h"
 #include "runtime/files/file_list.h"
+#include "runtime/files/file_report.h"
 #include "runtime/files/paths.h"
 #include "runtime/files/shell_link.h"
 #include "runtime/files/special_folders.h"
@@ -29,32 +29,35 @@ BOOL HoldsShortcutTo(CFileList& group, LPCWSTR directory, CShellLink& link, LPCW
   return FALSE;
 }
 
+// The path of the first directory of the menu with a shortcut to the program; null when there is
+// none. It lies in `menu`.
+LPCWSTR FindGroup(CFileList& menu, CFileList& items, CShellLink& link, LPCWSTR program) {
+  for (int i = 0; i < menu.count(); ++i) {
+    const LPCWSTR directory = menu.GetPath(i);
+    if (directory == nullptr || !IsDirectory(directory)) continue;
+    if (HoldsShortcutTo(items, directory, link, program)) return directory;
+  }
+  return nullptr;
+}
+
 }  // namespace
 
 BOOL FindProgramGroup(HKEY root, LPCWSTR program, LPWSTR group, int capacity) {
   if (capacity < 1) return FALSE;
+  WCHAR wanted[MAX_PATH], programs[MAX_PATH];
+  CopyStringW(wanted, View(program).size() < MAX_PATH ? program : nullptr);
   group[0] = 0;
-  WCHAR programs[MAX_PATH];
-  if (!GetShellFolder(root, TEXT("Programs"), programs, Expand::kYes) || !IsDirectory(programs)) {
+  if (wanted[0] == 0 || !GetShellFolder(root, TEXT("Programs"), programs, Expand::kYes) ||
+      !IsDirectory(programs)) {
     return FALSE;
   }
   CShellLink link;
   if (!link.ready()) return FALSE;
   const std::unique_ptr<CFileList> menu(new (std::nothrow) CFileList);
   const std::unique_ptr<CFileList> items(new (std::nothrow) CFileList);
-  if (menu == nullptr || items == nullptr) {
-    ShowInternalError(TEXT("FindProgramGroup"));
-    return FALSE;
-  }
+  if (menu == nullptr || items == nullptr) return ReportNoMemory(TEXT("FindProgramGroup"));
   menu->Scan(programs, TRUE, TRUE);
-  for (int i = 0; i < menu->count(); ++i) {
-    const LPCWSTR directory = menu->GetPath(i);
-    if (directory == nullptr || !IsDirectory(directory)) continue;
-    if (HoldsShortcutTo(*items, directory, link, program)) {
-      CopyStringW(group, capacity, directory);
-      break;
-    }
-  }
+  CopyStringW(group, capacity, FindGroup(*menu, *items, link, wanted));
   return group[0] != 0;
 }
 

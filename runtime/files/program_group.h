@@ -9,7 +9,7 @@ namespace kv {
 // HKEY_LOCAL_MACHINE) with a shortcut directly inside to a program of that file name, A to Z
 // without regard to case. TRUE with the group's full path in `group`, cut to `capacity` characters
 // with the terminator; else FALSE with an empty `group`, after the internal-error box when memory
-// runs out. The calling thread has initialised COM.
+// runs out. `program` may stand in `group`. The calling thread has initialised COM.
 BOOL FindProgramGroup(HKEY root, LPCWSTR program, LPWSTR group, int capacity);
 
 }  // namespace kv

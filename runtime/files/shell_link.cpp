@@ -64,7 +64,8 @@ BOOL CShellLink::GetDescription(WCHAR (&text)[256]) const {
 }
 
 BOOL CShellLink::GetWorkingDirectory(LPWSTR text, int capacity) const {
-  if (capacity > 0) text[0] = 0;
+  if (capacity < 1) return FALSE;
+  text[0] = 0;
   return ready_ && Answered(shellLink_.Get()->GetWorkingDirectory(text, capacity));
 }
 
@@ -75,7 +76,8 @@ BOOL CShellLink::GetIconLocation(WCHAR (&file)[MAX_PATH], int& index) const {
 }
 
 BOOL CShellLink::GetPath(LPWSTR path, int capacity) const {
-  if (capacity > 0) path[0] = 0;
+  if (capacity < 1) return FALSE;
+  path[0] = 0;
   WIN32_FIND_DATAW scratch;
   return ready_ && Answered(shellLink_.Get()->GetPath(path, capacity, &scratch, 0));
 }
@@ -85,26 +87,27 @@ BOOL CShellLink::GetShowCmd(int& show) const {
   return ready_ && Answered(shellLink_.Get()->GetShowCmd(&show));
 }
 
-void CShellLink::SetTarget(const ShortcutContents& contents) {
+BOOL CShellLink::SetTarget(const ShortcutContents& contents) {
   IShellLinkW* const link = shellLink_.Get();
   LPCWSTR target = contents.target;
   LPCWSTR arguments = contents.arguments;
   WCHAR program[MAX_PATH];
-  const BOOL marked = startupContext.platform.ntKind == kWindowsVista &&
+  const bool marked = startupContext.platform.ntKind == kWindowsVista &&
                       contents.runAsAdministrator == RunAsAdministrator::kYes && dataList_;
   if (marked) {
     dataList_.Get()->SetFlags(SLDF_RUNAS_USER);
     const LPCWSTR extension = FindExtension(target);
-    if (!EqualAsciiNoCase(View(extension), TEXT(".exe")) &&
+    if (target != nullptr && !EqualAsciiNoCase(View(extension), TEXT(".exe")) &&
         GetQuotedOpenProgram(extension, program)) {
       arguments = target;
       target = program;
     }
   }
-  link->SetPath(target);
+  if (target != nullptr && FAILED(link->SetPath(target))) return FALSE;
   if (contents.workingDirectory != nullptr) link->SetWorkingDirectory(contents.workingDirectory);
   link->SetShowCmd(contents.showCommand);
   if (arguments != nullptr) link->SetArguments(arguments);
+  return TRUE;
 }
 
 void CShellLink::SetIcon(const ShortcutContents& contents) {
@@ -119,8 +122,7 @@ void CShellLink::SetIcon(const ShortcutContents& contents) {
 }
 
 BOOL CShellLink::Save(LPCWSTR file, const ShortcutContents& contents) {
-  if (!ready_) return FALSE;
-  SetTarget(contents);
+  if (!ready_ || !SetTarget(contents)) return FALSE;
   SetIcon(contents);
   if (contents.description != nullptr) shellLink_.Get()->SetDescription(contents.description);
   if (FAILED(persistFile_.Get()->Save(file, TRUE))) return FALSE;

@@ -1,7 +1,8 @@
 // Shell shortcuts (.lnk files) through the platform's shell-link object.
 //
 // The calling thread has initialised COM. Texts are cut to the caller's capacity, in characters
-// with the terminator. Nothing is reported; the COM calls leave no last error.
+// with the terminator; one below 1 takes nothing and fails. Nothing is reported; the COM calls
+// leave no last error.
 #pragma once
 
 #include <shlobj.h>
@@ -17,7 +18,7 @@ enum class RunAsAdministrator : bool { kNo, kYes };
 
 // What Save writes; null texts are left out.
 struct ShortcutContents {
-  LPCWSTR target = nullptr;  // a file, a directory or an address
+  LPCWSTR target = nullptr;  // a file, a directory or an address; what the object has when null
   LPCWSTR workingDirectory = nullptr;
   int showCommand = SW_SHOWNORMAL;
   LPCWSTR arguments = nullptr;
@@ -38,26 +39,27 @@ class CShellLink {
   // Whether the object can be used: it could be made, and the file, when one was given, was loaded.
   BOOL ready() const { return ready_; }
 
-  // TRUE when the file was read as a shortcut; else what was loaded before stays.
+  // TRUE when the file was read as a shortcut; else what the object holds is the system's choice.
+  // Whether it is ready stays as it was.
   BOOL Load(LPCWSTR file, Access access);
 
   // Each empties its output first and returns TRUE when it got the text; FALSE when not ready.
   BOOL GetArguments(WCHAR (&text)[256]) const;
   BOOL GetDescription(WCHAR (&text)[256]) const;
   BOOL GetWorkingDirectory(LPWSTR text, int capacity) const;
-  // `index` is -1 when there is none.
+  // `index` is -1 unless the object gives one.
   BOOL GetIconLocation(WCHAR (&file)[MAX_PATH], int& index) const;
   // The target's path; FALSE for a target that is no file or directory.
   BOOL GetPath(LPWSTR path, int capacity) const;
-  // SW_SHOWNORMAL when there is none.
+  // SW_SHOWNORMAL unless the object gives one.
   BOOL GetShowCmd(int& show) const;
 
   // Writes the shortcut. A link (IsLinkTarget) without an icon file shows the icon of the program
   // that opens ".htm". On Windows Vista (NT generation 5, no later and no server one) a shortcut
   // that is to run as administrator is marked so; when its target is no ".exe" it points to the
   // program of the target's open command with the target as its argument, or, when that command
-  // does not quote its program, to the target itself. FALSE when not ready and when the file cannot
-  // be written.
+  // does not quote its program, to the target itself. FALSE, with the file as it was, when not
+  // ready and when the object does not take the target; FALSE also when the file cannot be written.
   BOOL Save(LPCWSTR file, const ShortcutContents& contents);
 
   // TRUE when the target lies inside the special folder (a CSIDL_ number) or is that folder. A
@@ -65,7 +67,7 @@ class CShellLink {
   BOOL IsInSpecialFolder(int folder, LPWSTR name, int capacity) const;
 
  private:
-  void SetTarget(const ShortcutContents& contents);
+  BOOL SetTarget(const ShortcutContents& contents);
   void SetIcon(const ShortcutContents& contents);
 
   ComReference<IShellLinkW> shellLink_;

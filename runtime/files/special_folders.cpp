@@ -2,8 +2,9 @@
 
 #include <new>
 
-#include "runtime/core/messages.h"
+#include "runtime/files/file_report.h"
 #include "runtime/files/paths.h"
+#include "runtime/files/registry_text.h"
 #include "runtime/registry/expand_environment.h"
 #include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
@@ -19,9 +20,10 @@ constexpr WCHAR kEnvironment[] =
     TEXT("System\\CurrentControlSet\\Control\\Session Manager\\Environment");
 
 WCHAR ReadText(HKEY root, LPCWSTR path, LPCWSTR name, WCHAR (&text)[MAX_PATH], Expand expand) {
-  text[0] = 0;
   RegKey key;
-  if (key.Open(root, path)) key.ReadString(name, text, MAX_PATH, expand);
+  WCHAR found[MAX_PATH];
+  const BOOL isThere = key.Open(root, path) && ReadWholeString(key, name, found, MAX_PATH, expand);
+  CopyStringW(text, isThere ? found : nullptr);
   return text[0];
 }
 
@@ -30,7 +32,7 @@ std::unique_ptr<WCHAR[]> WithSemicolon(WideView path) {
   const size_t capacity = path.size() + 2;
   std::unique_ptr<WCHAR[]> copy(new (std::nothrow) WCHAR[capacity]);
   if (copy == nullptr) {
-    ShowInternalError(TEXT("GetSystemPath new TCHAR [] failed"));
+    ReportNoMemory(TEXT("GetSystemPath new TCHAR [] failed"));
     return nullptr;
   }
   path.copy(copy.get(), path.size());
@@ -79,14 +81,13 @@ BOOL IsShellFolderPath(LPCWSTR path) {
   return name != nullptr;
 }
 
-void GetSystemFilePath(LPCWSTR fileName, WCHAR (&path)[MAX_PATH]) {
+BOOL GetSystemFilePath(LPCWSTR fileName, WCHAR (&path)[MAX_PATH]) {
   WCHAR directory[MAX_PATH];
   const UINT length = GetSystemDirectoryW(directory, MAX_PATH);
-  if (length == 0 || length >= MAX_PATH) {
-    CopyStringW(path, fileName);
-    return;
-  }
-  PathJoin(directory, fileName, path, MAX_PATH);
+  const BOOL isKnown = length < MAX_PATH ? length != 0 : FailWith(ERROR_FILENAME_EXCED_RANGE);
+  if (isKnown && PathJoin(directory, fileName, path, MAX_PATH)) return TRUE;
+  path[0] = 0;
+  return FALSE;
 }
 
 std::unique_ptr<WCHAR[]> GetSystemPath() {

@@ -1,8 +1,9 @@
 // Where the system keeps things.
 //
 // The folders come from the registry; expansion replaces references to environment variables. What
-// is missing, no text, or longer than 259 characters gives an empty buffer and 0, without a report;
-// else the result is the first character.
+// is missing, no text, or longer than 259 characters before or after the expansion gives an empty
+// buffer and 0, without a report; else the result is the first character. Names may stand in the
+// buffer that they fill.
 #pragma once
 
 #include <memory>
@@ -26,12 +27,14 @@ WCHAR GetCurrentVersionValue(LPCWSTR name, WCHAR (&text)[MAX_PATH], Expand expan
 // are stored as REG_SZ.
 BOOL IsShellFolderPath(LPCWSTR path);
 
-// The path of `fileName` in the system directory; just the name when the system directory cannot be
-// had.
-void GetSystemFilePath(LPCWSTR fileName, WCHAR (&path)[MAX_PATH]);
+// The path of `fileName` in the system directory. FALSE, with an empty path, when the system
+// directory cannot be had (the system's last error) or the path does not fit
+// (ERROR_FILENAME_EXCED_RANGE): the name alone would be that of a file in the current directory.
+BOOL GetSystemFilePath(LPCWSTR fileName, WCHAR (&path)[MAX_PATH]);
 
-// The search path of the machine, expanded and ending with ";"; null when it is missing, empty or
-// no text, and after the internal-error box when memory runs out.
+// The search path of the machine, expanded when it is stored so, and ending with ";"; null when it
+// is missing, empty, no text or cannot be expanded, and after the internal-error box when memory
+// runs out.
 std::unique_ptr<WCHAR[]> GetSystemPath();
 
 }  // namespace kv

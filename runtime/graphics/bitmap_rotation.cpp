@@ -36,15 +36,16 @@ BOOL ReadHeader(HDC context, HBITMAP bitmap, BitmapHeader& header) {
   }
   header.info.biCompression = BI_RGB;
   header.info.biSizeImage = 0;
-  return TRUE;
+  // Pictures that only a printer understands have no pixels of their own.
+  return header.info.biBitCount != 0;
 }
 
 BOOL ReadRows(HDC context, HBITMAP bitmap, BitmapHeader& header, BYTE* rows) {
   const ULONGLONG stride = DibStride(header.info.biWidth, header.info.biBitCount);
   const int chunk = static_cast<int>(kChunkBytes / stride);
   if (chunk == 0) return FALSE;
-  for (int row = 0; row < header.info.biHeight; row += chunk) {
-    const int count = std::min<int>(chunk, header.info.biHeight - row);
+  for (int row = 0, count; row < header.info.biHeight; row += count) {
+    count = std::min<int>(chunk, header.info.biHeight - row);
     if (GetDIBits(context, bitmap, row, count, rows + static_cast<size_t>(row * stride),
                   InfoOf(header), DIB_RGB_COLORS) != count) {
       return FALSE;

@@ -13,12 +13,23 @@ int RoundToInt(double value) {
   return static_cast<int>(rounded);
 }
 
-int PointDistance(const POINT& a, const POINT& b) {
+double Distance(const POINT& a, const POINT& b) {
   const double dx = std::fabs(static_cast<double>(b.x) - a.x);
   const double dy = std::fabs(static_cast<double>(b.y) - a.y);
-  if (dx == 0) return RoundToInt(dy);
-  if (dy == 0) return RoundToInt(dx);
-  return RoundToInt(std::sqrt(dx * dx + dy * dy));
+  if (dx == 0) return dy;
+  if (dy == 0) return dx;
+  return std::sqrt(dx * dx + dy * dy);
+}
+
+int PointDistance(const POINT& a, const POINT& b) {
+  return RoundToInt(Distance(a, b));
+}
+
+POINT Moved(const POINT& point, LONGLONG dx, LONGLONG dy) {
+  const auto clamp = [](LONGLONG value) {
+    return static_cast<int>(std::clamp<LONGLONG>(value, INT_MIN, INT_MAX));
+  };
+  return {clamp(point.x + dx), clamp(point.y + dy)};
 }
 
 void RotatePoint(POINT& point, double sine, double cosine, const POINT* center, POINT* output) {
@@ -26,8 +37,7 @@ void RotatePoint(POINT& point, double sine, double cosine, const POINT* center, 
   const double x = static_cast<double>(point.x) - middle.x;
   const double y = static_cast<double>(point.y) - middle.y;
   POINT& turned = output == nullptr ? point : *output;
-  turned = {RoundToInt(x * cosine + y * sine) + middle.x,
-            RoundToInt(-x * sine + y * cosine) + middle.y};
+  turned = Moved(middle, RoundToInt(x * cosine + y * sine), RoundToInt(-x * sine + y * cosine));
 }
 
 void RotateRect(const RECT& rectangle, double sine, double cosine, const POINT* center,

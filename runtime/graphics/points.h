@@ -7,11 +7,17 @@
 
 namespace kv {
 
-// The nearest whole number, halves away from zero; beyond the range of int its nearer limit.
+// Results beyond the range of int are its nearer limit everywhere.
+
+// The nearest whole number, halves away from zero.
 int RoundToInt(double value);
 
-// The rounded distance of two points; at most INT_MAX.
+// The distance of two points, and the same rounded.
+double Distance(const POINT& a, const POINT& b);
 int PointDistance(const POINT& a, const POINT& b);
+
+// The point (dx, dy) away.
+POINT Moved(const POINT& point, LONGLONG dx, LONGLONG dy);
 
 // Turns a point about `center` (null: the origin) into `output` (null: in place).
 void RotatePoint(POINT& point, double sine, double cosine, const POINT* center = nullptr,

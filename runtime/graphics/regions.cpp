@@ -1,5 +1,6 @@
 #include "runtime/graphics/regions.h"
 
+#include <cmath>
 #include <iterator>
 #include <utility>
 
@@ -22,21 +23,27 @@ BOOL Add(const UniqueRegion& to, const UniqueRegion& more) {
   return to && more && CombineRgn(to.Get(), to.Get(), more.Get(), RGN_OR) != RGN_ERROR;
 }
 
+// `number` * `half` / `length`, rounded as MulDiv does. The numbers are coordinates and half a
+// width, so that the product fits.
+LONGLONG Scale(LONGLONG number, int half, LONGLONG length) {
+  const LONGLONG product = number * half;
+  return (product < 0 ? product - length / 2 : product + length / 2) / length;
+}
+
 // The band of the segment, without its ends; empty when the points coincide.
 UniqueRegion SegmentBody(const POINT& from, const POINT& to, int half) {
-  const int length = PointDistance(from, to);
+  const LONGLONG length = std::llround(Distance(from, to));
   if (length == 0) return UniqueRegion(CreateRectRgn(0, 0, 0, 0));
-  const int nx = MulDiv(from.y - to.y, half, length);
-  const int ny = MulDiv(to.x - from.x, half, length);
-  const POINT corners[] = {{from.x + nx, from.y + ny},
-                           {from.x - nx, from.y - ny},
-                           {to.x - nx, to.y - ny},
-                           {to.x + nx, to.y + ny}};
+  const LONGLONG nx = Scale(LONGLONG{from.y} - to.y, half, length);
+  const LONGLONG ny = Scale(LONGLONG{to.x} - from.x, half, length);
+  const POINT corners[] = {Moved(from, nx, ny), Moved(from, -nx, -ny), Moved(to, -nx, -ny),
+                           Moved(to, nx, ny)};
   return UniqueRegion(CreatePolygonRgn(corners, 4, WINDING));
 }
 
 UniqueRegion RoundEnd(const POINT& at, int half) {
-  return UniqueRegion(CreateEllipticRgn(at.x - half, at.y - half, at.x + half, at.y + half));
+  const POINT topLeft = Moved(at, -half, -half), bottomRight = Moved(at, half, half);
+  return UniqueRegion(CreateEllipticRgn(topLeft.x, topLeft.y, bottomRight.x, bottomRight.y));
 }
 
 UniqueRegion SegmentRegion(const POINT& from, const POINT& to, int half) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "runtime/graphics/points.h"
 #include "runtime/graphics/regions.h"
 #include "runtime/text/wide_text.h"
 
@@ -16,18 +17,19 @@ BOOL IsAligned(UINT alignment, UINT wanted) {
   return (alignment & wanted) == wanted;
 }
 
-POINT AlignedCorner(POINT at, const SIZE& size, LONG ascent, UINT alignment) {
+POINT AlignedCorner(const POINT& at, const SIZE& size, LONG ascent, UINT alignment) {
+  LONGLONG dx = 0, dy = 0;
   if (IsAligned(alignment, TA_CENTER)) {
-    at.x -= size.cx / 2;
+    dx = -(size.cx / 2);
   } else if (IsAligned(alignment, TA_RIGHT)) {
-    at.x -= size.cx;
+    dx = -size.cx;
   }
   if (IsAligned(alignment, TA_BASELINE)) {
-    at.y -= ascent;
+    dy = -ascent;
   } else if (IsAligned(alignment, TA_BOTTOM)) {
-    at.y -= size.cy;
+    dy = -size.cy;
   }
-  return at;
+  return Moved(at, dx, dy);
 }
 
 // Null when the context's font is not turned.
@@ -45,26 +47,35 @@ HRGN TurnedRegion(HDC context, const RECT& rectangle, const POINT& about) {
 }  // namespace
 
 CornerRadii RoundRectRadii(const RECT& rectangle) {
-  const int width = rectangle.right - rectangle.left, height = rectangle.bottom - rectangle.top;
-  const int rx = std::min(width / 8, height / 8 + 6);
-  const int ry = std::min(height / 8, rx + 6);
+  const LONGLONG width = LONGLONG{rectangle.right} - rectangle.left;
+  const LONGLONG height = LONGLONG{rectangle.bottom} - rectangle.top;
+  // An eighth of any of them fits.
+  const int rx = static_cast<int>(std::min(width / 8, height / 8 + 6));
+  const int ry = static_cast<int>(std::min<LONGLONG>(height / 8, rx + 6));
   return {rx, ry, MulDiv(rx, 4, 9), MulDiv(ry, 4, 9)};
 }
 
 void RoundRectPath(HDC context, const RECT& rectangle) {
   const auto [rx, ry, hx, hy] = RoundRectRadii(rectangle);
   const auto [l, t, r, b] = rectangle;
+  const POINT topLeft = {l, t}, topRight = {r, t}, bottomRight = {r, b}, bottomLeft = {l, b};
   const struct {
     POINT side;
     POINT corner[3];
   } kParts[] = {
-      {{r - rx, t}, {{r - rx + hx, t}, {r, t + ry - hy}, {r, t + ry}}},
-      {{r, b - ry}, {{r, b - ry + hy}, {r - rx + hx, b}, {r - rx, b}}},
-      {{l + rx, b}, {{l + rx - hx, b}, {l, b - ry + hy}, {l, b - ry}}},
-      {{l, t + ry}, {{l, t + ry - hy}, {l + rx - hx, t}, {l + rx, t}}},
+      {Moved(topRight, -rx, 0),
+       {Moved(topRight, hx - rx, 0), Moved(topRight, 0, ry - hy), Moved(topRight, 0, ry)}},
+      {Moved(bottomRight, 0, -ry),
+       {Moved(bottomRight, 0, hy - ry), Moved(bottomRight, hx - rx, 0),
+        Moved(bottomRight, -rx, 0)}},
+      {Moved(bottomLeft, rx, 0),
+       {Moved(bottomLeft, rx - hx, 0), Moved(bottomLeft, 0, hy - ry), Moved(bottomLeft, 0, -ry)}},
+      {Moved(topLeft, 0, ry),
+       {Moved(topLeft, 0, ry - hy), Moved(topLeft, rx - hx, 0), Moved(topLeft, rx, 0)}},
   };
+  const POINT start = Moved(topLeft, rx, 0);
   BeginPath(context);
-  MoveToEx(context, l + rx, t, nullptr);
+  MoveToEx(context, start.x, start.y, nullptr);
   for (const auto& part : kParts) {
     LineTo(context, part.side.x, part.side.y);
     PolyBezierTo(context, part.corner, 3);
@@ -85,7 +96,8 @@ void TextBoxRect(HDC context, int x, int y, LPCWSTR text, int length, RECT& rect
   }
   const POINT at = {x, y};
   const POINT corner = AlignedCorner(at, size, metrics.tmAscent, GetTextAlign(context));
-  rectangle = {corner.x, corner.y, corner.x + size.cx, corner.y + size.cy};
+  const POINT opposite = Moved(corner, size.cx, size.cy);
+  rectangle = {corner.x, corner.y, opposite.x, opposite.y};
   if (region != nullptr) *region = TurnedRegion(context, rectangle, at);
 }
 

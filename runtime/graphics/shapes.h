@@ -1,4 +1,5 @@
-// Rounded rectangles and the rectangles of texts.
+// Rounded rectangles and the rectangles of texts. Coordinates that would pass the range of int are
+// its nearer limit.
 #pragma once
 
 #include "runtime/core/win.h"

@@ -5,6 +5,7 @@
 #include <lmaccess.h>
 
 #include "runtime/core/find_proc.h"
+#include "runtime/core/last_error.h"
 #include "runtime/core/startup_context.h"
 #include "runtime/ipc/sid_text.h"
 #include "runtime/text/format.h"
@@ -14,7 +15,6 @@ namespace kv {
 namespace {
 
 constexpr DWORD kDomainCapacity = 256;
-constexpr DWORD kShortDomainCapacity = 15;
 constexpr DWORD kDomainLevel = 2;
 
 // Joins the computer's name and an account name.
@@ -37,27 +37,31 @@ BOOL LookUpSid(LPCWSTR account, HeapSid& sid, SID_NAME_USE& use) {
   return LookupAccountNameW(nullptr, account, sid.Get(), &sidSize, domain, &domainSize, &use);
 }
 
-// netapi32 is not part of every system; it stays for the life of the module.
-const NetworkFunctions* BindNetwork() {
-  NetworkFunctions& network = startupContext.network;
-  if (!network.tried && startupContext.platform.ntKind != 0) {
-    network.tried = TRUE;
-    LoadedLibrary& library = startupContext.netapi32;
-    library.Load(TEXT("netapi32.dll"), Quiet::kYes);
-    network.bufferFree =
-        FindProc<decltype(network.bufferFree)>(library.handle(), "NetApiBufferFree");
-    network.userModalsGet =
-        FindProc<decltype(network.userModalsGet)>(library.handle(), "NetUserModalsGet");
-  }
-  return network.bufferFree != nullptr && network.userModalsGet != nullptr ? &network : nullptr;
+struct NetworkFunctions {
+  DWORD(WINAPI* bufferFree)(void* buffer);
+  DWORD(WINAPI* userModalsGet)(LPCWSTR server, DWORD level, BYTE** buffer);
+};
+
+// netapi32 is not part of every system; it stays for the life of the module. FALSE where it is
+// missing.
+BOOL BindNetwork(NetworkFunctions& network) {
+  if (startupContext.platform.ntKind == 0 || startupContext.netapi32IsMissing) return FALSE;
+  const HMODULE library = startupContext.netapi32.LoadOnce(TEXT("netapi32.dll"));
+  network.bufferFree = FindProc<decltype(network.bufferFree)>(library, "NetApiBufferFree");
+  network.userModalsGet = FindProc<decltype(network.userModalsGet)>(library, "NetUserModalsGet");
+  const bool found = network.bufferFree != nullptr && network.userModalsGet != nullptr;
+  if (!found) startupContext.netapi32IsMissing = true;
+  return found;
 }
 
-// The SID of the account domain with one more sub-authority; empty for a server that names no
-// domain and without memory.
+// The SID of the account domain with one more sub-authority; empty, with the last error, for a
+// server that names no domain and without memory.
 HeapSid MakeAccountSid(PSID domain, DWORD rid) {
+  SetLastError(ERROR_NO_SUCH_DOMAIN);
   if (domain == nullptr) return HeapSid();
   const BYTE count = *GetSidSubAuthorityCount(domain);
   HeapSid sid = HeapSid::Allocate(GetSidLengthRequired(count + 1));
+  SetLastError(ERROR_NOT_ENOUGH_MEMORY);
   if (!sid) return sid;
   if (!InitializeSid(sid.Get(), GetSidIdentifierAuthority(domain), count + 1)) {
     sid.Reset();
@@ -124,25 +128,23 @@ BOOL IsSystemAccount() {
 }
 
 BOOL LookupAccountByRid(LPCWSTR server, DWORD rid, LPWSTR output, DWORD* capacity) {
-  const NetworkFunctions* const network = BindNetwork();
-  if (network == nullptr) return FALSE;
+  NetworkFunctions network;
+  if (!BindNetwork(network)) return FailWith(ERROR_PROC_NOT_FOUND);
   USER_MODALS_INFO_2* domain = nullptr;
   const DWORD status =
-      network->userModalsGet(server, kDomainLevel, reinterpret_cast<BYTE**>(&domain));
-  if (status != ERROR_SUCCESS) {
-    SetLastError(status);
-    return FALSE;
-  }
+      network.userModalsGet(server, kDomainLevel, reinterpret_cast<BYTE**>(&domain));
+  if (status != ERROR_SUCCESS) return FailWith(status);
   BOOL found = FALSE;
   HeapSid sid = MakeAccountSid(domain->usrmod2_domain_id, rid);
   if (sid) {
-    WCHAR domainName[kShortDomainCapacity];
-    DWORD domainSize = kShortDomainCapacity;
+    WCHAR domainName[kDomainCapacity];
+    DWORD domainSize = kDomainCapacity;
     SID_NAME_USE use;
     found = LookupAccountSidW(server, sid.Get(), output, capacity, domainName, &domainSize, &use);
   }
   sid.Reset();
-  network->bufferFree(domain);
+  const LastErrorScope scope;
+  network.bufferFree(domain);
   return found;
 }
 

@@ -26,8 +26,10 @@ WCHAR GetCurrentUserSidString(LPWSTR output);
 BOOL IsSystemAccount();
 
 // The name of the account with the relative id `rid` in the account domain of `server` (null: this
-// machine), in `output` of *capacity characters, which becomes its length. FALSE with the last
-// error when it is not found, on systems without account domains, and without memory.
+// machine), in `output` of *capacity characters, which becomes its length. FALSE when it is not
+// found (ERROR_NONE_MAPPED), does not fit (ERROR_INSUFFICIENT_BUFFER), the server cannot be asked
+// (NetUserModalsGet's error) or has no account domain (ERROR_NO_SUCH_DOMAIN), on systems that know
+// none (ERROR_PROC_NOT_FOUND), and without memory (ERROR_NOT_ENOUGH_MEMORY).
 BOOL LookupAccountByRid(LPCWSTR server, DWORD rid, LPWSTR output, DWORD* capacity);
 
 }  // namespace kv

@@ -22,6 +22,26 @@ void FormatName(LPWSTR output, int capacity, LPCWSTR format, Arguments... argume
   if (!FormatText(output, static_cast<size_t>(capacity), format, arguments...)) output[0] = 0;
 }
 
+// The text with the prefix in place of the first "%s". A formatter would take a second directive's
+// argument from nowhere.
+void FormatProductName(LPCWSTR text, LPCWSTR prefix, LPWSTR output, int capacity) {
+  if (output == nullptr || capacity <= 0) return;
+  output[0] = 0;
+  const size_t size = static_cast<size_t>(capacity);
+  BOOL fits = TRUE, isPlaced = FALSE;
+  for (LPCWSTR at = text; *at != 0 && fits; ++at) {
+    if (!isPlaced && at[0] == '%' && at[1] == 's') {
+      isPlaced = TRUE;
+      fits = AppendText(output, size, TEXT("%s"), prefix);
+      ++at;
+    } else {
+      fits = AppendText(output, size, TEXT("%c"), *at);
+      if (at[0] == '%' && at[1] == '%') ++at;
+    }
+  }
+  if (!fits) output[0] = 0;
+}
+
 // A fresh tag in place of a missing base name.
 class BaseName {
  public:
@@ -82,6 +102,7 @@ void MakePipeName(LPCWSTR server, LPCWSTR base, int session, LPWSTR output, int 
 WCHAR MakeSessionName(LPCWSTR name, int session, LPWSTR output, int capacity) {
   if (output == nullptr || capacity <= 0) return 0;
   if (output != name) output[0] = 0;
+  if (name == nullptr) return 0;
   const DWORD number = session == SessionCurrent ? CurrentSession() : static_cast<DWORD>(session);
   if (output != name) {
     FormatName(output, capacity, TEXT("%s_%08X"), name, number);
@@ -96,7 +117,7 @@ void MakeProductName(LPCWSTR text, LPWSTR output, int capacity) {
   GetObjectPrefix(prefix, kPrefixCapacity);
   if (text == nullptr) text = TEXT("");
   if (View(text).find(TEXT("%s")) != WideView::npos) {
-    FormatName(output, capacity, text, prefix);
+    FormatProductName(text, prefix, output, capacity);
   } else {
     FormatName(output, capacity, TEXT("%s%s"), prefix, text);
   }

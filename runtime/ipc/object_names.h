@@ -2,7 +2,8 @@
 // pipes and window classes.
 //
 // The builders write into `output` of `capacity` characters. A name that does not fit is left
-// empty, never cut: half a name would name something else. A null output is ignored.
+// empty, never cut: half a name would name something else. A null output is ignored. No argument
+// but MakeSessionName's `name` may lie in the output. The builders leave the last error alone.
 #pragma once
 
 #include "runtime/core/win.h"
@@ -34,10 +35,11 @@ void MakeWndClassName(LPCWSTR base, LPWSTR output, int capacity);
 // Without a base a tag takes its place. Empty for a capacity below 260.
 void MakePipeName(LPCWSTR server, LPCWSTR base, int session, LPWSTR output, int capacity);
 // `name`, which may be `output` itself, followed by "_" and the session's number in eight
-// hexadecimal digits; session 0 where there are no terminal services. Returns the first character
-// of the output.
+// hexadecimal digits; session 0 where there are no terminal services. Empty for a null name.
+// Returns the first character of the output.
 WCHAR MakeSessionName(LPCWSTR name, int session, LPWSTR output, int capacity);
-// "KV8" in front of `text`, or where "%s" stands in it.
+// "KV8" in front of `text`, or, when it holds "%s", where the first one stands; then "%%" is a
+// single per-cent sign, and what else looks like a printf directive is taken as it stands.
 void MakeProductName(LPCWSTR text, LPWSTR output, int capacity);
 
 // A finished name, used wherever a text is expected.

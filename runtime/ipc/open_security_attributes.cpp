@@ -10,10 +10,8 @@ namespace {
 // Low integrity, no write up.
 constexpr WCHAR kLowLabel[] = TEXT("S:(ML;;NW;;;LW)");
 
-#if !defined(_WIN64) && !defined(__LP64__)
-static_assert(sizeof(SECURITY_DESCRIPTOR) == 20);
-static_assert(sizeof(SECURITY_ATTRIBUTES) == 12);
-#endif
+static_assert(sizeof(void*) != 4 || sizeof(SECURITY_DESCRIPTOR) == 20);
+static_assert(sizeof(void*) != 4 || sizeof(SECURITY_ATTRIBUTES) == 12);
 
 }  // namespace
 

@@ -11,9 +11,11 @@ namespace {
 
 BOOL WritePiece(HANDLE pipe, const void* data, DWORD size) {
   DWORD written = 0;
-  if (WriteFile(pipe, data, size, &written, nullptr)) return TRUE;
-  ShowLastError(TEXT("WriteFile"));
-  return FALSE;
+  if (!WriteFile(pipe, data, size, &written, nullptr)) return ReportFailedCall(TEXT("WriteFile"));
+  if (written == size) return TRUE;
+  // A pipe that does not wait takes what it has room for.
+  SetLastError(ERROR_WRITE_FAULT);
+  return ReportFailedCall(TEXT("WriteFile"));
 }
 
 }  // namespace
@@ -40,6 +42,7 @@ std::unique_ptr<BYTE[]> ReadFromPipe(HANDLE pipe, DWORD size) {
   std::unique_ptr<BYTE[]> block(new (std::nothrow) BYTE[size]);
   if (block == nullptr) {
     ShowInternalError(TEXT("ReadFromPipe cannot allocate a buffer"));
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return nullptr;
   }
   for (DWORD filled = 0; filled < size;) {
@@ -51,7 +54,7 @@ std::unique_ptr<BYTE[]> ReadFromPipe(HANDLE pipe, DWORD size) {
       succeeded = FALSE;
     }
     if (!succeeded) {
-      ShowLastError(TEXT("ReadFile"));
+      ReportFailedCall(TEXT("ReadFile"));
       return nullptr;
     }
     filled += read;

@@ -17,11 +17,13 @@ BOOL PipeExists(LPCWSTR name, DWORD timeout);
 HANDLE OpenPipe(LPCWSTR name, DWORD timeout);
 
 // Reads exactly `size` bytes, which may come in several messages but not as part of a longer one.
-// Empty for size 0 and, after a report, when memory runs out, reading fails, the message is longer
-// than what is still wanted, or an empty message comes.
+// Empty for size 0, which sets no last error, and, after a report and with the last error, when
+// memory runs out, reading fails, the message is longer than what is still wanted
+// (ERROR_MORE_DATA), or an empty message comes (ERROR_INVALID_DATA).
 std::unique_ptr<BYTE[]> ReadFromPipe(HANDLE pipe, DWORD size);
 // Sends the size and then the data in pieces of at most `largestPiece` bytes (0: in one piece).
-// FALSE, after a report, when that fails; what has been sent stays sent.
+// FALSE, after a report and with the last error, when that fails or takes less than all
+// (ERROR_WRITE_FAULT); what has been sent stays sent.
 BOOL WriteSizedBlock(HANDLE pipe, const void* data, DWORD size, DWORD largestPiece);
 
 // Ends a server's instance after the client has read what was written. Null and

@@ -19,6 +19,7 @@ constexpr DWORD kRetryDelay = 3000;
 UniqueHandle StartWithRetries(CommandLine& line, int show, int attempts) {
   STARTUPINFOW startup = StartupInfo(show);
   PROCESS_INFORMATION started = {};
+  SetLastError(ERROR_INVALID_PARAMETER);
   for (int remaining = attempts; remaining > 0; --remaining) {
     if (CreateProcessW(nullptr, line.text(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
                        &started)) {
@@ -66,13 +67,11 @@ BOOL MyCreateProcess(LPCWSTR commandLine, int show, int attempts, Wait wait, DWO
   CommandLine line(commandLine);
   if (!line) {
     if (quiet == Quiet::kNo) ShowInternalError(TEXT("MyCreateProcess _tcsdup"));
-    return FALSE;
+    return FailWith(ERROR_NOT_ENOUGH_MEMORY);
   }
   const UniqueHandle process = StartWithRetries(line, show, attempts);
   if (!process) {
-    const DWORD error = GetLastError();
     if (quiet == Quiet::kNo) ShowLastError(TEXT("CreateProcess"));
-    SetLastError(error);
     return FALSE;
   }
   line.Free();
@@ -89,10 +88,7 @@ BOOL CreateProcessWithProgress(LPCWSTR commandLine, int show, int attempts, DWOR
     return MyCreateProcess(commandLine, show, attempts, Wait::kYes, timeout, Quiet::kNo, nullptr);
   }
   CommandLine line(commandLine);
-  if (!line) {
-    ShowInternalError(TEXT("could not allocate buffer for CreateProcess"));
-    return FALSE;
-  }
+  if (!line) return ReportNoMemory(TEXT("could not allocate buffer for CreateProcess"));
   const UniqueHandle process = StartWithRetries(line, show, attempts);
   if (!process) {
     ShowLastError(TEXT("CreateProcess"));

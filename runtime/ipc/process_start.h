@@ -13,12 +13,13 @@ namespace kv {
 // Whether a function returns only when the started program has ended.
 enum class Wait : bool { kNo, kYes };
 
-// Starts a program, trying up to `attempts` times with 3000 ms between two tries. With `wait` the
-// thread's messages are handled until the program has ended, `timeout` (milliseconds, INFINITE
-// allowed) is over or the thread is told to quit; the program runs on in the last two cases.
-// *exitCode (may be null) gets its exit code, STILL_ACTIVE (259) while it runs, 0 when it was not
-// started. TRUE when it was started; else FALSE with the last error of the last try, reported
-// unless quiet.
+// Starts a program, trying up to `attempts` times (at least one) with 3000 ms between two tries.
+// With `wait` the thread's messages are handled until the program has ended, `timeout`
+// (milliseconds, INFINITE allowed) is over or the thread is told to quit; the program runs on in
+// the last two cases. *exitCode (may be null) gets its exit code, STILL_ACTIVE (259) while it runs,
+// 0 when it was not started. TRUE when it was started; else FALSE, reported unless quiet, with the
+// last error of the last try, ERROR_INVALID_PARAMETER without any and ERROR_NOT_ENOUGH_MEMORY
+// without memory.
 BOOL MyCreateProcess(LPCWSTR commandLine, int show, int attempts, Wait wait, DWORD timeout,
                      Quiet quiet, DWORD* exitCode);
 
@@ -40,8 +41,9 @@ BOOL ShellRun(LPCWSTR verb, LPCWSTR file, LPCWSTR parameters, int show, Wait wai
 BOOL RunWithElevation(LPCWSTR file, LPCWSTR parameters, int elevation, int show, Wait wait);
 
 // Runs a program as the user of the desktop's shell, in the caller's session: from an elevated
-// process it starts one that is not. `file` is not quoted for the caller. FALSE, unreported, for an
-// empty file, without a shell, and where the system or the caller's rights do not allow it.
+// process it starts one that is not. `file` is not quoted for the caller. FALSE for an empty file,
+// without a shell, and where the system or the caller's rights do not allow it; only an
+// advapi32.dll that cannot be loaded is reported.
 BOOL RunAsShellUser(LPCWSTR file, LPCWSTR parameters, int show, Wait wait);
 
 // Ask the system to restart or to shut down. FALSE when the caller lacks the privilege; TRUE once

@@ -1,5 +1,7 @@
 #include "runtime/ipc/shared_access_lock.h"
 
+#include <algorithm>
+
 #include "runtime/text/wide_text.h"
 
 namespace kv {
@@ -76,18 +78,12 @@ void CSharedAccessLock::WaitForOthers() {
   }
 }
 
-void CSharedAccessLock::LeaveCount() {
-  // Below 0 this entry was taken for abandoned and is not counted any more.
-  if (userCount_.Decrement() < 0) userCount_.Increment();
-}
-
 void CSharedAccessLock::Leave(BOOL all) {
   if (lockMutex_ == nullptr) return;
-  if (all) {
-    for (; ownEntries_ > 0; --ownEntries_) LeaveCount();
-  } else if (ownEntries_ >= 1) {
+  for (LONG leaving = all ? ownEntries_ : std::min<LONG>(ownEntries_, 1); leaving > 0; --leaving) {
     --ownEntries_;
-    LeaveCount();
+    // An entry that a writer took for abandoned is not counted any more.
+    userCount_.DecrementAboveZero();
   }
   if (held_ && ownEntries_ == 0) ReleaseLockMutex();
 }

@@ -49,7 +49,6 @@ class CSharedAccessLock {
   BOOL TakeLockMutex(DWORD timeout);
   void ReleaseLockMutex();
   void WaitForOthers();
-  void LeaveCount();
 
   HANDLE lockMutex_ = nullptr;
   BOOL held_ = FALSE;

@@ -39,6 +39,13 @@ BOOL CSharedCounter::Replace(LONG expected, LONG value) {
   return TRUE;
 }
 
+void CSharedCounter::DecrementAboveZero() {
+  if (!IsOpen()) return;
+  const LockScope lock(*this);
+  const LONG value = Value();
+  if (value > 0) Value() = value - 1;
+}
+
 LONG CSharedCounter::Add(LONG difference) {
   if (!IsOpen()) return 0;
   const LockScope lock(*this);

@@ -22,6 +22,8 @@ class CSharedCounter : public CSharedMemory {
   LONG Increment() { return Add(1); }
   LONG Decrement() { return Add(-1); }
   LONG Get() { return Add(0); }
+  // Subtracts 1 unless the value is 0 or less, in one step.
+  void DecrementAboveZero();
   // Sets the value if it still is `expected`; FALSE when it is not.
   BOOL Replace(LONG expected, LONG value);
 

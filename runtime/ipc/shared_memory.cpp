@@ -1,5 +1,7 @@
 #include "runtime/ipc/shared_memory.h"
 
+#include <utility>
+
 #include "runtime/core/messages.h"
 #include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
@@ -51,14 +53,15 @@ BOOL CSharedMemory::OpenMutex(LPCWSTR name) {
 Creation CSharedMemory::Map(BOOL create, LPCWSTR name, DWORD size, Quiet quiet) {
   const Creation creation = MapBlock(create, name, size, quiet);
   if (creation == kNotCreated) {
-    const DWORD error = GetLastError();
+    const LastErrorScope scope;
     Close();
-    SetLastError(error);
   }
   return creation;
 }
 
 Creation CSharedMemory::MapBlock(BOOL create, LPCWSTR name, DWORD size, Quiet quiet) {
+  // `name` may be this one.
+  const std::unique_ptr<WCHAR[]> oldName = std::move(name_);
   Unmap();
   Creation creation = kExisted;
   if (create) {
@@ -76,10 +79,9 @@ Creation CSharedMemory::MapBlock(BOOL create, LPCWSTR name, DWORD size, Quiet qu
 }
 
 Creation CSharedMemory::Fail(LPCWSTR call, Quiet quiet) {
-  const DWORD error = GetLastError();
   if (quiet == Quiet::kNo) ShowLastError(call);
+  const LastErrorScope scope;
   Unmap();
-  SetLastError(error);
   return kNotCreated;
 }
 

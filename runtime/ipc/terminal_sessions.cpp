@@ -1,5 +1,7 @@
 #include "runtime/ipc/terminal_sessions.h"
 
+#include <string.h>
+
 #include <algorithm>
 #include <new>
 
@@ -105,9 +107,10 @@ BOOL CTerminalServices::ReadSessionId() {
                                           WTSSessionId, &buffer, &size)) {
     return FALSE;
   }
-  sessionId_ = *reinterpret_cast<const int*>(buffer);
+  const BOOL isWhole = size >= sizeof(sessionId_);
+  if (isWhole) memcpy(&sessionId_, buffer, sizeof(sessionId_));
   functions_.freeMemory(buffer);
-  return TRUE;
+  return isWhole;
 }
 
 int CTerminalServices::GetConsoleSessionId() {
@@ -234,7 +237,7 @@ BOOL CTerminalServices::IsProgramRunningForUser(LPCWSTR program) const {
 }
 
 int CTerminalServices::GetInstallMode() const {
-  if (library_ == nullptr) return kUnknown;
+  if (!IsAvailable()) return kUnknown;
   const WORD major = startupContext.platform.osMajor;
   if (major == 4) {
     const auto getMapping = FindProc<BOOL(WINAPI*)()>(TEXT("kernel32"), "CtxGetIniMapping");
@@ -244,13 +247,13 @@ int CTerminalServices::GetInstallMode() const {
   }
   if (major == 5) {
     const auto getMode = FindProc<BOOL(WINAPI*)()>(TEXT("kernel32"), "TermsrvAppInstallMode");
-    return getMode == nullptr ? kUnknown : getMode();
+    return getMode == nullptr ? kUnknown : getMode() != FALSE;
   }
   return kUnknown;
 }
 
 int CTerminalServices::SetInstallMode(BOOL install) const {
-  if (library_ == nullptr) return 0;
+  if (!IsAvailable()) return 0;
   const LoadedLibrary kernel32(TEXT("kernel32.dll"), Quiet::kNo);
   if (!kernel32.IsLoaded()) return 0;
   const WORD major = startupContext.platform.osMajor;

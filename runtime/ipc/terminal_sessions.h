@@ -11,8 +11,8 @@
 
 namespace kv {
 
-// One lives for the span of a task, on one thread. What it says of sessions is a snapshot taken on
-// the first FirstSession. Where the system lacks a library or a function, its operations give their
+// One lives for the span of a task, on one thread. The list of sessions is a snapshot taken on the
+// first FirstSession. Where the system lacks a library or a function, its operations give their
 // answers for "unknown".
 //
 // The queries by session need the library: ask IsAvailable first.
@@ -56,9 +56,10 @@ class CTerminalServices {
   BOOL IsProgramRunningForUser(LPCWSTR program) const;
 
   // The install mode of a terminal server of the generations before Windows Vista: 1 installing, 0
-  // executing, -1 unknown.
+  // executing, -1 unknown, as without the library.
   int GetInstallMode() const;
-  // The system's result; 0 when it lacks the function, -1 on systems of other generations.
+  // The system's result; 0 without the library and when the system lacks the function, -1 on
+  // systems of other generations.
   int SetInstallMode(BOOL install) const;
 
  private:

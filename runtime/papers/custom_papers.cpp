@@ -1,130 +1,176 @@
 #include "runtime/papers/custom_papers.h"
 
 #include <algorithm>
+#include <bitset>
 #include <new>
 
-#include "runtime/core/startup_context.h"
-#include "runtime/ipc/object_names.h"
-#include "runtime/registry/delete_key.h"
-#include "runtime/registry/settings.h"
+#include "runtime/core/last_error.h"
 #include "runtime/text/text.h"
+#include "runtime/text/wide_text.h"
 
 namespace kv {
 namespace {
 
-constexpr WCHAR kLockName[] = TEXT("CCustomPapersAccessManager");
-constexpr WCHAR kCountLockName[] = TEXT("CCustomPapersAccessManagerSharedMem");
-constexpr DWORD kLockTimeout = 1000;  // ms
+constexpr WORD kLongestTable = 0xFFFF;
+constexpr size_t kCustomIdCount = kLastCustomPaperId - kFirstCustomPaperId + 1;
 
-constexpr WCHAR kPapersKey[] = TEXT("CustomPapers");
-constexpr WCHAR kIdValue[] = TEXT("ID");
-constexpr WCHAR kWidthValue[] = TEXT("Width");
-constexpr WCHAR kHeightValue[] = TEXT("Height");
-constexpr WCHAR kUnitsValue[] = TEXT("Units");
+// The custom ids that papers have.
+class IdSet {
+ public:
+  void Add(WORD id) {
+    if (IsCustom(id)) taken_.set(PlaceOf(id));
+  }
+  void AddAll(const CPaperTable& papers) {
+    for (int i = 0; i < papers.count(); ++i) Add(papers.GetPaperAt(i)->id);
+  }
+  bool Has(WORD id) const { return IsCustom(id) && taken_.test(PlaceOf(id)); }
+  // The lowest that is free; 0 when all are taken.
+  WORD LowestFree() const {
+    size_t place = 0;
+    while (place < kCustomIdCount && taken_.test(place)) ++place;
+    return place == kCustomIdCount ? WORD{0} : static_cast<WORD>(kFirstCustomPaperId + place);
+  }
 
-constexpr int kLoadedNameCapacity = 64;  // characters, of the entry's 65
-constexpr DWORD kLongestTable = 0xFFFF;
-constexpr DWORD kCustomIdCount = kLastCustomPaperId - kFirstCustomPaperId + 1;
+ private:
+  static bool IsCustom(WORD id) { return id >= kFirstCustomPaperId && id <= kLastCustomPaperId; }
+  static size_t PlaceOf(WORD id) { return static_cast<size_t>(id - kFirstCustomPaperId); }
+
+  std::bitset<kCustomIdCount> taken_;
+};
+
+WORD LowestFreeId(const CPaperTable& papers) {
+  IdSet ids;
+  ids.AddAll(papers);
+  return ids.LowestFree();
+}
 
 std::unique_ptr<PaperEntry[]> NewEntries(size_t count) {
   return std::unique_ptr<PaperEntry[]>(new (std::nothrow) PaperEntry[count]);
 }
 
-// Reads the paper that the key holds, but for its name; FALSE when it has no area.
-BOOL ReadPaper(RegKey& key, PaperEntry& paper) {
-  paper.id = static_cast<WORD>(key.GetDword(kIdValue, 0));
-  paper.width = key.GetDword(kWidthValue, 0);
-  paper.height = key.GetDword(kHeightValue, 0);
-  if (paper.width == 0 || paper.height == 0) return FALSE;
-  const DWORD units = key.GetDword(kUnitsValue, startupContext.defaultUnits);
-  paper.units = units >= 3 ? WORD{kPaperInches} : static_cast<WORD>(units);
-  return TRUE;
-}
-
-BOOL WritePaper(RegKey& key, const PaperEntry& paper) {
-  return (paper.id == 0 || key.SetDword(kIdValue, paper.id)) &&
-         key.SetDword(kWidthValue, paper.width) && key.SetDword(kHeightValue, paper.height) &&
-         key.SetDword(kUnitsValue, paper.units);
-}
-
-void Store(const PaperEntry& paper) {
-  UserSettingsKey settings(KeyMode::kRead);
-  if (!settings.IsOpen()) return;
-  CCustomPapersAccessManager lock;
-  if (!lock.Enter(TRUE, kLockTimeout)) return;
-  RegKey papers, key;
-  if (!papers.Create(settings.handle(), kPapersKey) ||
-      !key.CreateKey(KEY_READ | KEY_WRITE, papers.handle(), paper.name)) {
-    return;
+// A key's name has no backslash, and what the store cuts or leaves out does not come back.
+DWORD CheckStorable(const PaperEntry& paper) {
+  const WCHAR* const end = std::find(std::begin(paper.name), std::end(paper.name), WCHAR{0});
+  const WideView name(paper.name, static_cast<size_t>(end - paper.name));
+  if (name.empty() || name.size() > kLongestPaperName || name.find(TEXT('\\')) != WideView::npos) {
+    return ERROR_INVALID_NAME;
   }
-  PaperEntry old = {};
-  const BOOL replaces = ReadPaper(key, old);
-  // The width of one paper with the height of another would be a third one.
-  if (!WritePaper(key, paper) && replaces) WritePaper(key, old);
+  const bool hasArea = paper.width != 0 && paper.height != 0;
+  return hasArea && paper.units <= kPaperMillimetres ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
 }
 
-void Unstore(LPCWSTR name) {
-  UserSettingsKey settings(KeyMode::kRead);
-  RegKey papers;
-  if (!settings.IsOpen() || !papers.OpenRW(settings.handle(), kPapersKey)) return;
-  CCustomPapersAccessManager lock;
-  if (lock.Enter(TRUE, kLockTimeout)) MyDeleteKeyW(papers.handle(), name);
+// The name of the key that has the paper: its own, or a longer one that was cut to it.
+DWORD FindKeyName(const PaperStore& store, const WCHAR (&name)[65], StoredPaper& found) {
+  CopyStringW(found.keyName, name);
+  if (View(name).size() < kLongestPaperName) return ERROR_SUCCESS;
+  bool isFound = false;
+  return store.ForEach([&](const StoredPaper& stored) -> DWORD {
+    const bool isExact = EqualNoCase(stored.keyName, name);
+    if (isExact || (!isFound && EqualNoCase(stored.entry.name, name))) {
+      found = stored;
+      isFound = true;
+    }
+    return ERROR_SUCCESS;
+  });
+}
+
+// The table may be older than the store: an id that it has chosen gives way to the one under which
+// the paper is stored, and to those of other papers.
+DWORD AgreeOnId(const PaperStore& store, LPCWSTR keyName, const CPaperTable& papers, WORD& id) {
+  IdSet others;
+  WORD own = 0;
+  const DWORD error = store.ForEach([&](const StoredPaper& stored) -> DWORD {
+    if (EqualNoCase(stored.keyName, keyName)) {
+      own = stored.entry.id;
+    } else {
+      others.Add(stored.entry.id);
+    }
+    return ERROR_SUCCESS;
+  });
+  if (error != ERROR_SUCCESS) return error;
+  if (own != 0) id = own;
+  if (own != 0 || !others.Has(id)) return ERROR_SUCCESS;
+  others.AddAll(papers);
+  const WORD free = others.LowestFree();
+  if (free == 0) return ERROR_NO_MORE_ITEMS;
+  id = free;
+  return ERROR_SUCCESS;
+}
+
+enum class IdIs { kGiven, kChosen };
+
+DWORD Store(const CPaperTable& papers, PaperEntry& paper, IdIs id) {
+  PaperStore store;
+  StoredPaper key;
+  DWORD error = store.MakeForWriting();
+  if (error == ERROR_SUCCESS) error = FindKeyName(store, paper.name, key);
+  if (error == ERROR_SUCCESS && id == IdIs::kChosen) {
+    error = AgreeOnId(store, key.keyName, papers, paper.id);
+  }
+  return error == ERROR_SUCCESS ? store.Write(key.keyName, paper) : error;
+}
+
+DWORD Unstore(const PaperEntry& paper) {
+  PaperStore store;
+  StoredPaper key;
+  DWORD error = store.OpenForWriting();
+  if (error == ERROR_FILE_NOT_FOUND) return ERROR_SUCCESS;
+  if (error == ERROR_SUCCESS) error = FindKeyName(store, paper.name, key);
+  return error == ERROR_SUCCESS ? store.Delete(key.keyName) : error;
 }
 
 }  // namespace
 
-CCustomPapersAccessManager::CCustomPapersAccessManager()
-    : CSharedAccessLock(CMutexName(ObjectScopeLocal, kLockName),
-                        CSharedMemoryName(ObjectScopeLocal, kLockName),
-                        CMutexName(ObjectScopeLocal, kCountLockName)) {}
+CCustomPapers::CCustomPapers() : CPaperTable(0, nullptr), loadError_(Load()) {}
 
-CCustomPapers::CCustomPapers() : CPaperTable(0, nullptr) {
-  CCustomPapersAccessManager lock;
-  if (!lock.Enter(FALSE, kLockTimeout)) return;
-  UserSettingsKey settings(KeyMode::kRead);
-  RegKey papers;
-  if (!settings.IsOpen() || !papers.Open(settings.handle(), kPapersKey)) return;
-  Load(papers);
-  if (GiveMissingIds()) WriteIds(lock, settings);
+DWORD CCustomPapers::Load() {
+  PaperStore store;
+  DWORD error = store.OpenForReading();
+  if (error == ERROR_FILE_NOT_FOUND) return ERROR_SUCCESS;
+  if (error == ERROR_SUCCESS) error = ReadAll(store);
+  if (error != ERROR_SUCCESS) return error;
+  if (GiveMissingIds() && store.EnterAsWriter() == ERROR_SUCCESS) WriteMissingIds(store);
+  return ERROR_SUCCESS;
 }
 
-void CCustomPapers::Load(RegKey& papers) {
-  const DWORD capacity = std::min<DWORD>(papers.subKeyCount(), kLongestTable);
-  if (capacity == 0) return;
+DWORD CCustomPapers::ReadAll(const PaperStore& store) {
+  DWORD capacity = 0;
+  DWORD error = store.Count(capacity);
+  if (error != ERROR_SUCCESS) return error;
+  capacity = std::min<DWORD>(capacity, kLongestTable);
   auto entries = NewEntries(capacity);
-  if (entries == nullptr) return;
+  if (entries == nullptr) return ERROR_NOT_ENOUGH_MEMORY;
   WORD count = 0;
-  for (LPCWSTR name = papers.FirstSubKey(); name != nullptr && count < capacity;
-       name = papers.NextSubKey()) {
-    RegKey key;
-    if (name[0] == 0 || !key.OpenKey(KEY_READ, papers.handle(), name)) continue;
-    PaperEntry& entry = entries[count];
-    entry = {};
-    CopyStringW(entry.name, kLoadedNameCapacity, name);
-    if (ReadPaper(key, entry)) ++count;
-  }
-  Adopt(std::move(entries), count);
+  error = store.ForEach([&](const StoredPaper& paper) -> DWORD {
+    if (!paper.IsPaper()) return ERROR_SUCCESS;
+    if (count == capacity) return ERROR_MORE_DATA;
+    entries[count++] = paper.entry;
+    return ERROR_SUCCESS;
+  });
+  if (error == ERROR_SUCCESS) Adopt(std::move(entries), count);
+  return error;
 }
 
 BOOL CCustomPapers::GiveMissingIds() {
   BOOL given = FALSE;
   for (WORD i = 0; i < count_; ++i) {
     if (owned_[i].id != 0) continue;
-    owned_[i].id = NextFreeCustomPaperId();
+    owned_[i].id = LowestFreeId(*this);
     given = TRUE;
   }
   return given;
 }
 
-void CCustomPapers::WriteIds(CCustomPapersAccessManager& lock, RegKey& settings) {
-  RegKey papers;
-  if (!papers.OpenRW(settings.handle(), kPapersKey) || !lock.Enter(TRUE, kLockTimeout)) return;
-  for (WORD i = 0; i < count_; ++i) {
-    RegKey key;
-    if (key.OpenKey(KEY_READ | KEY_WRITE, papers.handle(), owned_[i].name)) {
-      key.SetDword(kIdValue, owned_[i].id);
-    }
-  }
+// The store is as it was when the entries were read: this process has not left it since.
+void CCustomPapers::WriteMissingIds(PaperStore& store) const {
+  WORD next = 0;
+  store.ForEach([&](const StoredPaper& paper) -> DWORD {
+    if (!paper.IsPaper()) return ERROR_SUCCESS;
+    if (next == count_ || View(owned_[next].name) != paper.entry.name) return ERROR_INVALID_DATA;
+    const WORD id = owned_[next++].id;
+    if (paper.entry.id == 0 && id != 0) store.WriteId(paper.keyName, id);
+    return ERROR_SUCCESS;
+  });
 }
 
 void CCustomPapers::Adopt(std::unique_ptr<PaperEntry[]> entries, WORD count) {
@@ -138,61 +184,54 @@ PaperEntry* CCustomPapers::Find(LPCWSTR name) {
   return found == nullptr ? nullptr : &owned_[found - entries_];
 }
 
-BOOL CCustomPapers::Append(const PaperEntry& paper) {
-  if (count_ == kLongestTable) return FALSE;
+PaperEntry* CCustomPapers::Append() {
   auto entries = NewEntries(size_t{count_} + 1);
-  if (entries == nullptr) return FALSE;
+  if (entries == nullptr) return nullptr;
   std::copy(entries_, entries_ + count_, entries.get());
-  PaperEntry& added = entries[count_];
-  added = paper;
-  if (added.id == 0) added.id = NextFreeCustomPaperId();
+  entries[count_] = {};
   Adopt(std::move(entries), static_cast<WORD>(count_ + 1));
-  return TRUE;
+  return &owned_[count_ - 1];
 }
 
 BOOL CCustomPapers::AddCustomPaper(const PaperEntry& paper) {
-  if (paper.name[0] == 0) return FALSE;
-  if (PaperEntry* const old = Find(paper.name)) {
-    const WORD id = paper.id != 0 ? paper.id : old->id;
-    *old = paper;
-    old->id = id;
-    Store(*old);
-    return TRUE;
+  DWORD error = loadError_ != ERROR_SUCCESS ? loadError_ : CheckStorable(paper);
+  if (error != ERROR_SUCCESS) return FailWith(error);
+  // The paper may be an entry of this table.
+  PaperEntry added = paper;
+  PaperEntry* place = Find(added.name);
+  if (added.id == 0 && place != nullptr) added.id = place->id;
+  if (added.id == 0) added.id = LowestFreeId(*this);
+  if (added.id == 0 || (place == nullptr && count_ == kLongestTable)) {
+    return FailWith(ERROR_NO_MORE_ITEMS);
   }
-  if (!Append(paper)) return FALSE;
-  Store(owned_[count_ - 1]);
+  const IdIs id = paper.id == 0 ? IdIs::kChosen : IdIs::kGiven;
+  if (place == nullptr) place = Append();
+  if (place == nullptr) return FailWith(ERROR_NOT_ENOUGH_MEMORY);
+  error = Store(*this, added, id);
+  *place = added;
+  SetLastError(error);
   return TRUE;
 }
 
-void CCustomPapers::RemoveCustomPaper(LPCWSTR name) {
-  const PaperEntry* const removed = name == nullptr || name[0] == 0 ? nullptr : Find(name);
-  if (removed == nullptr) return;
+BOOL CCustomPapers::RemoveCustomPaper(LPCWSTR name) {
+  if (loadError_ != ERROR_SUCCESS) return FailWith(loadError_);
+  const PaperEntry* const removed = View(name).empty() ? nullptr : Find(name);
+  if (removed == nullptr) return FailWith(ERROR_FILE_NOT_FOUND);
   // The name may be the entry's own.
   const PaperEntry copy = *removed;
   const WORD left = static_cast<WORD>(count_ - 1);
   auto entries = left == 0 ? nullptr : NewEntries(left);
-  if (entries == nullptr && left != 0) return;
+  if (entries == nullptr && left != 0) return FailWith(ERROR_NOT_ENOUGH_MEMORY);
   PaperEntry* const place = std::copy(entries_, removed, entries.get());
   std::copy(removed + 1, entries_ + count_, place);
   Adopt(std::move(entries), left);
-  Unstore(copy.name);
+  SetLastError(Unstore(copy));
+  return TRUE;
 }
 
 WORD CCustomPapers::NextFreeCustomPaperId() const {
-  if (count_ == 0) return kFirstCustomPaperId;
-  const std::unique_ptr<WORD[]> ids(new (std::nothrow) WORD[count_]);
-  if (ids == nullptr) return kFirstCustomPaperId;
-  DWORD taken = 0;
-  for (WORD i = 0; i < count_; ++i) {
-    if (entries_[i].id >= kFirstCustomPaperId) ids[taken++] = entries_[i].id;
-  }
-  if (taken >= kCustomIdCount) return kFirstCustomPaperId;
-  std::sort(ids.get(), ids.get() + taken);
-  // Callers may have given several papers the same id.
-  const WORD* const end = std::unique(ids.get(), ids.get() + taken);
-  WORD free = kFirstCustomPaperId;
-  for (const WORD* id = ids.get(); id != end && *id == free; ++id) ++free;
-  return free;
+  const WORD free = LowestFreeId(*this);
+  return free == 0 ? kFirstCustomPaperId : free;
 }
 
 }  // namespace kv

@@ -103,7 +103,8 @@ CStandardPapers::CStandardPapers()
     : CPaperTable(static_cast<WORD>(std::size(kStandardPapers)), kStandardPapers) {}
 
 const PaperEntry* CStandardPapers::GetDefaultPaper() const {
-  const PaperEntry* paper = FindPaperById(static_cast<WORD>(startupContext.defaultPaperSize));
+  const DWORD id = startupContext.defaultPaperSize;
+  const PaperEntry* paper = id > 0xFFFF ? nullptr : FindPaperById(static_cast<WORD>(id));
   return paper != nullptr ? paper : &entries_[0];
 }
 

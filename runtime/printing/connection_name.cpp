@@ -10,6 +10,10 @@ namespace {
 
 constexpr WideView kStart = TEXT("\\\\");
 
+bool FitsName(WideView text) {
+  return text.size() < MAX_PATH;
+}
+
 }  // namespace
 
 BOOL IsConnectionName(LPCWSTR name) {
@@ -17,22 +21,37 @@ BOOL IsConnectionName(LPCWSTR name) {
 }
 
 BOOL SplitConnectionName(LPCWSTR name, ConnectionName& parts) {
-  parts.server[0] = parts.printer[0] = 0;
-  if (!IsConnectionName(name)) return FALSE;
-  const LPCWSTR server = name + kStart.size();
-  const size_t length = View(server).find(TEXT('\\'));
-  if (length == WideView::npos) return FALSE;
-  const int capacity = static_cast<int>(std::min<size_t>(length, MAX_PATH - 1)) + 1;
-  CopyStringW(parts.server, capacity, server);
-  CopyStringW(parts.printer, server + length + 1);
+  ConnectionName split = {};
+  const WideView whole = View(name);
+  const size_t end = whole.find(TEXT('\\'), kStart.size());
+  if (IsConnectionName(name) && end != WideView::npos) {
+    const WideView server = whole.substr(kStart.size(), end - kStart.size());
+    const WideView printer = whole.substr(end + 1);
+    if (!printer.empty() && FitsName(server) && FitsName(printer)) {
+      std::copy(server.begin(), server.end(), split.server);
+      std::copy(printer.begin(), printer.end(), split.printer);
+    }
+  }
+  parts = split;
   return parts.printer[0] != 0;
 }
 
-void MakeKeyName(LPCWSTR name, WCHAR (&output)[MAX_PATH]) {
-  CopyStringW(output, name);
+BOOL IsPrinterName(LPCWSTR name) {
+  const auto isPart = [](WideView part) {
+    return !part.empty() && FitsName(part) && part.find(TEXT('\\')) == WideView::npos;
+  };
+  if (!IsConnectionName(name)) return isPart(View(name));
+  ConnectionName parts;
+  return SplitConnectionName(name, parts) && isPart(parts.server) && isPart(parts.printer);
+}
+
+BOOL MakeKeyName(LPCWSTR name, WCHAR (&output)[MAX_PATH]) {
+  const bool fits = FitsName(View(name));
+  CopyStringW(output, fits ? name : nullptr);
   for (WCHAR* c = output; *c != 0; ++c) {
     if (*c == TEXT('\\')) *c = TEXT(',');
   }
+  return fits;
 }
 
 }  // namespace kv

@@ -12,10 +12,16 @@ struct ConnectionName {
   WCHAR server[MAX_PATH];  // without backslashes
   WCHAR printer[MAX_PATH];
 };
-// Takes the name apart, each part cut to 259 characters; FALSE for a name without a printer part.
+// Takes the name, which may lie in `parts`, apart. FALSE, with both parts empty, for a name without
+// a printer part and when a part has more than 259 characters: cut, it would name another printer.
 BOOL SplitConnectionName(LPCWSTR name, ConnectionName& parts);
 
-// The name as registry keys carry it: every backslash becomes a comma; cut to 259 characters.
-void MakeKeyName(LPCWSTR name, WCHAR (&output)[MAX_PATH]);
+// Whether keys and values can be named after a printer: "printer" or "\\server\printer", with
+// neither part empty, with a backslash or of more than 259 characters.
+BOOL IsPrinterName(LPCWSTR name);
+
+// The name as registry keys carry it: every backslash becomes a comma. FALSE, with an empty output,
+// for a name of more than 259 characters. `name` may be `output`.
+BOOL MakeKeyName(LPCWSTR name, WCHAR (&output)[MAX_PATH]);
 
 }  // namespace kv

@@ -13,21 +13,27 @@ namespace {
 constexpr WCHAR kWindowsSection[] = TEXT("Windows");
 constexpr WCHAR kDeviceKey[] = TEXT("Device");
 constexpr UINT kBroadcastTimeout = 100;  // ms
+constexpr size_t kEntryCapacity = 3 * MAX_PATH;
 
 void EndAtComma(LPWSTR text) {
   const size_t comma = View(text).find(TEXT(','));
   if (comma != WideView::npos) text[comma] = 0;
 }
 
-// An entry for a printer's plain name.
-template <size_t kCapacity>
-void MakeEntry(LPCWSTR name, WCHAR (&entry)[kCapacity]) {
+// Sets the last error when the text was cut.
+BOOL Fits(BOOL fits) {
+  if (!fits) SetLastError(ERROR_INVALID_PARAMETER);
+  return fits;
+}
+
+// An entry for a printer's plain name; without its port nobody could print to it.
+BOOL MakeEntry(LPCWSTR name, WCHAR (&entry)[kEntryCapacity]) {
   WCHAR driver[MAX_PATH] = TEXT("WINSPOOL");
   WCHAR port[MAX_PATH];
+  if (!GetPrinterPortName(name, port)) return FALSE;
   if (startupContext.platform.win9xKind != 0) GetPrinterDriverFileTitle(name, driver);
-  GetPrinterPortName(name, port);
-  FormatText(entry, TEXT("%s,%s,%s"), name, static_cast<LPCWSTR>(driver),
-             static_cast<LPCWSTR>(port));
+  return Fits(FormatText(entry, TEXT("%s,%s,%s"), name, static_cast<LPCWSTR>(driver),
+                         static_cast<LPCWSTR>(port)));
 }
 
 LRESULT Broadcast() {
@@ -46,12 +52,9 @@ WCHAR GetDefaultPrinterName(WCHAR (&name)[MAX_PATH], CutAtComma cut) {
 }
 
 LRESULT SetDefaultPrinterName(LPCWSTR name) {
-  WCHAR entry[3 * MAX_PATH];
-  if (View(name).find(TEXT(',')) != WideView::npos) {
-    CopyStringW(entry, name);
-  } else {
-    MakeEntry(name, entry);
-  }
+  WCHAR entry[kEntryCapacity];
+  const bool isEntry = View(name).find(TEXT(',')) != WideView::npos;
+  if (isEntry ? !Fits(FormatText(entry, TEXT("%s"), name)) : !MakeEntry(name, entry)) return 0;
   WriteProfileStringW(kWindowsSection, kDeviceKey, entry);
   return Broadcast();
 }
@@ -62,14 +65,15 @@ void SetDefaultPrinterForUser(HKEY userRoot, LPCWSTR name) {
       !windows.OpenRW(userRoot, TEXT("Software\\Microsoft\\Windows NT\\CurrentVersion\\Windows"))) {
     return;
   }
-  WCHAR printer[MAX_PATH];
-  CopyStringW(printer, name);
+  WCHAR printer[kEntryCapacity], entry[kEntryCapacity];
+  if (name == nullptr || !FormatText(printer, TEXT("%s"), name)) return;
   EndAtComma(printer);
-  const LPCWSTR device = devices.GetString(printer, TEXT(""));
+  // The value without a name is no device.
+  const LPCWSTR device = printer[0] == 0 ? TEXT("") : devices.GetString(printer, TEXT(""));
   if (device[0] == 0) return;
-  WCHAR entry[3 * MAX_PATH];
-  FormatText(entry, TEXT("%s,%s"), static_cast<LPCWSTR>(printer), device);
-  windows.SetSz(kDeviceKey, entry);
+  if (FormatText(entry, TEXT("%s,%s"), static_cast<LPCWSTR>(printer), device)) {
+    windows.SetSz(kDeviceKey, entry);
+  }
 }
 
 void SetDefaultPrinterForAllUsers(LPCWSTR name) {
@@ -94,7 +98,10 @@ CDefaultPrinterGuard::~CDefaultPrinterGuard() {
   if (saved_[0] == 0) return;
   WCHAR current[MAX_PATH];
   GetDefaultPrinterName(current, CutAtComma::kNo);
-  if (!EqualNoCase(current, saved_)) SetDefaultPrinterName(saved_);
+  if (EqualNoCase(current, saved_)) return;
+  // An entry that was cut would lose the end of its ports; a name gets them anew.
+  if (View(saved_).size() == MAX_PATH - 1) EndAtComma(saved_);
+  SetDefaultPrinterName(saved_);
 }
 
 }  // namespace kv

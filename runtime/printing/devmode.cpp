@@ -40,10 +40,44 @@ constexpr ModeName kModeNames[] = {
     {32, TEXT("DM_NOPERMISSION")},
 };
 
+// The two sizes in a device mode, which may be misaligned.
+struct Sizes {
+  WORD structure;
+  WORD extra;
+};
+static_assert(offsetof(DEVMODEW, dmDriverExtra) == offsetof(DEVMODEW, dmSize) + sizeof(WORD));
+static_assert(offsetof(DEVMODEA, dmDriverExtra) == offsetof(DEVMODEA, dmSize) + sizeof(WORD));
+
+template <class DevMode>
+Sizes SizesOf(const DevMode* devMode) {
+  Sizes sizes;
+  std::memcpy(&sizes, reinterpret_cast<const BYTE*>(devMode) + offsetof(DevMode, dmSize),
+              sizeof sizes);
+  return sizes;
+}
+
 template <class DevMode>
 BOOL IsValid(const DevMode* devMode) {
-  return IsReadable(devMode, sizeof *devMode) && devMode->dmSize == sizeof *devMode &&
-         IsReadable(devMode, sizeof *devMode + devMode->dmDriverExtra);
+  if (!IsReadable(devMode, sizeof(DevMode))) return FALSE;
+  const Sizes sizes = SizesOf(devMode);
+  return sizes.structure == sizeof(DevMode) && IsReadable(devMode, sizeof(DevMode) + sizes.extra);
+}
+
+// An aligned copy of the structure without what lies behind it.
+template <class DevMode>
+DevMode StructureOf(const DevMode* devMode) {
+  DevMode copy;
+  std::memcpy(static_cast<void*>(&copy), static_cast<const void*>(devMode), sizeof copy);
+  return copy;
+}
+
+// The bytes of a device mode from one of its fields on.
+template <class DevMode>
+const BYTE* BytesAt(const DevMode& devMode, size_t offset) {
+  return reinterpret_cast<const BYTE*>(&devMode) + offset;
+}
+BYTE* BytesAt(DEVMODEW& devMode, size_t offset) {
+  return reinterpret_cast<BYTE*>(&devMode) + offset;
 }
 
 // The text of a field that may lack its terminator.
@@ -71,14 +105,31 @@ BOOL IsValidDevModeA(const DEVMODEA* devMode) {
   return IsValid(devMode);
 }
 
+size_t ReadableDevModeSize(const DEVMODEW* devMode) {
+  constexpr size_t kHead = offsetof(DEVMODEW, dmFields);
+  if (!IsReadable(devMode, kHead)) return 0;
+  const Sizes sizes = SizesOf(devMode);
+  const size_t size = size_t{sizes.structure} + sizes.extra;
+  return sizes.structure >= kHead && IsReadable(devMode, size) ? size : 0;
+}
+
+DEVMODEW PublicPartOf(const DEVMODEW* devMode) {
+  return StructureOf(devMode);
+}
+
 UniqueDevMode DuplicateDevmodePtr(const DEVMODEW* devMode, Quiet quiet) {
   if (devMode == nullptr) return nullptr;
-  const size_t size = DevModeSize(*devMode);
+  const size_t size = ReadableDevModeSize(devMode);
+  if (size == 0) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return nullptr;
+  }
   void* const block = AllocateBlock(size);
   if (block == nullptr) {
     if (quiet == Quiet::kNo) {
       ShowInternalError(TEXT("DuplicateDevmodePtr could not allocate DEVMODE"));
     }
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return nullptr;
   }
   std::memcpy(block, static_cast<const void*>(devMode), size);
@@ -88,23 +139,38 @@ UniqueDevMode DuplicateDevmodePtr(const DEVMODEW* devMode, Quiet quiet) {
 BOOL DevModesEqual(const DEVMODEW* a, const DEVMODEW* b) {
   if (a == nullptr || b == nullptr) return a == b;
   if (!IsValidDevMode(a) || !IsValidDevMode(b)) return FALSE;
-  if (a->dmSize != b->dmSize || a->dmDriverExtra != b->dmDriverExtra) return FALSE;
-  return FieldText(a->dmDeviceName) == FieldText(b->dmDeviceName) &&
-         std::memcmp(&a->dmSpecVersion, &b->dmSpecVersion, kMiddle) == 0 &&
-         FieldText(a->dmFormName) == FieldText(b->dmFormName) &&
-         std::memcmp(&a->dmLogPixels, &b->dmLogPixels, kEnd + a->dmDriverExtra) == 0;
+  const DEVMODEW x = PublicPartOf(a), y = PublicPartOf(b);
+  constexpr size_t kMiddleAt = offsetof(DEVMODEW, dmSpecVersion);
+  constexpr size_t kEndAt = offsetof(DEVMODEW, dmLogPixels);
+  return x.dmDriverExtra == y.dmDriverExtra &&
+         FieldText(x.dmDeviceName) == FieldText(y.dmDeviceName) &&
+         std::memcmp(BytesAt(x, kMiddleAt), BytesAt(y, kMiddleAt), kMiddle) == 0 &&
+         FieldText(x.dmFormName) == FieldText(y.dmFormName) &&
+         std::memcmp(BytesAt(x, kEndAt), BytesAt(y, kEndAt), kEnd) == 0 &&
+         std::memcmp(PrivatePartOf(a), PrivatePartOf(b), x.dmDriverExtra) == 0;
 }
 
 UniqueDevMode DevModeFromA(const DEVMODEA* devMode) {
-  if (!IsValidDevModeA(devMode)) return nullptr;
-  void* const block = AllocateBlock(sizeof(DEVMODEW) + devMode->dmDriverExtra);
-  if (block == nullptr) return nullptr;
+  if (!IsValidDevModeA(devMode)) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return nullptr;
+  }
+  const DEVMODEA narrow = StructureOf(devMode);
+  void* const block = AllocateBlock(sizeof(DEVMODEW) + narrow.dmDriverExtra);
+  if (block == nullptr) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return nullptr;
+  }
   UniqueDevMode wide(static_cast<DEVMODEW*>(block));
-  WidenField(devMode->dmDeviceName, wide->dmDeviceName);
-  std::memcpy(&wide->dmSpecVersion, &devMode->dmSpecVersion, kMiddle);
+  WidenField(narrow.dmDeviceName, wide->dmDeviceName);
+  std::memcpy(BytesAt(*wide, offsetof(DEVMODEW, dmSpecVersion)),
+              BytesAt(narrow, offsetof(DEVMODEA, dmSpecVersion)), kMiddle);
   wide->dmSize = sizeof *wide;
-  WidenField(devMode->dmFormName, wide->dmFormName);
-  std::memcpy(&wide->dmLogPixels, &devMode->dmLogPixels, kEnd + devMode->dmDriverExtra);
+  WidenField(narrow.dmFormName, wide->dmFormName);
+  std::memcpy(BytesAt(*wide, offsetof(DEVMODEW, dmLogPixels)),
+              BytesAt(narrow, offsetof(DEVMODEA, dmLogPixels)), kEnd);
+  std::memcpy(BytesAt(*wide, sizeof *wide), reinterpret_cast<const BYTE*>(devMode) + sizeof narrow,
+              narrow.dmDriverExtra);
   return wide;
 }
 

@@ -3,7 +3,8 @@
 //
 // Device modes come from drivers, other processes and the registry, so pointers to them are not
 // trusted: a valid one is readable, and its dmSize is that of the structure (220 bytes, narrow
-// 156). What is not valid is never read beyond that test. Texts in them need not be terminated.
+// 156). No more is ever read of one than was found to be readable, and it may lie at any address,
+// odd ones too. Texts in them need not be terminated.
 #pragma once
 
 #include "runtime/core/flags.h"
@@ -26,10 +27,20 @@ BOOL IsValidDevModeA(const DEVMODEA* devMode);
 inline size_t DevModeSize(const DEVMODEW& devMode) {
   return size_t{devMode.dmSize} + devMode.dmDriverExtra;
 }
+// The same of one that need not be valid: the structures of older drivers are shorter. 0 when it
+// ends before dmFields or cannot be read whole.
+size_t ReadableDevModeSize(const DEVMODEW* devMode);
 
-// A copy of the DevModeSize bytes, which must be readable; structures of older drivers, which are
-// not valid here, are copied as well. Null for null. Without memory null after the report
-// "DuplicateDevmodePtr could not allocate DEVMODE".
+// A copy of the public part of a valid device mode, and where its driver's data lie.
+DEVMODEW PublicPartOf(const DEVMODEW* devMode);
+inline const BYTE* PrivatePartOf(const DEVMODEW* devMode) {
+  return reinterpret_cast<const BYTE*>(devMode) + sizeof(DEVMODEW);
+}
+
+// A copy of the ReadableDevModeSize bytes; structures of older drivers, which are not valid here,
+// are copied as well. Null for null; null, with ERROR_INVALID_PARAMETER, when it cannot be read.
+// Without memory null, with ERROR_NOT_ENOUGH_MEMORY, after the report "DuplicateDevmodePtr could
+// not allocate DEVMODE" unless `quiet`.
 UniqueDevMode DuplicateDevmodePtr(const DEVMODEW* devMode, Quiet quiet);
 
 // Whether two device modes stand for the same settings: all bytes count but those behind the
@@ -38,7 +49,8 @@ UniqueDevMode DuplicateDevmodePtr(const DEVMODEW* devMode, Quiet quiet);
 BOOL DevModesEqual(const DEVMODEW* a, const DEVMODEW* b);
 
 // The wide form of a narrow device mode, with its driver's data as they are. Null, without a
-// report, for one that is not valid and when memory runs out.
+// report, for one that is not valid (ERROR_INVALID_PARAMETER) and when memory runs out
+// (ERROR_NOT_ENOUGH_MEMORY).
 UniqueDevMode DevModeFromA(const DEVMODEA* devMode);
 
 constexpr int kModeTextCapacity = 160;

@@ -9,34 +9,44 @@ namespace {
 
 constexpr WCHAR kDefaultDevMode[] = TEXT("Default DevMode");
 
-// Writes one device mode to several keys and remembers whether it was new to one of them.
+// Writes one valid device mode to several keys and remembers whether it was new to one of them.
 class CopyWriter {
  public:
-  explicit CopyWriter(const DEVMODEW& devMode) : devMode_(devMode) {}
+  explicit CopyWriter(const DEVMODEW* devMode)
+      : devMode_(devMode), size_(static_cast<DWORD>(DevModeSize(PublicPartOf(devMode)))) {}
 
   void Write(RegKey& key, LPCWSTR value) {
-    const DWORD size = static_cast<DWORD>(DevModeSize(devMode_));
     const BYTE* stored = nullptr;
     DWORD storedSize = 0;
-    if (key.GetBinary(value, &stored, &storedSize) && storedSize == size &&
-        DevModesEqual(reinterpret_cast<const DEVMODEW*>(stored), &devMode_)) {
+    if (key.GetBinary(value, &stored, &storedSize) && storedSize == size_ &&
+        DevModesEqual(reinterpret_cast<const DEVMODEW*>(stored), devMode_)) {
       return;
     }
-    if (key.SetBinary(value, &devMode_, size)) written_ = true;
+    if (key.SetBinary(value, devMode_, size_)) written_ = true;
   }
   WriteResult result() const { return written_ ? kWritten : kUnchanged; }
 
  private:
-  const DEVMODEW& devMode_;
+  const DEVMODEW* devMode_;
+  DWORD size_;
   bool written_ = false;
 };
+
+WriteResult Refuse(DWORD error) {
+  SetLastError(error);
+  return kWriteFailed;
+}
+
+bool IsWindows9x() {
+  return startupContext.platform.win9xKind != 0;
+}
 
 void StoreForUser(LPCWSTR printer, CopyWriter& writer) {
   if (IsConnectionName(printer)) {
     WCHAR name[MAX_PATH];
-    MakeKeyName(printer, name);
     RegKey key;
-    if (key.Create(HKEY_CURRENT_USER, TEXT("Printers\\Connections\\%s"),
+    if (MakeKeyName(printer, name) &&
+        key.Create(HKEY_CURRENT_USER, TEXT("Printers\\Connections\\%s"),
                    static_cast<LPCWSTR>(name))) {
       writer.Write(key, TEXT("DevMode"));
     }
@@ -71,8 +81,10 @@ void StoreForLocalPrinter(LPCWSTR printer, CopyWriter& writer) {
 
 WriteResult StoreDevMode(LPCWSTR printer, const DEVMODEW* devMode, ForPrinter forPrinter,
                          ForUser forUser) {
-  if (startupContext.platform.win9xKind != 0 || !IsValidDevMode(devMode)) return kWriteFailed;
-  CopyWriter writer(*devMode);
+  if (IsWindows9x()) return Refuse(ERROR_CALL_NOT_IMPLEMENTED);
+  if (!IsPrinterName(printer)) return Refuse(ERROR_INVALID_PRINTER_NAME);
+  if (!IsValidDevMode(devMode)) return Refuse(ERROR_INVALID_PARAMETER);
+  CopyWriter writer(devMode);
   if (forUser == ForUser::kYes) StoreForUser(printer, writer);
   if (forPrinter == ForPrinter::kYes) {
     if (IsConnectionName(printer)) {
@@ -86,7 +98,7 @@ WriteResult StoreDevMode(LPCWSTR printer, const DEVMODEW* devMode, ForPrinter fo
 
 WriteResult StoreDevModeA(LPCWSTR printer, const DEVMODEA* devMode, ForPrinter forPrinter,
                           ForUser forUser) {
-  if (startupContext.platform.win9xKind != 0) return kWriteFailed;
+  if (IsWindows9x()) return Refuse(ERROR_CALL_NOT_IMPLEMENTED);
   const UniqueDevMode wide = DevModeFromA(devMode);
   return wide == nullptr ? kWriteFailed : StoreDevMode(printer, wide.get(), forPrinter, forUser);
 }

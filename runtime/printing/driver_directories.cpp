@@ -38,21 +38,29 @@ LPCWSTR ServerShareFormat() {
   }
 }
 
+WCHAR Refuse(DWORD error, WCHAR (&path)[MAX_PATH]) {
+  path[0] = 0;
+  SetLastError(error);
+  return 0;
+}
+
 // The file in the directory, or the directory itself without one.
-WCHAR JoinFile(LPCWSTR directory, LPCWSTR file, WCHAR (&path)[MAX_PATH]) {
+WCHAR JoinFile(const WCHAR (&directory)[MAX_PATH], LPCWSTR file, WCHAR (&path)[MAX_PATH]) {
+  WCHAR joined[MAX_PATH];
   if (View(file).empty()) {
-    CopyStringW(path, directory);
-  } else {
-    PathJoin(directory, file, path, MAX_PATH);
+    CopyStringW(joined, directory);
+  } else if (!PathJoin(directory, file, joined, MAX_PATH)) {
+    return Refuse(ERROR_FILENAME_EXCED_RANGE, path);
   }
+  CopyStringW(path, joined);
   return path[0];
 }
 
 }  // namespace
 
 WCHAR GetDriverDirectory(LPCWSTR environment, LPCWSTR file, WCHAR (&path)[MAX_PATH]) {
-  path[0] = 0;
   if (IsLinkTarget(file)) {
+    if (View(file).size() >= MAX_PATH) return Refuse(ERROR_FILENAME_EXCED_RANGE, path);
     CopyStringW(path, file);
     return path[0];
   }
@@ -60,9 +68,14 @@ WCHAR GetDriverDirectory(LPCWSTR environment, LPCWSTR file, WCHAR (&path)[MAX_PA
   DWORD needed = 0;
   if (!GetPrinterDriverDirectoryW(nullptr, const_cast<LPWSTR>(environment), 1,
                                   reinterpret_cast<BYTE*>(directory), sizeof(directory), &needed)) {
-    return 0;
+    const DWORD error = GetLastError();
+    return Refuse(error == ERROR_INSUFFICIENT_BUFFER ? ERROR_FILENAME_EXCED_RANGE : error, path);
   }
-  AppendText(directory, MAX_PATH, TEXT("%s"), VersionDirectory());
+  // Joined with nothing the file would lie in the root of the current drive.
+  if (directory[0] == 0) return Refuse(ERROR_PATH_NOT_FOUND, path);
+  if (!AppendText(directory, MAX_PATH, TEXT("%s"), VersionDirectory())) {
+    return Refuse(ERROR_FILENAME_EXCED_RANGE, path);
+  }
   return JoinFile(directory, file, path);
 }
 
@@ -76,11 +89,11 @@ WCHAR GetNativeDriverDirectory(LPCWSTR file, WCHAR (&path)[MAX_PATH]) {
 }
 
 WCHAR GetServerDriverShare(LPCWSTR server, LPCWSTR file, WCHAR (&path)[MAX_PATH]) {
-  path[0] = 0;
   const LPCWSTR format = ServerShareFormat();
   WCHAR share[MAX_PATH];
-  if (format == nullptr) return 0;
-  FormatText(share, format, server);
+  if (format == nullptr) return Refuse(ERROR_INVALID_ENVIRONMENT, path);
+  if (View(server).empty()) return Refuse(ERROR_INVALID_PARAMETER, path);
+  if (!FormatText(share, format, server)) return Refuse(ERROR_FILENAME_EXCED_RANGE, path);
   return JoinFile(share, file, path);
 }
 

@@ -12,14 +12,14 @@ class LayerStack {
   LayerStack(ProductDevMode& result, SettingsObserver* observer)
       : result_(result), observer_(observer) {}
 
-  void Tell(SettingsLayer layer, const DEVMODEW& carried) {
+  void Tell(SettingsLayer layer, const DEVMODEW* carried) {
     if (observer_ != nullptr) observer_->AfterLayer(layer, carried, result_);
   }
   // Null is a layer that is not there.
   void Lay(SettingsLayer layer, const DEVMODEW* devMode) {
-    if (devMode == nullptr) return;
+    if (!IsValidDevMode(devMode)) return;
     MergeDevMode(devMode, result_);
-    Tell(layer, *devMode);
+    Tell(layer, devMode);
   }
 
  private:
@@ -44,9 +44,11 @@ void LaySpooler(HANDLE handle, LayerStack& layers) {
 
 void GetEffectiveDevMode(HANDLE handle, LPCWSTR user, LPCWSTR printer, const DEVMODEW* caller,
                          ProductDevMode& result, SettingsObserver* observer) {
-  LayerStack layers(result, observer);
-  DefaultDevMode(printer, result);
-  layers.Tell(SettingsLayer::kDefaults, result.dev);
+  // The arguments may lie in the result.
+  ProductDevMode made;
+  LayerStack layers(made, observer);
+  DefaultDevMode(printer, made);
+  layers.Tell(SettingsLayer::kDefaults, &made.dev);
   LaySpooler(handle, layers);
   ProductDevMode stored;
   ReadUserPrinterSettings(user, printer, kStoredOnly, stored);
@@ -54,6 +56,7 @@ void GetEffectiveDevMode(HANDLE handle, LPCWSTR user, LPCWSTR printer, const DEV
   layers.Lay(SettingsLayer::kCaller, caller);
   ReadUserPrinterSettings(user, printer, kStoredOnly | kOwnPrinterKey, stored);
   layers.Lay(SettingsLayer::kStoredOwn, &stored.dev);
+  result = made;
 }
 
 }  // namespace kv

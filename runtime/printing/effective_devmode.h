@@ -16,10 +16,11 @@ enum class SettingsLayer {
   kStoredOwn,  // those of the printer's own key
 };
 
-// Is told of each layer that was there, and of the result with it.
+// Is told of each layer that was there and valid, and of the result with it.
 class SettingsObserver {
  public:
-  virtual void AfterLayer(SettingsLayer layer, const DEVMODEW& carried,
+  // `carried` may lie at an odd address; MergeDevMode and its like read it.
+  virtual void AfterLayer(SettingsLayer layer, const DEVMODEW* carried,
                           const ProductDevMode& result) = 0;
 
  protected:
@@ -28,7 +29,9 @@ class SettingsObserver {
 
 // Puts the settings for `printer` together in `result`. `handle` may be null, when the spooler has
 // nothing to say; `user` is the name of a key below HKEY_USERS (null or empty: the current user);
-// `caller` may be null. Nothing the spooler refuses is reported.
+// `caller` may be null, and may be the device mode in `result`, as may the printer's name. Nothing
+// the spooler refuses is reported; a user whose key cannot be opened is, as by
+// ReadUserPrinterSettings.
 void GetEffectiveDevMode(HANDLE handle, LPCWSTR user, LPCWSTR printer, const DEVMODEW* caller,
                          ProductDevMode& result, SettingsObserver* observer = nullptr);
 

@@ -37,22 +37,27 @@ CPrintServersKey::CPrintServersKey(KeyMode mode) {
 
 BOOL CPrintServersKey::MakePrinterPath(LPCWSTR connection, WCHAR (&path)[MAX_PATH], BOOL* isGuid) {
   ConnectionName parts;
-  if (!SplitConnectionName(connection, parts)) return FALSE;
   WCHAR guid[MAX_PATH];
-  const BOOL hasGuid = GetPrinterConnectionGuid(HKEY_CURRENT_USER, connection, guid, MAX_PATH);
+  const BOOL isPrinter = IsPrinterName(connection) && SplitConnectionName(connection, parts);
+  const BOOL hasGuid =
+      isPrinter && GetPrinterConnectionGuid(HKEY_CURRENT_USER, connection, guid, MAX_PATH);
   if (isGuid != nullptr) *isGuid = hasGuid;
-  return FormatText(path, TEXT("%s\\Printers\\%s"), static_cast<LPCWSTR>(parts.server),
-                    static_cast<LPCWSTR>(hasGuid ? guid : parts.printer));
+  if (isPrinter && FormatText(path, TEXT("%s\\Printers\\%s"), static_cast<LPCWSTR>(parts.server),
+                              static_cast<LPCWSTR>(hasGuid ? guid : parts.printer))) {
+    return TRUE;
+  }
+  path[0] = 0;
+  return FALSE;
 }
 
 BOOL CPrintServersKey::GetRemotePrinterShareName(LPCWSTR connection, LPWSTR output, int capacity) {
-  CopyStringW(output, capacity, nullptr);
-  if (!IsOpen()) return FALSE;
   WCHAR path[MAX_PATH];
   BOOL isGuid = FALSE;
   RegKey printer;
-  if (!MakePrinterPath(connection, path, &isGuid)) return FALSE;
-  if (!printer.OpenKey(KEY_READ, handle(), path)) return FALSE;
+  const BOOL isOpen = IsOpen() && MakePrinterPath(connection, path, &isGuid) &&
+                      printer.OpenKey(KEY_READ, handle(), path);
+  CopyStringW(output, capacity, nullptr);
+  if (!isOpen) return FALSE;
   if (!isGuid) return printer.ReadString(TEXT("Share Name"), output, capacity, Expand::kNo) != 0;
   RegKey directory;
   return directory.Open(printer.handle(), TEXT("DsSpooler")) &&
@@ -60,14 +65,14 @@ BOOL CPrintServersKey::GetRemotePrinterShareName(LPCWSTR connection, LPWSTR outp
 }
 
 BOOL GetPrinterConnectionGuid(HKEY userRoot, LPCWSTR connection, LPWSTR output, int capacity) {
-  CopyStringW(output, capacity, nullptr);
-  if (startupContext.platform.ntKind < kWindowsVista) return FALSE;
   ConnectionName parts;
-  if (!SplitConnectionName(connection, parts)) return FALSE;
   RegKey key;
-  return key.Open(userRoot, TEXT("Printers\\Connections\\,,%s,%s"),
-                  static_cast<LPCWSTR>(parts.server), static_cast<LPCWSTR>(parts.printer)) &&
-         key.ReadString(TEXT("GuidPrinter"), output, capacity, Expand::kNo) != 0;
+  const BOOL isOpen =
+      startupContext.platform.ntKind >= kWindowsVista && SplitConnectionName(connection, parts) &&
+      key.Open(userRoot, TEXT("Printers\\Connections\\,,%s,%s"), static_cast<LPCWSTR>(parts.server),
+               static_cast<LPCWSTR>(parts.printer));
+  CopyStringW(output, capacity, nullptr);
+  return isOpen && key.ReadString(TEXT("GuidPrinter"), output, capacity, Expand::kNo) != 0;
 }
 
 }  // namespace kv

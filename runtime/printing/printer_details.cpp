@@ -41,19 +41,23 @@ BOOL ReadDriverFileTitle(HANDLE printer, LPWSTR output) {
 
 BOOL GetPrinterDetails(LPCWSTR printer, LPWSTR driver, LPWSTR port, LPWSTR share,
                        LPWSTR driverFileTitle) {
+  UniquePrinter handle;
+  if (View(printer).empty()) {
+    SetLastError(ERROR_INVALID_PRINTER_NAME);
+  } else {
+    OpenPrinterHandle(printer, handle.Receive(), nullptr, FALSE);
+  }
   for (const LPWSTR output : {driver, port, share, driverFileTitle}) {
     if (output != nullptr) output[0] = 0;
   }
-  UniquePrinter handle;
-  if (!OpenPrinterHandle(printer, handle.Receive(), nullptr, FALSE)) return FALSE;
-  BOOL complete = TRUE;
-  if (driver != nullptr || port != nullptr || share != nullptr) {
-    complete = ReadNames(handle.Get(), driver, port, share);
-  }
-  if (driverFileTitle != nullptr && !ReadDriverFileTitle(handle.Get(), driverFileTitle)) {
-    complete = FALSE;
-  }
-  return complete;
+  if (!handle) return FALSE;
+  const bool asksNames = driver != nullptr || port != nullptr || share != nullptr;
+  const BOOL named = !asksNames || ReadNames(handle.Get(), driver, port, share);
+  const DWORD error = GetLastError();
+  const BOOL titled =
+      driverFileTitle == nullptr || ReadDriverFileTitle(handle.Get(), driverFileTitle);
+  if (!named) SetLastError(error);
+  return named && titled;
 }
 
 BOOL GetPrinterDriverName(LPCWSTR printer, LPWSTR driver) {
@@ -69,12 +73,13 @@ BOOL GetPrinterDriverFileTitle(LPCWSTR printer, LPWSTR title) {
 }
 
 BOOL GetPrinterShareName(LPCWSTR printer, LPWSTR output, int capacity) {
+  WCHAR share[MAX_PATH];
+  BOOL found = FALSE;
   if (startupContext.platform.win9xKind == 0 && IsConnectionName(printer)) {
     CPrintServersKey servers(KeyMode::kRead);
-    if (servers.GetRemotePrinterShareName(printer, output, capacity)) return TRUE;
+    found = servers.GetRemotePrinterShareName(printer, share, MAX_PATH);
   }
-  WCHAR share[MAX_PATH];
-  const BOOL found = GetPrinterDetails(printer, nullptr, nullptr, share, nullptr);
+  if (!found) found = GetPrinterDetails(printer, nullptr, nullptr, share, nullptr);
   CopyStringW(output, capacity, share);
   return found;
 }

@@ -1,6 +1,7 @@
 #include "runtime/printing/printer_device.h"
 
 #include <algorithm>
+#include <cstring>
 #include <new>
 
 #include "runtime/printing/printer_details.h"
@@ -12,20 +13,43 @@ namespace kv {
 namespace {
 
 constexpr int kMicrometresPerInch = 25400;
+constexpr int kMostBins = 0xFFFF;  // their ids have 16 bits
 
 // Drivers of older systems ask for less than today's structure has.
 size_t RoomFor(LONG size) {
   return std::max<size_t>(static_cast<size_t>(size), sizeof(DEVMODEW));
 }
 
+// Margins and what drivers say of a page may be any numbers.
+LONG Saturated(LONGLONG number) {
+  constexpr LONGLONG kLargest = 0x7FFFFFFF;
+  return static_cast<LONG>(std::clamp(number, -kLargest - 1, kLargest));
+}
+
+LONG Refuse(DWORD error) {
+  SetLastError(error);
+  return -1;
+}
+
+LONG ToMicrometres(LONG pixels, LONG dpi) {
+  if (dpi <= 0) return 0;
+  return std::max(MulDiv(static_cast<int>(pixels), kMicrometresPerInch, static_cast<int>(dpi)), 0);
+}
+
 }  // namespace
 
 CPrinterDevice::CPrinterDevice(LPCWSTR name, int openMode, const DEVMODEW* input, HDC context)
     : context_(context) {
-  if (View(name).empty()) return;
+  if (View(name).empty()) {
+    SetLastError(ERROR_INVALID_PRINTER_NAME);
+    return;
+  }
   deviceName_ = CopyOf(name);
   portName_ = GetDevicePort(name);
-  if (deviceName_ == nullptr) return;
+  if (deviceName_ == nullptr) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return;
+  }
   Open(openMode);
   if (printer_ != nullptr) AskDriver(input);
 }
@@ -40,31 +64,49 @@ void CPrinterDevice::Open(int openMode) {
     PRINTER_DEFAULTSW all = {nullptr, nullptr, PRINTER_ALL_ACCESS};
     if (OpenPrinterHandle(deviceName_.get(), &printer_, &all, FALSE)) return;
   }
-  if (!OpenPrinterHandle(deviceName_.get(), &printer_, nullptr, FALSE)) printer_ = nullptr;
+  OpenPrinterHandle(deviceName_.get(), &printer_, nullptr, FALSE);
+}
+
+LONG CPrinterDevice::FillFromDriver(HWND owner, const DEVMODEW* input, DWORD mode) {
+  // The driver may have more settings than when it was asked last.
+  const LONG size = DocumentPropertiesW(nullptr, printer_, deviceName_.get(), nullptr, nullptr, 0);
+  if (size <= 0) return size;
+  UniqueDevMode output(static_cast<DEVMODEW*>(AllocateBlock(RoomFor(size)))), copy;
+  if (output == nullptr) return Refuse(ERROR_NOT_ENOUGH_MEMORY);
+  if (input != nullptr) {
+    copy = DuplicateDevmodePtr(input, Quiet::kNo);
+    // Settings that are not those asked for would be worse than none.
+    if (copy == nullptr) return -1;
+    mode |= DM_IN_BUFFER;
+  }
+  const LONG answer = DocumentPropertiesW(owner, printer_, deviceName_.get(), output.get(),
+                                          copy.get(), mode | DM_OUT_BUFFER);
+  const bool isCancelled = (mode & DM_IN_PROMPT) != 0 && answer != IDOK;
+  if (answer <= 0 || isCancelled) return answer;
+  // What claims to be longer than the driver asked room for would be read beyond its end.
+  if (DevModeSize(*output) > RoomFor(size)) return Refuse(ERROR_INVALID_DATA);
+  Adopt(std::move(output), size);
+  return answer;
+}
+
+// Callers may hold the address of the device mode.
+void CPrinterDevice::Adopt(UniqueDevMode settings, LONG size) {
+  if (devMode_ != nullptr && RoomFor(size) <= RoomFor(devModeSize_)) {
+    std::memcpy(static_cast<void*>(devMode_.get()), settings.get(), RoomFor(size));
+    return;
+  }
+  devMode_ = std::move(settings);
+  devModeSize_ = size;
 }
 
 void CPrinterDevice::AskDriver(const DEVMODEW* input) {
-  devModeSize_ = DocumentPropertiesW(nullptr, printer_, deviceName_.get(), nullptr, nullptr, 0);
-  if (devModeSize_ <= 0) return;
-  devMode_.reset(static_cast<DEVMODEW*>(AllocateBlock(RoomFor(devModeSize_))));
-  if (devMode_ == nullptr) return;
-  DWORD mode = DM_OUT_BUFFER;
-  UniqueDevMode copy;
-  if (input != nullptr) {
-    mode |= DM_IN_BUFFER;
-    copy = DuplicateDevmodePtr(input, Quiet::kNo);
-  }
-  const LONG answer =
-      DocumentPropertiesW(nullptr, printer_, deviceName_.get(), devMode_.get(), copy.get(), mode);
-  // What claims to be longer than the driver asked room for would be read beyond its end.
-  if (answer <= 0 || DevModeSize(*devMode_) > RoomFor(devModeSize_)) {
-    devMode_.reset();
-    return;
-  }
+  if (FillFromDriver(nullptr, input, 0) <= 0) return;
   if (context_ == nullptr) CreateContext();
+  const DWORD error = GetLastError();
   if (context_ != nullptr) ReadMetrics();
   fieldsSupported_ = static_cast<DWORD>(std::max(Capability(DC_FIELDS), 0));
-  trueTypeCapabilities_ = Capability(DC_TRUETYPE);
+  trueTypeCapabilities_ = std::max(Capability(DC_TRUETYPE), 0);
+  if (context_ == nullptr) SetLastError(error);
 }
 
 int CPrinterDevice::Capability(WORD capability, LPWSTR output) const {
@@ -102,12 +144,12 @@ void CPrinterDevice::ReadMetrics() {
   physicalSize_ = pair(PHYSICALWIDTH, PHYSICALHEIGHT);
   physicalOffset_ = pair(PHYSICALOFFSETX, PHYSICALOFFSETY);
   printableSize_ = pair(HORZRES, VERTRES);
-  printableSize_.cx -= marginAdjust_.cx;
-  printableSize_.cy -= marginAdjust_.cy;
+  printableSize_.cx = Saturated(LONGLONG{printableSize_.cx} - marginAdjust_.cx);
+  printableSize_.cy = Saturated(LONGLONG{printableSize_.cy} - marginAdjust_.cy);
 }
 
 BOOL CPrinterDevice::ApplyDevMode(Refresh refresh) {
-  if (devMode_ == nullptr || context_ == nullptr) return FALSE;
+  if (devMode_ == nullptr || context_ == nullptr) return RefuseWithoutParts();
   const HDC reset = ResetDCW(context_, devMode_.get());
   if (reset != nullptr) {
     context_ = reset;
@@ -122,8 +164,9 @@ BOOL CPrinterDevice::ApplyDevMode(Refresh refresh) {
 }
 
 RECT CPrinterDevice::GetPaperRect() const {
-  const SIZE size = physicalSize(), offset = physicalOffset();
-  return {-offset.cx, -offset.cy, size.cx - offset.cx, size.cy - offset.cy};
+  const LONGLONG x = physicalOffset().cx, y = physicalOffset().cy;
+  const SIZE size = physicalSize();
+  return {Saturated(-x), Saturated(-y), Saturated(size.cx - x), Saturated(size.cy - y)};
 }
 
 RECT CPrinterDevice::GetPrintableRect() const {
@@ -132,16 +175,18 @@ RECT CPrinterDevice::GetPrintableRect() const {
 }
 
 RECT CPrinterDevice::GetCenteredPrintableRect() const {
-  const SIZE paper = physicalSize(), area = printableSize(), offset = physicalOffset();
-  const LONG x = std::max(offset.cx, paper.cx - area.cx - offset.cx);
-  const LONG y = std::max(offset.cy, paper.cy - area.cy - offset.cy);
-  return {x - offset.cx, y - offset.cy, paper.cx - x - offset.cx, paper.cy - y - offset.cy};
+  const SIZE paper = physicalSize(), area = printableSize();
+  const LONGLONG left = physicalOffset().cx, top = physicalOffset().cy;
+  const LONGLONG x = std::max(left, LONGLONG{paper.cx} - area.cx - left);
+  const LONGLONG y = std::max(top, LONGLONG{paper.cy} - area.cy - top);
+  return {Saturated(x - left), Saturated(y - top), Saturated(paper.cx - x - left),
+          Saturated(paper.cy - y - top)};
 }
 
 int CPrinterDevice::GetLineHeight() const {
   TEXTMETRICW metrics = {};
   if (context_ == nullptr || !GetTextMetricsW(context_, &metrics)) return 0;
-  return static_cast<int>(metrics.tmHeight + metrics.tmExternalLeading);
+  return static_cast<int>(Saturated(LONGLONG{metrics.tmHeight} + metrics.tmExternalLeading));
 }
 
 BOOL CPrinterDevice::HasEscape(int escape) const {
@@ -162,12 +207,7 @@ void CPrinterDevice::GetPaper(WORD* id, SIZE* size, SIZE* micrometres) const {
   if (id != nullptr) *id = devMode_ == nullptr ? WORD{0} : static_cast<WORD>(devMode_->dmPaperSize);
   if (size != nullptr) *size = paper;
   if (micrometres == nullptr) return;
-  *micrometres = {};
-  if (context_ == nullptr) return;
-  micrometres->cx =
-      MulDiv(static_cast<int>(paper.cx), kMicrometresPerInch, static_cast<int>(dpi.cx));
-  micrometres->cy =
-      MulDiv(static_cast<int>(paper.cy), kMicrometresPerInch, static_cast<int>(dpi.cy));
+  *micrometres = {ToMicrometres(paper.cx, dpi.cx), ToMicrometres(paper.cy, dpi.cy)};
 }
 
 BOOL CPrinterDevice::SupportsCollate() const {
@@ -188,13 +228,13 @@ BOOL CPrinterDevice::BuildBinTable() {
   if (bins_ != nullptr) return TRUE;
   if (deviceName_ == nullptr) return FALSE;
   const int count = Capability(DC_BINS);
-  if (count < 1) return FALSE;
+  if (count < 1 || count > kMostBins) return FALSE;
   const size_t number = static_cast<size_t>(count);
   const std::unique_ptr<WORD[]> ids(new (std::nothrow) WORD[number]());
   const std::unique_ptr<WCHAR[]> names(new (std::nothrow) WCHAR[number * kBinNameLength]());
   std::unique_ptr<PrinterBin[]> bins(new (std::nothrow) PrinterBin[number]());
   if (ids == nullptr || names == nullptr || bins == nullptr) return FALSE;
-  Capability(DC_BINS, reinterpret_cast<LPWSTR>(ids.get()));
+  if (Capability(DC_BINS, reinterpret_cast<LPWSTR>(ids.get())) < 1) return FALSE;
   Capability(DC_BINNAMES, names.get());
   for (size_t i = 0; i < number; ++i) {
     const WCHAR* const end = names.get() + (i + 1) * kBinNameLength;
@@ -224,11 +264,13 @@ BOOL CPrinterDevice::GetBin(DWORD index, WORD* id, WCHAR (&name)[kBinNameLength 
 }
 
 const DEVMODEW* CPrinterDevice::ShowProperties(HWND owner, const DEVMODEW* devMode) {
-  if (printer_ == nullptr || devMode_ == nullptr) return nullptr;
-  const UniqueDevMode input =
-      DuplicateDevmodePtr(devMode != nullptr ? devMode : devMode_.get(), Quiet::kNo);
-  const LONG answer = DocumentPropertiesW(owner, printer_, deviceName_.get(), devMode_.get(),
-                                          input.get(), DM_IN_BUFFER | DM_IN_PROMPT | DM_OUT_BUFFER);
+  if (printer_ == nullptr || devMode_ == nullptr) {
+    RefuseWithoutParts();
+    return nullptr;
+  }
+  const DEVMODEW* const input = devMode != nullptr ? devMode : devMode_.get();
+  const LONG answer = FillFromDriver(owner, input, DM_IN_PROMPT);
+  if (answer == IDCANCEL) SetLastError(ERROR_CANCELLED);
   return answer == IDOK ? devMode_.get() : nullptr;
 }
 

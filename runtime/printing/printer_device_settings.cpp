@@ -1,6 +1,7 @@
 // The settings of a printer device: reading and changing its device mode.
 #include <cstring>
 
+#include "runtime/core/last_error.h"
 #include "runtime/printing/printer_device.h"
 
 namespace kv {
@@ -32,6 +33,10 @@ short CPrinterDevice::GetDefaultSource() const {
   return devMode_ == nullptr ? short{0} : devMode_->dmDefaultSource;
 }
 
+BOOL CPrinterDevice::RefuseWithoutParts() {
+  return FailWith(ERROR_INVALID_HANDLE);
+}
+
 BOOL CPrinterDevice::Store(DWORD flag, short& field, short value) {
   if (HasField(flag) && field == value) return FALSE;
   devMode_->dmFields |= flag;
@@ -53,7 +58,7 @@ BOOL CPrinterDevice::ApplyIfAsked(Apply apply) {
 }
 
 BOOL CPrinterDevice::SetPaperSize(short id, Apply apply) {
-  if (devMode_ == nullptr) return FALSE;
+  if (devMode_ == nullptr) return RefuseWithoutParts();
   // Ids are unsigned: those above 32767 are the driver's as well.
   const bool isDriversOwn = static_cast<WORD>(id) >= DMPAPER_USER;
   if (HasField(DM_PAPERSIZE) && devMode_->dmPaperSize == id && !isDriversOwn) return TRUE;
@@ -62,7 +67,7 @@ BOOL CPrinterDevice::SetPaperSize(short id, Apply apply) {
 }
 
 BOOL CPrinterDevice::SetOrientation(short orientation, Apply apply) {
-  if (devMode_ == nullptr) return FALSE;
+  if (devMode_ == nullptr) return RefuseWithoutParts();
   if (!Store(DM_ORIENTATION, devMode_->dmOrientation, orientation)) return TRUE;
   return ApplyIfAsked(apply);
 }
@@ -72,59 +77,61 @@ BOOL CPrinterDevice::SetPortrait(BOOL portrait, Apply apply) {
 }
 
 BOOL CPrinterDevice::SetDuplex(short duplex, Apply apply) {
-  if (devMode_ == nullptr) return FALSE;
+  if (devMode_ == nullptr) return RefuseWithoutParts();
   if (!Store(DM_DUPLEX, devMode_->dmDuplex, duplex)) return TRUE;
   return ApplyIfAsked(apply);
 }
 
 BOOL CPrinterDevice::SetDefaultSource(short source) {
-  if (devMode_ == nullptr) return FALSE;
+  if (devMode_ == nullptr) return RefuseWithoutParts();
   if (!Store(DM_DEFAULTSOURCE, devMode_->dmDefaultSource, source)) return TRUE;
   return ApplyNow();
 }
 
 BOOL CPrinterDevice::SetCollate(short collate) {
-  if (devMode_ == nullptr) return FALSE;
+  if (devMode_ == nullptr) return RefuseWithoutParts();
   Store(DM_COLLATE, devMode_->dmCollate, collate);
   return ApplyNow();
 }
 
 BOOL CPrinterDevice::SetColor(short color) {
-  if (devMode_ == nullptr) return FALSE;
+  if (devMode_ == nullptr) return RefuseWithoutParts();
   Store(DM_COLOR, devMode_->dmColor, color);
   return ApplyNow();
 }
 
 BOOL CPrinterDevice::SetCopies(short copies) {
-  if (devMode_ == nullptr || copies > GetMaxCopies()) return FALSE;
+  if (devMode_ == nullptr) return RefuseWithoutParts();
+  if (copies > GetMaxCopies()) return FailWith(ERROR_INVALID_PARAMETER);
   Store(DM_COPIES, devMode_->dmCopies, copies);
   return ApplyNow();
 }
 
 BOOL CPrinterDevice::SetTTOption(short option) {
-  if (devMode_ == nullptr) return FALSE;
+  if (devMode_ == nullptr) return RefuseWithoutParts();
   if (option == 0) return TRUE;
   Store(DM_TTOPTION, devMode_->dmTTOption, option);
   return ApplyNow();
 }
 
 void CPrinterDevice::ApplyPaperFrom(const DEVMODEW* source) {
-  if (devMode_ == nullptr || source == nullptr) return;
-  const auto carries = [&](DWORD flag) { return (source->dmFields & flag) != 0; };
+  if (devMode_ == nullptr || !IsValidDevMode(source)) return;
+  const DEVMODEW from = PublicPartOf(source);
+  const auto carries = [&](DWORD flag) { return (from.dmFields & flag) != 0; };
   BOOL changed = FALSE;
   if (carries(DM_PAPERSIZE) &&
-      (!HasField(DM_PAPERSIZE) || devMode_->dmPaperSize != source->dmPaperSize)) {
-    StorePaperSize(source->dmPaperSize);
+      (!HasField(DM_PAPERSIZE) || devMode_->dmPaperSize != from.dmPaperSize)) {
+    StorePaperSize(from.dmPaperSize);
     changed = TRUE;
   }
   if (carries(DM_ORIENTATION)) {
-    changed |= Store(DM_ORIENTATION, devMode_->dmOrientation, source->dmOrientation);
+    changed |= Store(DM_ORIENTATION, devMode_->dmOrientation, from.dmOrientation);
   }
   if (carries(DM_PAPERWIDTH)) {
-    changed |= Store(DM_PAPERWIDTH, devMode_->dmPaperWidth, source->dmPaperWidth);
+    changed |= Store(DM_PAPERWIDTH, devMode_->dmPaperWidth, from.dmPaperWidth);
   }
   if (carries(DM_PAPERLENGTH)) {
-    changed |= Store(DM_PAPERLENGTH, devMode_->dmPaperLength, source->dmPaperLength);
+    changed |= Store(DM_PAPERLENGTH, devMode_->dmPaperLength, from.dmPaperLength);
   }
   if (changed && context_ != nullptr) ApplyDevMode(Refresh::kYes);
 }

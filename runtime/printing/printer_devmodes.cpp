@@ -11,7 +11,9 @@ namespace {
 using ReadDevMode = BOOL(HANDLE printer, UniqueDevMode* devMode, Quiet quiet);
 
 bool HasLevels8And9() {
-  return startupContext.platform.ntKind >= kWindows2000;
+  const bool has = startupContext.platform.ntKind >= kWindows2000;
+  if (!has) SetLastError(ERROR_INVALID_LEVEL);
+  return has;
 }
 
 template <class Info>

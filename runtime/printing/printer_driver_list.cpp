@@ -1,27 +1,23 @@
 #include "runtime/printing/printer_driver_list.h"
 
-#include <new>
-
 #include "runtime/text/wide_text.h"
 
 namespace kv {
 
 CPrinterDriverList::CPrinterDriverList(LPCWSTR environment) {
-  if (environment == nullptr) return;
-  const LPWSTR name = const_cast<LPWSTR>(environment);
-  DWORD size = 0, count = 0;
-  EnumPrinterDriversW(nullptr, name, 3, nullptr, 0, &size, &count);
-  if (size == 0) return;
-  block_.reset(new (std::nothrow) BYTE[size]);
-  if (block_ != nullptr &&
-      EnumPrinterDriversW(nullptr, name, 3, block_.get(), size, &size, &count)) {
-    count_ = static_cast<int>(count);
+  if (environment == nullptr) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return;
   }
+  drivers_.Fetch([=](BYTE* buffer, DWORD size, DWORD* needed, DWORD* count) {
+    return EnumPrinterDriversW(nullptr, const_cast<LPWSTR>(environment), 3, buffer, size, needed,
+                               count);
+  });
 }
 
 const DRIVER_INFO_3W* CPrinterDriverList::GetAt(int index) const {
-  if (index < 0 || index >= count_) return nullptr;
-  return reinterpret_cast<const DRIVER_INFO_3W*>(block_.get()) + index;
+  if (index < 0 || index >= Count()) return nullptr;
+  return drivers_.begin() + index;
 }
 
 const DRIVER_INFO_3W* CPrinterDriverList::First() {
@@ -30,19 +26,18 @@ const DRIVER_INFO_3W* CPrinterDriverList::First() {
 }
 
 const DRIVER_INFO_3W* CPrinterDriverList::Next() {
-  return position_ < count_ ? GetAt(position_++) : nullptr;
+  return position_ < Count() ? GetAt(position_++) : nullptr;
 }
 
 int CPrinterDriverList::Find(LPCWSTR driver) const {
-  for (int i = 0; i < count_; ++i) {
+  for (int i = 0; i < Count(); ++i) {
     if (EqualNoCase(View(GetAt(i)->pName), View(driver))) return i;
   }
   return -1;
 }
 
 BOOL CPrinterDriverList::Find(DWORD version, LPCWSTR driver) const {
-  for (int i = 0; i < count_; ++i) {
-    const DRIVER_INFO_3W& info = *GetAt(i);
+  for (const DRIVER_INFO_3W& info : drivers_) {
     if ((version == 0 || info.cVersion == version) && EqualNoCase(View(info.pName), View(driver))) {
       return TRUE;
     }

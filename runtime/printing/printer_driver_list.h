@@ -1,21 +1,20 @@
 // The printer drivers that are installed for an environment.
 #pragma once
 
-#include <memory>
-
-#include "runtime/core/win.h"
+#include "runtime/printing/spooler_list.h"
 
 namespace kv {
 
-// Loaded by its constructor; empty when the environment is null, the spooler refuses or memory runs
-// out. Names are compared without regard to case.
+// Loaded by its constructor; empty when the environment is null (ERROR_INVALID_PARAMETER), the
+// spooler refuses or memory runs out (ERROR_NOT_ENOUGH_MEMORY), which the last error then tells.
+// Names are compared without regard to case.
 class CPrinterDriverList {
  public:
   explicit CPrinterDriverList(LPCWSTR environment);
   CPrinterDriverList(const CPrinterDriverList&) = delete;
   CPrinterDriverList& operator=(const CPrinterDriverList&) = delete;
 
-  int Count() const { return count_; }
+  int Count() const { return static_cast<int>(drivers_.count()); }
   // The records lie in the list. Null for an index that is not one.
   const DRIVER_INFO_3W* GetAt(int index) const;
   // Null at the end.
@@ -27,9 +26,8 @@ class CPrinterDriverList {
   BOOL Find(DWORD version, LPCWSTR driver) const;
 
  private:
-  int count_ = 0;
   int position_ = 0;
-  std::unique_ptr<BYTE[]> block_;
+  SpoolerList<DRIVER_INFO_3W> drivers_;
 };
 
 }  // namespace kv

@@ -5,7 +5,9 @@ namespace kv {
 BOOL OpenPrinterHandle(LPCWSTR name, HANDLE* printer, PRINTER_DEFAULTSW* defaults, BOOL,
                        BOOL* outFlag) {
   if (outFlag != nullptr) *outFlag = FALSE;
-  return OpenPrinterW(const_cast<LPWSTR>(name), printer, defaults);
+  if (OpenPrinterW(const_cast<LPWSTR>(name), printer, defaults)) return TRUE;
+  *printer = nullptr;
+  return FALSE;
 }
 
 }  // namespace kv

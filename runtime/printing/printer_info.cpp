@@ -22,6 +22,12 @@ UniqueBlock<Info> PrinterInfoAs(HANDLE printer, DWORD level, Quiet quiet) {
       reinterpret_cast<Info*>(GetPrinterInfo(printer, level, quiet).release()));
 }
 
+// Whether there is a printer to ask.
+bool IsHandle(HANDLE printer) {
+  if (printer == nullptr) SetLastError(ERROR_INVALID_HANDLE);
+  return printer != nullptr;
+}
+
 void NameDevMode(DEVMODEA* devMode, LPCSTR name) {
   if (devMode == nullptr) return;
   CopyStringA(reinterpret_cast<LPSTR>(devMode->dmDeviceName), sizeof(devMode->dmDeviceName), name);
@@ -69,7 +75,7 @@ void ReplaceName(HANDLE printer, BYTE* block, DWORD level, LPSTR name, Quiet qui
 }  // namespace
 
 UniqueBlock<BYTE> GetPrinterInfo(HANDLE printer, DWORD level, Quiet quiet) {
-  if (printer == nullptr) return nullptr;
+  if (!IsHandle(printer)) return nullptr;
   DWORD written = 0;
   return FetchBlock(kPrinter, level, quiet, 0, &written,
                     [=](BYTE* buffer, DWORD size, DWORD* needed) {
@@ -78,7 +84,7 @@ UniqueBlock<BYTE> GetPrinterInfo(HANDLE printer, DWORD level, Quiet quiet) {
 }
 
 UniqueBlock<BYTE> GetPrinterInfoA(HANDLE printer, LPCSTR name, DWORD level, Quiet quiet) {
-  if (printer == nullptr) return nullptr;
+  if (!IsHandle(printer)) return nullptr;
   const size_t length = name == nullptr ? 0 : std::strlen(name);
   DWORD written = 0;
   auto block = FetchBlock(kPrinter, level, quiet, length == 0 ? 0 : length + 1 + kShareRoom,
@@ -106,14 +112,16 @@ UniqueBlock<PRINTER_INFO_9W> GetPrinterInfo9(HANDLE printer, Quiet quiet) {
 
 BOOL GetPrinterDriverInfo(HANDLE printer, LPCWSTR environment, DWORD level, UniqueBlock<BYTE>* info,
                           Quiet quiet) {
-  info->reset();
-  if (printer == nullptr) return FALSE;
-  DWORD written = 0;
-  *info =
-      FetchBlock(kDriver, level, quiet, 0, &written, [=](BYTE* buffer, DWORD size, DWORD* needed) {
-        return GetPrinterDriverW(printer, const_cast<LPWSTR>(environment), level, buffer, size,
-                                 needed);
-      });
+  UniqueBlock<BYTE> fetched;
+  if (IsHandle(printer)) {
+    DWORD written = 0;
+    fetched = FetchBlock(kDriver, level, quiet, 0, &written,
+                         [=](BYTE* buffer, DWORD size, DWORD* needed) {
+                           return GetPrinterDriverW(printer, const_cast<LPWSTR>(environment), level,
+                                                    buffer, size, needed);
+                         });
+  }
+  *info = std::move(fetched);
   return *info != nullptr;
 }
 

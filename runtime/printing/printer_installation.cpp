@@ -50,13 +50,12 @@ BOOL AddProductPrinter(LPCWSTR printer, LPCWSTR port, LPCWSTR driver) {
   const DWORD error = AddPrinterRecord(info);
   if (error == ERROR_SUCCESS || error == ERROR_PRINTER_ALREADY_EXISTS) return TRUE;
   ReportRefusal(printer, error);
-  SetLastError(error);
-  return FALSE;
+  return FailWith(error);
 }
 
 BOOL CreateProductPrinter(LPCWSTR printer, LPCWSTR port, WORD paperId, LPCWSTR driver) {
   if (IsConnectionName(printer)) return AddPrinterConnectionW(const_cast<LPWSTR>(printer));
-  if (CPrinterSettingsKey(printer, KeyMode::kRead).HasPaperSize()) paperId = 0;
+  if (MayHavePaperSize(printer)) paperId = 0;
   if (!AddProductPrinter(printer, port, driver)) return FALSE;
   if (paperId != 0) StorePaperSize(printer, paperId);
   return TRUE;

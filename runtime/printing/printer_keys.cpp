@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "runtime/core/last_error.h"
 #include "runtime/printing/connection_name.h"
 #include "runtime/printing/printer_settings.h"
 #include "runtime/registry/settings.h"
@@ -28,21 +29,28 @@ CPrinterSettingsKey::CPrinterSettingsKey(LPCWSTR printer, KeyMode mode, HKEY roo
   if (MakePrinterKeyPath(printer, PrinterKey::kOwn, path)) OpenInMode(*this, root, path, mode);
 }
 
-BOOL CPrinterSettingsKey::HasPaperSize() {
-  RegKey driverData;
-  return IsOpen() && driverData.Open(handle(), TEXT("%s"), kDriverDataKey) &&
-         driverData.QueryValue(TEXT("PaperSize"));
-}
-
 LPCWSTR CPrinterSettingsKey::GetServerPrinter() {
   const LPCWSTR printer = IsOpen() ? GetString(TEXT("ServerPrinter")) : nullptr;
   return View(printer).empty() ? nullptr : printer;
 }
 
+// What cannot be read may be there all the same.
+BOOL MayHavePaperSize(LPCWSTR printer) {
+  WCHAR path[MAX_PATH];
+  if (!MakePrinterKeyPath(printer, PrinterKey::kDriverData, path)) return FALSE;
+  UniqueKey key;
+  LSTATUS status = RegOpenKeyExW(HKEY_CURRENT_USER, path, 0, KEY_READ, key.Receive());
+  if (status == ERROR_SUCCESS) {
+    status = RegQueryValueExW(key.Get(), TEXT("PaperSize"), nullptr, nullptr, nullptr, nullptr);
+  }
+  return status != ERROR_FILE_NOT_FOUND;
+}
+
 CDestPrinterKey::CDestPrinterKey(LPCWSTR printer, LPCWSTR destination, KeyMode mode, HKEY root) {
   WCHAR path[MAX_PATH], name[MAX_PATH];
-  if (!MakePrinterKeyPath(printer, PrinterKey::kOwn, path)) return;
-  MakeKeyName(destination, name);
+  if (!MakePrinterKeyPath(printer, PrinterKey::kOwn, path) || !MakeKeyName(destination, name)) {
+    return;
+  }
   if (!AppendText(path, MAX_PATH, TEXT("\\%s%s%s"), kDestinations,
                   name[0] == 0 ? TEXT("") : TEXT("\\"), static_cast<LPCWSTR>(name))) {
     return;
@@ -68,8 +76,14 @@ UniqueDevMode CDestPrinterKey::GetDevMode(DWORD* size) {
 }
 
 BOOL CDestPrinterKey::SetDevMode(const DEVMODEW* devMode) {
-  if (devMode == nullptr) return DeleteValue(kDevMode);
-  return SetBinary(kDevMode, devMode, static_cast<DWORD>(DevModeSize(*devMode)));
+  if (devMode == nullptr) {
+    const LSTATUS status = RegDeleteValueW(handle(), kDevMode);
+    Refresh();
+    return status == ERROR_SUCCESS || status == ERROR_FILE_NOT_FOUND;
+  }
+  const size_t size = ReadableDevModeSize(devMode);
+  if (size == 0) return FailWith(ERROR_INVALID_PARAMETER);
+  return SetBinary(kDevMode, devMode, static_cast<DWORD>(size));
 }
 
 int CDestPrinterKey::GetDuplexSupport() {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <new>
 
+#include "runtime/core/last_error.h"
 #include "runtime/core/startup_context.h"
 #include "runtime/core/version_details.h"
 #include "runtime/printing/connection_name.h"
@@ -85,7 +86,7 @@ BOOL CPrinterList::OnPrinter(int, LPCWSTR, LPCWSTR, LPCWSTR) {
 BOOL CPrinterList::LoadPrinters() {
   if (IsLoaded()) return TRUE;
   // Without its name the list would be that of another machine.
-  if (hasName_ && name_ == nullptr) return FALSE;
+  if (hasName_ && name_ == nullptr) return FailWith(ERROR_NOT_ENOUGH_MEMORY);
   if (flags_ == kUsualFlags && !hasName_) {
     RegistryPrinters registry;
     if (registry.Load() && Fill(registry)) return TRUE;
@@ -107,7 +108,7 @@ BOOL CPrinterList::Fill(PrinterSource& source) {
   }
   const size_t entryBytes = count * sizeof(PrinterEntry);
   std::unique_ptr<BYTE[]> block(new (std::nothrow) BYTE[entryBytes + characters * sizeof(WCHAR)]);
-  if (block == nullptr) return FALSE;
+  if (block == nullptr) return FailWith(ERROR_NOT_ENOUGH_MEMORY);
   auto* const entries = reinterpret_cast<PrinterEntry*>(block.get());
   TextWriter writer(reinterpret_cast<LPWSTR>(block.get() + entryBytes));
   for (DWORD i = 0; i < count; ++i) {
@@ -187,7 +188,8 @@ const PrinterEntry* CPrinterList::Next() {
 BOOL CPrinterList::ForEach() {
   if (!LoadPrinters()) return FALSE;
   int index = 0;
-  for (const PrinterEntry& entry : *this) {
+  for (int i = 0; i < count_; ++i) {
+    const PrinterEntry& entry = entries_[i];
     if (IsVisible(entry) && !OnPrinter(index++, entry.name, entry.driver, entry.port)) return FALSE;
   }
   return TRUE;
@@ -278,14 +280,15 @@ BOOL CPrinterList::FindNewestProductDriver(int* index, int* driverIndex, WORD* m
 void CPrinterList::FillComboBox(HWND comboBox) {
   SendMessageW(comboBox, CB_RESETCONTENT, 0, 0);
   if (!LoadPrinters()) return;
-  for (const PrinterEntry& entry : *this) {
-    if (!IsVisible(entry)) continue;
+  for (int i = 0; i < count_; ++i) {
+    if (!IsVisible(entries_[i])) continue;
     // A sorted box does not add behind its last item.
     const LRESULT item =
-        SendMessageW(comboBox, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(entry.name));
-    if (item >= 0) {
+        SendMessageW(comboBox, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(entries_[i].name));
+    // Who owns the box may have cleared the list meanwhile.
+    if (item >= 0 && i < count_) {
       SendMessageW(comboBox, CB_SETITEMDATA, static_cast<WPARAM>(item),
-                   reinterpret_cast<LPARAM>(&entry));
+                   reinterpret_cast<LPARAM>(&entries_[i]));
     }
   }
 }

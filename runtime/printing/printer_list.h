@@ -41,8 +41,10 @@ class CPrinterList {
 
   // What ForEach calls; FALSE ends the walk.
   virtual BOOL OnPrinter(int index, LPCWSTR name, LPCWSTR driver, LPCWSTR port);
-  // Collects the printers, all of them visible. TRUE also when that was done before; FALSE, with an
-  // empty list, when there are none, the spooler refuses or memory runs out.
+  // Collects the printers, all of them visible. TRUE also when that was done before. FALSE, with an
+  // empty list, with the spooler's last error, ERROR_NO_MORE_ITEMS when there are none, or
+  // ERROR_NOT_ENOUGH_MEMORY. Printers that are added meanwhile make it ask again, five times at
+  // most.
   virtual BOOL LoadPrinters();
   // Frees the entries; the next query loads them anew.
   void Clear();
@@ -56,7 +58,8 @@ class CPrinterList {
   // Null at the end.
   const PrinterEntry* First();
   const PrinterEntry* Next();
-  // TRUE when OnPrinter has returned TRUE for each visible entry.
+  // TRUE when OnPrinter has returned TRUE for each visible entry. OnPrinter may change the list:
+  // the walk goes on with the entry at the next place, and ends with a list that was cleared.
   BOOL ForEach();
 
   void ShowAll();
@@ -67,7 +70,8 @@ class CPrinterList {
   void ShowDriverFile(LPCWSTR pattern);
   void HideDriverFile(LPCWSTR pattern);
   // Sorts the visible entries by their names, without regard to case; hidden ones stay where they
-  // are. Nothing happens when memory runs out.
+  // are. A PrinterEntry that was handed out before shows what is sorted to its place. Nothing
+  // happens when memory runs out.
   void SortByName();
 
   // Shows the printers of that driver only and returns their number; `name` and `port` (may be

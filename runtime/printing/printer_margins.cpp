@@ -21,15 +21,22 @@ struct Margins {
   short bottom;
 };
 
-Margins Measure(const CPrinterDevice& device) {
-  const WORD resolution = device.verticalResolution();
+// Rounds to the nearest, half away from 0. FALSE for what has more than 16 bits.
+bool ToThousandths(LONGLONG distance, WORD resolution, short& thousandths) {
+  const LONGLONG scaled = distance * 1000;
+  const LONGLONG half = scaled < 0 ? -(resolution / 2) : resolution / 2;
+  const LONGLONG number = (scaled + half) / resolution;
+  thousandths = static_cast<short>(number);
+  return thousandths == number;
+}
+
+bool Measure(const CPrinterDevice& device, Margins& margins) {
   const RECT paper = device.GetPaperRect(), printable = device.GetPrintableRect();
-  const auto thousandths = [=](LONG distance) {
-    return static_cast<short>(MulDiv(distance, 1000, resolution));
-  };
-  return {resolution, thousandths(printable.left - paper.left),
-          thousandths(printable.top - paper.top), thousandths(paper.right - printable.right),
-          thousandths(paper.bottom - printable.bottom)};
+  const WORD resolution = margins.resolution = device.verticalResolution();
+  return ToThousandths(LONGLONG{printable.left} - paper.left, resolution, margins.left) &&
+         ToThousandths(LONGLONG{printable.top} - paper.top, resolution, margins.top) &&
+         ToThousandths(LONGLONG{paper.right} - printable.right, resolution, margins.right) &&
+         ToThousandths(LONGLONG{paper.bottom} - printable.bottom, resolution, margins.bottom);
 }
 
 bool HasExtent(const RECT& area) {
@@ -44,9 +51,9 @@ bool AreStored(const ProductSettings& stored, const Margins& margins) {
 
 void MarkForPublishing(LPCWSTR printer) {
   WCHAR name[MAX_PATH];
-  MakeKeyName(printer, name);
   RegKey key;
-  if (key.Create(HKEY_CURRENT_USER, TEXT("%s\\%s"), kSettingsRoot, TEXT("PublishSettings"))) {
+  if (MakeKeyName(printer, name) &&
+      key.Create(HKEY_CURRENT_USER, TEXT("%s\\%s"), kSettingsRoot, TEXT("PublishSettings"))) {
     key.SetDword(name, 1);
   }
 }
@@ -74,7 +81,8 @@ BOOL StoreDeviceMargins(LPCWSTR productPrinter, LPCWSTR device, const DEVMODEW* 
   if (printer.dc() == nullptr || printer.devMode() == nullptr) return FALSE;
   if (!View(productPrinter).empty() && printer.verticalResolution() != 0 &&
       HasExtent(printer.GetPaperRect()) && HasExtent(printer.GetPrintableRect())) {
-    Store(productPrinter, Measure(printer));
+    Margins margins;
+    if (Measure(printer, margins)) Store(productPrinter, margins);
   }
   return TRUE;
 }

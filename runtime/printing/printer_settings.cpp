@@ -43,8 +43,11 @@ class StoredSettings {
     DWORD type = 0, size = 0;
     if (!key_.QueryValue(name, &data, &type, &size)) return FALSE;
     if (type != REG_SZ && type != REG_EXPAND_SZ) return FALSE;
+    const LPCWSTR stored = reinterpret_cast<LPCWSTR>(data);
     if (size > static_cast<size_t>(capacity) * sizeof(WCHAR)) return FALSE;
-    CopyStringW(text, capacity, reinterpret_cast<LPCWSTR>(data));
+    // What was stored without a terminator has one behind it here.
+    if (View(stored).size() >= static_cast<size_t>(capacity)) return FALSE;
+    CopyStringW(text, capacity, stored);
     return TRUE;
   }
 
@@ -185,33 +188,34 @@ void WritePrivatePart(SettingsWriter& writer, const ProductSettings& settings) {
 }  // namespace
 
 BOOL MakePrinterKeyPath(LPCWSTR printer, PrinterKey which, WCHAR (&path)[MAX_PATH]) {
-  path[0] = 0;
-  if (View(printer).empty()) return FALSE;
-  WCHAR name[MAX_PATH];
-  MakeKeyName(printer, name);
+  const bool isNamed = !View(printer).empty();
   const bool isOwn = which == PrinterKey::kOwn;
-  if (FormatText(path, TEXT("%s\\%s\\%s%s%s"), kSettingsRoot, kPrintersKey,
+  WCHAR name[MAX_PATH];
+  if (isNamed && MakeKeyName(printer, name) &&
+      FormatText(path, TEXT("%s\\%s\\%s%s%s"), kSettingsRoot, kPrintersKey,
                  static_cast<LPCWSTR>(name), isOwn ? TEXT("") : TEXT("\\"),
                  isOwn ? TEXT("") : kDriverDataKey)) {
     return TRUE;
   }
   path[0] = 0;
+  SetLastError(isNamed ? ERROR_FILENAME_EXCED_RANGE : ERROR_INVALID_PRINTER_NAME);
   return FALSE;
 }
 
 void ReadPrinterSettings(HKEY root, LPCWSTR printer, DWORD kind, ProductDevMode& devMode) {
-  DefaultDevMode(printer, devMode);
-  if ((kind & kStoredOnly) != 0) devMode.dev.dmFields = devMode.settings.flags = 0;
+  ProductDevMode read;
+  DefaultDevMode(printer, read);
+  if ((kind & kStoredOnly) != 0) read.dev.dmFields = read.settings.flags = 0;
   const PrinterKey which =
       (kind & kOwnPrinterKey) != 0 ? PrinterKey::kOwn : PrinterKey::kDriverData;
   WCHAR path[MAX_PATH];
   RegKey key;
-  if (!MakePrinterKeyPath(printer, which, path) || !key.OpenKey(KEY_READ | KEY_WRITE, root, path)) {
-    return;
+  if (MakePrinterKeyPath(printer, which, path) && key.OpenKey(KEY_READ | KEY_WRITE, root, path)) {
+    StoredSettings stored(key);
+    ReadPublicPart(stored, read.dev);
+    ReadPrivatePart(stored, read.settings);
   }
-  StoredSettings stored(key);
-  ReadPublicPart(stored, devMode.dev);
-  ReadPrivatePart(stored, devMode.settings);
+  devMode = read;
 }
 
 void ReadUserPrinterSettings(LPCWSTR user, LPCWSTR printer, DWORD kind, ProductDevMode& devMode) {
@@ -229,10 +233,11 @@ void ReadUserPrinterSettings(LPCWSTR user, LPCWSTR printer, DWORD kind, ProductD
     ReadPrinterSettings(root, printer, kind | kStoredOnly, devMode);
     return;
   }
-  ReadPrinterSettings(root, printer, kind, devMode);
-  ProductDevMode own;
+  ProductDevMode read, own;
+  ReadPrinterSettings(root, printer, kind, read);
   ReadPrinterSettings(root, printer, kStoredOnly | kOwnPrinterKey, own);
-  MergeDevMode(&own.dev, devMode);
+  MergeDevMode(&own.dev, read);
+  devMode = read;
 }
 
 void WritePrinterSettings(HKEY root, LPCWSTR printer, const ProductDevMode& devMode) {

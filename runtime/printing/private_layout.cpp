@@ -28,25 +28,23 @@ constexpr PrivateLayout kLayouts[] = {
 
 }  // namespace
 
-const PrivateLayout* FindPrivateLayout(const DEVMODEW& devMode) {
+const PrivateLayout* FindPrivateLayout(const DEVMODEW* devMode) {
   constexpr WORD kHead = 4;  // signature and layout number
-  if (devMode.dmDriverExtra < kHead || devMode.dmDriverVersion < kFirstDriverVersion) {
-    return nullptr;
-  }
-  const auto* const head = reinterpret_cast<const BYTE*>(&devMode) + sizeof devMode;
+  const DEVMODEW dev = PublicPartOf(devMode);
+  if (dev.dmDriverExtra < kHead || dev.dmDriverVersion < kFirstDriverVersion) return nullptr;
+  const BYTE* const head = PrivatePartOf(devMode);
   if (std::memcmp(head, "KV", 2) != 0) return nullptr;
   WORD number = 0;
-  if (devMode.dmDriverVersion > kLastUnnumberedDriver)
-    std::memcpy(&number, head + 2, sizeof number);
+  if (dev.dmDriverVersion > kLastUnnumberedDriver) std::memcpy(&number, head + 2, sizeof number);
   for (const PrivateLayout& layout : kLayouts) {
-    if (layout.number == number && layout.size == devMode.dmDriverExtra) return &layout;
+    if (layout.number == number && layout.size == dev.dmDriverExtra) return &layout;
   }
   return nullptr;
 }
 
 BOOL RecogniseProductDevMode(const DEVMODEW* devMode, WORD* privateSize, int* layout) {
   const BOOL isValid = IsValidDevMode(devMode);
-  const PrivateLayout* const found = isValid ? FindPrivateLayout(*devMode) : nullptr;
+  const PrivateLayout* const found = isValid ? FindPrivateLayout(devMode) : nullptr;
   if (privateSize != nullptr) *privateSize = found == nullptr ? WORD{0} : found->size;
   if (layout != nullptr) *layout = found == nullptr ? -1 : found->number;
   return isValid;

@@ -46,6 +46,6 @@ struct PrivateLayout {
 };
 
 // The layout of a valid device mode's private part; null when it is not one of the product's.
-const PrivateLayout* FindPrivateLayout(const DEVMODEW& devMode);
+const PrivateLayout* FindPrivateLayout(const DEVMODEW* devMode);
 
 }  // namespace kv

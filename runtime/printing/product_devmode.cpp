@@ -64,9 +64,10 @@ void FillPublicPart(LPCWSTR printer, DEVMODEW& dev) {
 }
 
 void NameApplication(ProductSettings& settings) {
-  WCHAR path[MAX_PATH] = {}, title[MAX_PATH];
-  GetModuleFileNameW(nullptr, path, MAX_PATH);
-  path[MAX_PATH - 1] = 0;
+  WCHAR path[MAX_PATH], title[MAX_PATH];
+  const DWORD length = GetModuleFileNameW(nullptr, path, MAX_PATH);
+  // A path that was cut would give another program's name.
+  if (length == 0 || length >= MAX_PATH) return;
   GetBaseName(path, title);
   if (IsSystemProcessName(title)) return;
   WideToAnsi(settings.applicationName, sizeof(settings.applicationName), title, CP_ACP);
@@ -118,10 +119,11 @@ BOOL IsSystemProcessName(LPCSTR name) {
 }
 
 void DefaultDevMode(LPCWSTR printer, ProductDevMode& devMode) {
-  devMode = {};
-  FillPublicPart(printer, devMode.dev);
-  SetFormNameFromPaper(devMode);
-  FillSettings(devMode.settings);
+  ProductDevMode made = {};
+  FillPublicPart(printer, made.dev);
+  SetFormNameFromPaper(made);
+  FillSettings(made.settings);
+  devMode = made;
 }
 
 void SetFormNameFromPaper(ProductDevMode& devMode) {

@@ -75,12 +75,15 @@ BOOL RecogniseProductDevMode(const DEVMODEW* devMode, WORD* privateSize, int* la
 BOOL IsSystemProcessName(LPCWSTR name);
 BOOL IsSystemProcessName(LPCSTR name);
 
-// The product's settings for a printer of which nobody has said anything.
+// The product's settings for a printer of which nobody has said anything. The name may lie in
+// `devMode`.
 void DefaultDevMode(LPCWSTR printer, ProductDevMode& devMode);
 
-// Lays what `source` carries over `target`, setting by setting. Some public settings (duplex,
-// collation, TrueType option) are never taken over; a user-defined paper is looked up among the
-// user's custom papers first.
+// Lays what `source` carries over `target`, setting by setting; `source` may be `target` itself.
+// Some public settings (duplex, collation, TrueType option) are never taken over. A user-defined
+// paper is looked up among the user's custom papers first; of one that is not there, that is larger
+// than a device mode can say (a side of more than 3.2767 m), and when the custom papers cannot be
+// read, the source's own sides count, and without both of them the target keeps its paper.
 void MergeDevMode(const DEVMODEW* source, ProductDevMode& target);
 
 // Makes the form name that of the standard paper chosen, or takes it away for any other paper.

@@ -27,17 +27,25 @@ void CopyFormName(LPCWSTR name, DEVMODEW& target) {
   target.dmFields |= DM_FORMNAME;
 }
 
-// By the name that the source gives it, else by its id; null when it is not among the papers.
+// A device mode holds sides in tenths of a millimetre, 16 bits signed.
+constexpr DWORD kMicrometresPerUnit = 100;
+bool FitsDevMode(DWORD micrometres) {
+  return micrometres / kMicrometresPerUnit <= 0x7FFF;
+}
+
+// By the name that the source gives it, else by its id; null when it is not among the papers, or
+// too large.
 const PaperEntry* FindCustomPaper(const CCustomPapers& papers, const DEVMODEW& source) {
   const PaperEntry* paper = nullptr;
   if ((source.dmFields & DM_FORMNAME) != 0) {
     paper = papers.FindPaperByName(FormName(source).text);
   }
-  return paper != nullptr ? paper : papers.FindPaperById(static_cast<WORD>(source.dmPaperSize));
+  if (paper == nullptr) paper = papers.FindPaperById(static_cast<WORD>(source.dmPaperSize));
+  const bool fits = paper != nullptr && FitsDevMode(paper->width) && FitsDevMode(paper->height);
+  return fits ? paper : nullptr;
 }
 
 void TakeCustomPaper(const PaperEntry& paper, DEVMODEW& target) {
-  constexpr DWORD kMicrometresPerUnit = 100;
   target.dmPaperSize = static_cast<short>(paper.id);
   target.dmPaperWidth = static_cast<short>(paper.width / kMicrometresPerUnit);
   target.dmPaperLength = static_cast<short>(paper.height / kMicrometresPerUnit);
@@ -99,8 +107,8 @@ void MergePublicPart(const DEVMODEW& source, ProductDevMode& target) {
 // The private part of a source, by its layout.
 class PrivateSource {
  public:
-  PrivateSource(const DEVMODEW& source, const PrivateLayout& layout)
-      : layout_(layout), bytes_(reinterpret_cast<const BYTE*>(&source) + sizeof source) {
+  // `bytes` may be the target's own.
+  PrivateSource(const BYTE* bytes, const PrivateLayout& layout) : layout_(layout), bytes_(bytes) {
     std::memcpy(&flags_, bytes_ + layout.flags, sizeof flags_);
   }
 
@@ -109,7 +117,7 @@ class PrivateSource {
     const PrivateNumber& number = kPrivateNumbers[index];
     const WORD offset = layout_.numbers[index];
     if (offset == kNowhere || (flags_ & number.flag) == 0) return;
-    std::memcpy(reinterpret_cast<BYTE*>(&target) + number.offset, bytes_ + offset, sizeof(WORD));
+    std::memmove(reinterpret_cast<BYTE*>(&target) + number.offset, bytes_ + offset, sizeof(WORD));
     target.flags |= number.flag;
   }
 
@@ -142,8 +150,8 @@ void SetText(char (&target)[kCapacity], LPCSTR text) {
   CopyStringA(target, static_cast<int>(kCapacity), text);
 }
 
-void MergePrivatePart(const DEVMODEW& dev, const PrivateLayout& layout, ProductSettings& target) {
-  const PrivateSource source(dev, layout);
+void MergePrivatePart(const BYTE* bytes, const PrivateLayout& layout, ProductSettings& target) {
+  const PrivateSource source(bytes, layout);
   source.TakeNumber(0, target);  // the resolution
 
   char name[sizeof(target.applicationName)];
@@ -167,9 +175,9 @@ void MergePrivatePart(const DEVMODEW& dev, const PrivateLayout& layout, ProductS
 
 void MergeDevMode(const DEVMODEW* source, ProductDevMode& target) {
   if (!IsValidDevMode(source)) return;
-  MergePublicPart(*source, target);
-  const PrivateLayout* const layout = FindPrivateLayout(*source);
-  if (layout != nullptr) MergePrivatePart(*source, *layout, target.settings);
+  const PrivateLayout* const layout = FindPrivateLayout(source);
+  MergePublicPart(PublicPartOf(source), target);
+  if (layout != nullptr) MergePrivatePart(PrivatePartOf(source), *layout, target.settings);
 }
 
 }  // namespace kv

@@ -2,11 +2,25 @@
 
 #include <algorithm>
 
+#include "runtime/core/last_error.h"
 #include "runtime/core/startup_context.h"
 #include "runtime/files/paths.h"
 #include "runtime/printing/printer_keys.h"
 
 namespace kv {
+
+namespace {
+
+// The server for one of whose printers a product printer stands; empty when it stands for none. It
+// lies in the key's buffers.
+WideView ServerOf(CPrinterSettingsKey& key) {
+  const WideView printer = View(key.GetServerPrinter());
+  const WideView name =
+      printer.substr(std::min(printer.find_first_not_of(TEXT('\\')), printer.size()));
+  return name.substr(0, name.find(TEXT('\\')));
+}
+
+}  // namespace
 
 CProductPrinterList::CProductPrinterList(Selection selection, DWORD flags, LPCWSTR name)
     : CPrinterList(flags, name), selection_(selection) {}
@@ -45,19 +59,19 @@ BOOL CProductPrinterList::FindServers() {
   for (PrinterEntry& entry : *this) {
     if (entry.state == kPrinterHidden || entry.server != nullptr) continue;
     CPrinterSettingsKey key(entry.name, KeyMode::kRead, HKEY_LOCAL_MACHINE);
-    const LPCWSTR printer = key.GetServerPrinter();
-    if (printer == nullptr) continue;
+    const size_t length = ServerOf(key).size();
+    if (length == 0) continue;
     entry.state = kPrinterOfServer;
-    room += ServerPartOf(printer).size() + 1;
+    room += length + 1;
   }
   if (room == 0) return TRUE;
   LPWSTR place = AllocateServers(room);
-  if (place == nullptr) return FALSE;
+  if (place == nullptr) return FailWith(ERROR_NOT_ENOUGH_MEMORY);
   for (PrinterEntry& entry : *this) {
     if (entry.state != kPrinterOfServer) continue;
     CPrinterSettingsKey key(entry.name, KeyMode::kRead, HKEY_LOCAL_MACHINE);
-    const WideView server = ServerPartOf(key.GetServerPrinter());
-    if (server.empty() || server.size() + 1 > room) continue;
+    const WideView server = ServerOf(key);
+    if (server.empty() || server.size() + 1 > room) return FailWith(ERROR_INVALID_DATA);
     entry.server = place;
     place = std::copy(server.begin(), server.end(), place);
     *place++ = 0;

@@ -1,7 +1,6 @@
 #include "runtime/printing/registry_printers.h"
 
 #include <algorithm>
-#include <new>
 
 #include "runtime/core/startup_context.h"
 #include "runtime/files/paths.h"
@@ -40,12 +39,9 @@ BOOL RegistryPrinters::Load() {
 }
 
 BOOL RegistryPrinters::LoadNames() {
-  DWORD size = 0;
-  EnumPrintersW(kLocalAndConnected, nullptr, 4, nullptr, 0, &size, &count_);
-  if (size == 0) return FALSE;
-  records_.reset(new (std::nothrow) BYTE[size]);
-  return records_ != nullptr &&
-         EnumPrintersW(kLocalAndConnected, nullptr, 4, records_.get(), size, &size, &count_);
+  return records_.Fetch([](BYTE* buffer, DWORD size, DWORD* needed, DWORD* count) {
+    return EnumPrintersW(kLocalAndConnected, nullptr, 4, buffer, size, needed, count);
+  }) && Count() != 0;
 }
 
 BOOL RegistryPrinters::OpenPrinter(const PRINTER_INFO_4W& printer, RegKey& key) {
@@ -59,7 +55,9 @@ BOOL RegistryPrinters::OpenPrinter(const PRINTER_INFO_4W& printer, RegKey& key) 
                       static_cast<LPCWSTR>(parts.printer)) &&
            key.OpenKey(KEY_READ, servers_.handle(), path);
   }
+  // Without a name that would be the key of all printers.
   return (printer.Attributes & PRINTER_ATTRIBUTE_LOCAL) != 0 &&
+         IsPrinterName(printer.pPrinterName) &&
          key.OpenKey(KEY_READ, printers_.handle(), printer.pPrinterName);
 }
 
@@ -76,7 +74,7 @@ BOOL RegistryPrinters::ReadDriverTitle() {
 }
 
 BOOL RegistryPrinters::Read(DWORD index, PrinterTexts& texts) {
-  const PRINTER_INFO_4W& printer = Records()[index];
+  const PRINTER_INFO_4W& printer = records_[index];
   RegKey key;
   if (!OpenPrinter(printer, key) || !ReadText(key, TEXT("Printer Driver"), driver_) ||
       !ReadDriverTitle() || !ReadText(key, TEXT("Port"), port_)) {

@@ -2,10 +2,9 @@
 // the registry: faster than asking the spooler for each.
 #pragma once
 
-#include <memory>
-
 #include "runtime/printing/print_servers_key.h"
 #include "runtime/printing/printer_source.h"
+#include "runtime/printing/spooler_list.h"
 
 namespace kv {
 
@@ -18,19 +17,15 @@ class RegistryPrinters : public PrinterSource {
   // missing, and from Windows Vista on.
   BOOL Load();
 
-  DWORD Count() const override { return count_; }
+  DWORD Count() const override { return records_.count(); }
   BOOL Read(DWORD index, PrinterTexts& texts) override;
 
  private:
   BOOL LoadNames();
   BOOL OpenPrinter(const PRINTER_INFO_4W& printer, RegKey& key);
   BOOL ReadDriverTitle();
-  const PRINTER_INFO_4W* Records() const {
-    return reinterpret_cast<const PRINTER_INFO_4W*>(records_.get());
-  }
 
-  std::unique_ptr<BYTE[]> records_;
-  DWORD count_ = 0;
+  SpoolerList<PRINTER_INFO_4W> records_;
   RegKey printers_;
   RegKey drivers2_;
   RegKey drivers3_;  // from Windows 2000 on

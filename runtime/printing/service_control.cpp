@@ -1,12 +1,11 @@
 #include "runtime/printing/service_control.h"
 
-#include <new>
-
 #include "resources/string_ids.h"
 #include "runtime/core/handles.h"
 #include "runtime/core/messages.h"
 #include "runtime/core/startup_context.h"
 #include "runtime/ipc/administrator.h"
+#include "runtime/printing/growing_fetch.h"
 
 namespace kv {
 namespace {
@@ -33,14 +32,9 @@ DWORD AccessMask(ServiceAccess access) {
   return access == ServiceAccess::kFull ? SERVICE_ALL_ACCESS : GENERIC_READ;
 }
 
-BOOL ReportFailure(LPCWSTR call) {
-  ShowLastError(call);
-  return FALSE;
-}
-
 BOOL ReportTimeout(LPCWSTR routine) {
   ShowError(IDS_CALL_FAILED, routine, TEXT("--timed out waiting for service"));
-  return FALSE;
+  return FailWith(ERROR_TIMEOUT);
 }
 
 // A deadline on the tick count, which starts anew every 49.7 days.
@@ -67,12 +61,16 @@ CServiceControl::~CServiceControl() {
 }
 
 BOOL CServiceControl::OpenServiceManager(ServiceAccess access) {
-  if (IsWindows9x()) return FALSE;
+  if (IsWindows9x()) return FailWith(ERROR_CALL_NOT_IMPLEMENTED);
   if (manager_ == nullptr) {
     manager_ = OpenSCManagerW(
         nullptr, nullptr, access == ServiceAccess::kFull ? SC_MANAGER_ALL_ACCESS : GENERIC_READ);
   }
   return manager_ != nullptr;
+}
+
+BOOL CServiceControl::RequireService() const {
+  return IsOpen() || FailWith(ERROR_INVALID_HANDLE);
 }
 
 BOOL CServiceControl::OpenNamedService(LPCWSTR name, ServiceAccess access) {
@@ -96,7 +94,7 @@ BOOL CServiceControl::CreateNamedService(const ServiceSettings& settings) {
 }
 
 BOOL CServiceControl::DeleteNamedService() {
-  if (service_ == nullptr) return FALSE;
+  if (!RequireService()) return FALSE;
   StopWithDependents();
   if (!DeleteService(service_)) return FALSE;
   CloseServiceHandle(service_);
@@ -105,35 +103,31 @@ BOOL CServiceControl::DeleteNamedService() {
 }
 
 BOOL CServiceControl::EnumActiveDependents() {
-  constexpr WCHAR kCall[] = TEXT("EnumDependentServices");
   DWORD size = 0, count = 0;
-  if (!EnumDependentServicesW(service_, SERVICE_ACTIVE, nullptr, 0, &size, &count) &&
-      GetLastError() != ERROR_MORE_DATA) {
-    return ReportFailure(kCall);
-  }
-  dependentCount_ = 0;
-  dependents_.reset(new (std::nothrow) BYTE[size]);
-  if (dependents_ == nullptr) {
-    ShowInternalError(TEXT("could not allocate service list"));
-    return FALSE;
-  }
-  auto* const list = reinterpret_cast<ENUM_SERVICE_STATUSW*>(dependents_.get());
-  if (!EnumDependentServicesW(service_, SERVICE_ACTIVE, list, size, &size, &count)) {
-    return ReportFailure(kCall);
-  }
-  dependentCount_ = count;
-  return TRUE;
+  const FetchResult result = FetchGrowing(
+      dependents_, size, 0,
+      [&](BYTE* buffer, DWORD room, DWORD* needed) {
+        return EnumDependentServicesW(service_, SERVICE_ACTIVE,
+                                      reinterpret_cast<ENUM_SERVICE_STATUSW*>(buffer), room, needed,
+                                      &count);
+      },
+      ERROR_MORE_DATA);
+  dependentCount_ = result == FetchResult::kDone ? count : 0;
+  if (result == FetchResult::kDone) return TRUE;
+  if (result != FetchResult::kNoMemory) return ReportFailedCall(TEXT("EnumDependentServices"));
+  ShowInternalError(TEXT("could not allocate service list"));
+  return FailWith(ERROR_NOT_ENOUGH_MEMORY);
 }
 
 BOOL CServiceControl::IsServiceRunning() {
-  if (service_ == nullptr) return FALSE;
+  if (!RequireService()) return FALSE;
   SERVICE_STATUS status = {};
-  if (!QueryServiceStatus(service_, &status)) return ReportFailure(TEXT("QueryServiceStatus"));
+  if (!QueryServiceStatus(service_, &status)) return ReportFailedCall(TEXT("QueryServiceStatus"));
   return status.dwCurrentState == SERVICE_RUNNING;
 }
 
 BOOL CServiceControl::StopWithDependents() {
-  if (service_ == nullptr || !EnumActiveDependents()) return FALSE;
+  if (!RequireService() || !EnumActiveDependents()) return FALSE;
   const auto* const list = reinterpret_cast<const ENUM_SERVICE_STATUSW*>(dependents_.get());
   for (DWORD i = 0; i < dependentCount_; ++i) {
     if (list[i].ServiceStatus.dwCurrentState == SERVICE_STOPPED) continue;
@@ -143,7 +137,7 @@ BOOL CServiceControl::StopWithDependents() {
 }
 
 BOOL CServiceControl::StartWithDependents() {
-  if (service_ == nullptr || !MyStartService(service_)) return FALSE;
+  if (!RequireService() || !MyStartService(service_)) return FALSE;
   const auto* const list = reinterpret_cast<const ENUM_SERVICE_STATUSW*>(dependents_.get());
   for (DWORD i = dependentCount_; i > 0; --i) {
     if (!WithDependent(list[i - 1].lpServiceName, MyStartService)) return FALSE;
@@ -156,21 +150,21 @@ BOOL CServiceControl::RestartWithDependents() {
 }
 
 BOOL CServiceControl::WaitForServiceState(DWORD state, DWORD timeout) {
-  return service_ != nullptr && WaitService(service_, state, timeout);
+  return RequireService() && WaitService(service_, state, timeout);
 }
 
 BOOL CServiceControl::WithDependent(LPCWSTR name, BOOL (*action)(SC_HANDLE)) {
   const UniqueService dependent(OpenServiceW(manager_, name, kDependentAccess));
-  return dependent ? action(dependent.Get()) : ReportFailure(TEXT("OpenService"));
+  return dependent ? action(dependent.Get()) : ReportFailedCall(TEXT("OpenService"));
 }
 
 BOOL MyStartService(SC_HANDLE service) {
   const Deadline deadline(kWait);
   while (!deadline.HasPassed()) {
     SERVICE_STATUS status = {};
-    if (!QueryServiceStatus(service, &status)) return ReportFailure(TEXT("QueryServiceStatus"));
+    if (!QueryServiceStatus(service, &status)) return ReportFailedCall(TEXT("QueryServiceStatus"));
     if (status.dwCurrentState == SERVICE_STOPPED && !StartServiceW(service, 0, nullptr)) {
-      return ReportFailure(TEXT("StartService"));
+      return ReportFailedCall(TEXT("StartService"));
     }
     if (status.dwCurrentState == SERVICE_RUNNING) {
       Sleep(kSettle);
@@ -184,7 +178,7 @@ BOOL MyStartService(SC_HANDLE service) {
 BOOL StopServiceAndWait(SC_HANDLE service) {
   SERVICE_STATUS status = {};
   if (!ControlService(service, SERVICE_CONTROL_STOP, &status)) {
-    return GetLastError() == ERROR_SERVICE_NOT_ACTIVE || ReportFailure(TEXT("ControlService"));
+    return GetLastError() == ERROR_SERVICE_NOT_ACTIVE || ReportFailedCall(TEXT("ControlService"));
   }
   return WaitService(service, SERVICE_STOPPED, kWait);
 }
@@ -201,13 +195,16 @@ BOOL WaitService(SC_HANDLE service, DWORD state, DWORD timeout) {
 }
 
 BOOL IsSpoolerRunning() {
-  return IsWindows9x() || CServiceControl(kSpooler, ServiceAccess::kRead).IsServiceRunning();
+  if (IsWindows9x()) return TRUE;
+  CServiceControl spooler(kSpooler, ServiceAccess::kRead);
+  return spooler.IsOpen() && spooler.IsServiceRunning();
 }
 
 BOOL RestartSpooler() {
   if (IsWindows9x()) return TRUE;
-  if (IsAdministrator() < 1) return FALSE;
-  return CServiceControl(kSpooler, ServiceAccess::kFull).RestartWithDependents();
+  if (IsAdministrator() < 1) return FailWith(ERROR_ACCESS_DENIED);
+  CServiceControl spooler(kSpooler, ServiceAccess::kFull);
+  return spooler.IsOpen() && spooler.RestartWithDependents();
 }
 
 }  // namespace kv

@@ -4,6 +4,7 @@
 #include "runtime/core/win.h"
 #include "runtime/printing/heap_block.h"
 #include "runtime/printing/printer_details.h"
+#include "runtime/printing/spooler_list.h"
 #include "runtime/text/format.h"
 #include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
@@ -14,25 +15,21 @@ namespace {
 constexpr DWORD kFirstResourceBuffer = 16384;  // bytes
 
 // FALSE when the server's spooler has nothing to say.
-BOOL AskSpooler(LPWSTR server, LPCWSTR share, LPWSTR output, int capacity) {
+BOOL AskSpooler(LPWSTR server, LPCWSTR share, WCHAR (&output)[MAX_PATH]) {
   constexpr DWORD kFlags = PRINTER_ENUM_SHARED | PRINTER_ENUM_NAME;
-  DWORD needed = 0, count = 0;
-  EnumPrintersW(kFlags, server, 2, nullptr, 0, &needed, &count);
-  if (needed == 0) return FALSE;
-  const DWORD size = needed;
-  const UniqueBlock<PRINTER_INFO_2W> printers(static_cast<PRINTER_INFO_2W*>(AllocateBlock(size)));
-  if (printers == nullptr ||
-      !EnumPrintersW(kFlags, server, 2, reinterpret_cast<BYTE*>(printers.get()), size, &needed,
-                     &count)) {
-    return TRUE;
-  }
-  for (DWORD i = 0; i < count; ++i) {
-    const PRINTER_INFO_2W& printer = printers.get()[i];
+  BOOL answers = FALSE;
+  SpoolerList<PRINTER_INFO_2W> printers;
+  printers.Fetch([&](BYTE* buffer, DWORD size, DWORD* needed, DWORD* count) {
+    const BOOL done = EnumPrintersW(kFlags, server, 2, buffer, size, needed, count);
+    if (*needed != 0) answers = TRUE;
+    return done;
+  });
+  for (const PRINTER_INFO_2W& printer : printers) {
     if (!EqualNoCase(View(printer.pShareName), View(share))) continue;
-    CopyStringW(output, capacity, printer.pPrinterName);
+    CopyStringW(output, printer.pPrinterName);
     break;
   }
-  return TRUE;
+  return answers;
 }
 
 class ResourceEnumeration {
@@ -90,7 +87,7 @@ WideView ShareOf(const NETRESOURCEW& resource) {
   return end == WideView::npos ? WideView() : name.substr(end + 1);
 }
 
-void AskNetwork(LPWSTR server, LPCWSTR share, LPWSTR output, int capacity) {
+void AskNetwork(LPWSTR server, LPCWSTR share, WCHAR (&output)[MAX_PATH]) {
   ResourceEnumeration enumeration(server);
   while (const DWORD count = enumeration.Next()) {
     for (DWORD i = 0; i < count; ++i) {
@@ -98,7 +95,7 @@ void AskNetwork(LPWSTR server, LPCWSTR share, LPWSTR output, int capacity) {
       if ((resource.dwUsage & RESOURCEUSAGE_CONTAINER) != 0) continue;
       if ((resource.dwType & RESOURCETYPE_PRINT) == 0) continue;
       if (!EqualNoCase(ShareOf(resource), View(share))) continue;
-      CopyStringW(output, capacity, resource.lpComment);
+      CopyStringW(output, resource.lpComment);
       return;
     }
   }
@@ -107,12 +104,17 @@ void AskNetwork(LPWSTR server, LPCWSTR share, LPWSTR output, int capacity) {
 }  // namespace
 
 BOOL FindSharedPrinterName(LPCWSTR server, LPCWSTR share, LPWSTR output, int capacity) {
-  CopyStringW(output, capacity, nullptr);
-  WCHAR name[MAX_PATH];
-  if (capacity < 1 || !FormatText(name, TEXT("\\\\%s"), server)) return FALSE;
-  if (!AskSpooler(name, share, output, capacity)) return FALSE;
-  if (output[0] == 0) AskNetwork(name, share, output, capacity);
-  return output[0] != 0;
+  WCHAR name[MAX_PATH], found[MAX_PATH] = {};
+  // What has no share name is not shared without a name.
+  const bool isNamed =
+      !View(server).empty() && !View(share).empty() && FormatText(name, TEXT("\\\\%s"), server);
+  if (!isNamed) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+  } else if (AskSpooler(name, share, found) && found[0] == 0) {
+    AskNetwork(name, share, found);
+  }
+  CopyStringW(output, capacity, found);
+  return capacity > 0 && found[0] != 0;
 }
 
 }  // namespace kv

@@ -1,9 +1,9 @@
-// Fetching what does not fit at first: how all requests to the spooler for one structure go.
+// Fetching single structures of the spooler, with reports.
 #pragma once
 
 #include "runtime/core/flags.h"
 #include "runtime/core/messages.h"
-#include "runtime/printing/heap_block.h"
+#include "runtime/printing/growing_fetch.h"
 #include "runtime/text/format.h"
 
 namespace kv {
@@ -15,42 +15,23 @@ struct FetchNames {
   LPCWSTR allocation;  // when memory runs out
 };
 
-// Calls `fetch(buffer, size, &needed)` for the size and then, five times at most, with a zeroed
-// block of that size and `extra` bytes more that the call is not told of. `written` gets the size
-// that the successful call was given. Null on failure, reported unless `quiet`.
+// FetchGrowing. Null on failure, reported unless `quiet`; a call that never had enough room is not.
+// The last error stands behind the report, too.
 template <class Fetch>
 UniqueBlock<BYTE> FetchBlock(const FetchNames& names, DWORD level, Quiet quiet, size_t extra,
-                             DWORD* written, Fetch fetch) {
-  constexpr int kAttempts = 5;
-  const bool reports = quiet == Quiet::kNo;
-  DWORD needed = 0;
-  SetLastError(ERROR_SUCCESS);
-  if (!fetch(nullptr, 0, &needed) && GetLastError() != ERROR_INSUFFICIENT_BUFFER) {
-    if (!reports) return nullptr;
-    const DWORD error = GetLastError();
+                             DWORD* size, Fetch fetch) {
+  UniqueBlock<BYTE> block;
+  const FetchResult result = FetchGrowing(block, *size, extra, fetch);
+  if (result == FetchResult::kDone || quiet == Quiet::kYes) return block;
+  const DWORD error = GetLastError();
+  if (result == FetchResult::kNoMemory) ShowInternalError(names.allocation);
+  if (result == FetchResult::kRefused) {
     WCHAR call[64];
     FormatText(call, error == ERROR_INVALID_LEVEL ? names.levelCall : names.call,
                static_cast<int>(level));
     ShowErrorCode(call, error);
-    return nullptr;
   }
-  for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    const DWORD size = needed;
-    UniqueBlock<BYTE> block(static_cast<BYTE*>(AllocateBlock(size + extra)));
-    if (block == nullptr) {
-      if (reports) ShowInternalError(names.allocation);
-      return nullptr;
-    }
-    if (fetch(block.get(), size, &needed)) {
-      *written = size;
-      return block;
-    }
-    if (GetLastError() != ERROR_INSUFFICIENT_BUFFER) {
-      if (reports) ShowLastError(names.call);
-      return nullptr;
-    }
-  }
-  return nullptr;
+  return block;
 }
 
 }  // namespace kv

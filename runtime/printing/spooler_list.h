@@ -1,10 +1,7 @@
 // Lists that the spooler packs into one buffer: ports, monitors, printers, drivers.
 #pragma once
 
-#include <memory>
-#include <new>
-
-#include "runtime/core/win.h"
+#include "runtime/printing/growing_fetch.h"
 
 namespace kv {
 
@@ -13,35 +10,27 @@ namespace kv {
 template <class Record>
 class SpoolerList {
  public:
-  // Calls `enumerate(buffer, size, &needed, &count)` with a buffer that grows until everything
-  // fits, five times at most. FALSE with the call's last error; ERROR_NOT_ENOUGH_MEMORY when memory
-  // runs out.
+  // Calls `enumerate(buffer, size, &needed, &count)`, which may use what the list still holds, as
+  // FetchGrowing does: what is added meanwhile makes it try again, five times at most. FALSE, with
+  // an empty list and the call's last error; ERROR_NOT_ENOUGH_MEMORY when memory runs out.
   template <class Enumerate>
   BOOL Fetch(Enumerate enumerate) {
-    constexpr int kAttempts = 5;
-    count_ = 0;
-    DWORD needed = 0;
-    if (enumerate(nullptr, 0, &needed, &count_)) return TRUE;
-    for (int attempt = 0; attempt < kAttempts && GetLastError() == ERROR_INSUFFICIENT_BUFFER;
-         ++attempt) {
-      const DWORD size = needed;
-      block_.reset(new (std::nothrow) BYTE[size]);
-      if (block_ == nullptr) {
-        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-        return FALSE;
-      }
-      if (enumerate(block_.get(), size, &needed, &count_)) return TRUE;
-    }
-    count_ = 0;
-    return FALSE;
+    DWORD size = 0, count = 0;
+    const FetchResult result =
+        FetchGrowing(block_, size, 0, [&](BYTE* buffer, DWORD room, DWORD* needed) -> BOOL {
+          return enumerate(buffer, room, needed, &count);
+        });
+    count_ = result == FetchResult::kDone ? count : 0;
+    return result == FetchResult::kDone;
   }
 
   DWORD count() const { return count_; }
   const Record* begin() const { return reinterpret_cast<const Record*>(block_.get()); }
   const Record* end() const { return begin() + count_; }
+  const Record& operator[](DWORD index) const { return begin()[index]; }
 
  private:
-  std::unique_ptr<BYTE[]> block_;
+  UniqueBlock<BYTE> block_;
   DWORD count_ = 0;
 };
 

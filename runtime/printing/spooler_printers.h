@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "runtime/printing/printer_source.h"
+#include "runtime/printing/spooler_list.h"
 
 namespace kv {
 
@@ -13,21 +14,18 @@ class SpoolerPrinters : public PrinterSource {
 
   // Asks for the printers by `flags` and `name` (may be null), and for the files of their drivers;
   // those of printers that belong to a server named so are not looked up. FALSE, without a report,
-  // when there are none, the spooler refuses or memory runs out.
+  // with the spooler's last error, ERROR_NO_MORE_ITEMS when there are none, or
+  // ERROR_NOT_ENOUGH_MEMORY.
   BOOL Load(DWORD flags, LPCWSTR name);
 
-  DWORD Count() const override { return count_; }
+  DWORD Count() const override { return records_.count(); }
   BOOL Read(DWORD index, PrinterTexts& texts) override;
 
  private:
   BOOL LoadTitles(DWORD flags);
   DWORD FindSameDriver(DWORD index) const;
-  const PRINTER_INFO_2W* Records() const {
-    return reinterpret_cast<const PRINTER_INFO_2W*>(records_.get());
-  }
 
-  std::unique_ptr<BYTE[]> records_;
-  DWORD count_ = 0;
+  SpoolerList<PRINTER_INFO_2W> records_;
   struct Title {
     std::unique_ptr<WCHAR[]> own;
     LPCWSTR text;  // that one, or another printer's

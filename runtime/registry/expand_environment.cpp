@@ -8,20 +8,21 @@
 namespace kv {
 
 std::unique_ptr<WCHAR[]> MyExpandEnvironmentStrings(LPCWSTR text) {
-  // In case that a variable grows between the two calls.
   constexpr DWORD kReserve = 16;
-  const DWORD needed = ExpandEnvironmentStringsW(text, nullptr, 0);
-  if (needed == 0) return nullptr;
-  const DWORD capacity = needed + kReserve;
-  std::unique_ptr<WCHAR[]> expansion(new (std::nothrow) WCHAR[capacity]);
-  if (expansion == nullptr) {
-    ShowInternalError(TEXT("MyExpandEnvironmentStrings"));
-    return nullptr;
+  DWORD needed = ExpandEnvironmentStringsW(text, nullptr, 0);
+  // A variable may grow between two calls; what then does not fit is not terminated.
+  while (needed != 0) {
+    const DWORD capacity = needed + kReserve;
+    std::unique_ptr<WCHAR[]> expansion(new (std::nothrow) WCHAR[capacity]);
+    if (expansion == nullptr) {
+      ShowInternalError(TEXT("MyExpandEnvironmentStrings"));
+      return nullptr;
+    }
+    expansion[0] = 0;
+    needed = ExpandEnvironmentStringsW(text, expansion.get(), capacity);
+    if (needed != 0 && needed <= capacity) return expansion;
   }
-  const DWORD written = ExpandEnvironmentStringsW(text, expansion.get(), capacity);
-  // What does not fit is not terminated.
-  if (written == 0 || written > capacity) return nullptr;
-  return expansion;
+  return nullptr;
 }
 
 BOOL ExpandInPlace(LPWSTR buffer, int capacity) {

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <memory>
+#include <new>
 
 #include "runtime/core/find_proc.h"
 #include "runtime/core/loaded_library.h"
@@ -33,16 +35,30 @@ struct Root {
   size_t prefixLength;
 };
 
-// The kernel's name of an open key; empty when it cannot be had.
-WideView QueryName(HKEY key, ObjectName& buffer) {
+// The kernel's name of an open key, in `buffer` of `size` bytes; empty when it cannot be had.
+WideView QueryName(HKEY key, void* buffer, ULONG size) {
   using QueryObject = NTSTATUS(NTAPI*)(HANDLE, OBJECT_INFORMATION_CLASS, PVOID, ULONG, PULONG);
   constexpr auto kObjectNameInformation = static_cast<OBJECT_INFORMATION_CLASS>(1);
   const LoadedLibrary ntdll(TEXT("ntdll.dll"), Quiet::kYes);
   const auto query = FindProc<QueryObject>(ntdll.handle(), "NtQueryObject");
-  if (query == nullptr || query(key, kObjectNameInformation, &buffer, sizeof(buffer), nullptr) != 0)
-    return {};
-  return WideView(buffer.header.Buffer, buffer.header.Length / sizeof(WCHAR));
+  if (query == nullptr || query(key, kObjectNameInformation, buffer, size, nullptr) != 0) return {};
+  const auto header = static_cast<const UNICODE_STRING*>(buffer);
+  return WideView(header->Buffer, header->Length / sizeof(WCHAR));
 }
+
+// A key's name of any length; empty where keys have none, and without memory.
+class WholeName {
+ public:
+  explicit WholeName(HKEY key) : buffer_(new (std::nothrow) BYTE[kSize]) {
+    if (buffer_ != nullptr) name_ = QueryName(key, buffer_.get(), kSize);
+  }
+  WideView Get() const { return name_; }
+
+ private:
+  static constexpr ULONG kSize = sizeof(UNICODE_STRING) + 0x10000;  // lengths have 16 bits
+  std::unique_ptr<BYTE[]> buffer_;
+  WideView name_;
+};
 
 // Whether `name` is the key `root` or lies below it.
 BOOL IsBelow(WideView name, WideView root) {
@@ -70,7 +86,7 @@ WCHAR GetKeyName(HKEY key, LPWSTR output, int capacity) {
   output[0] = 0;
   if (startupContext.platform.ntKind == 0) return 0;
   ObjectName buffer;
-  WideView name = QueryName(key, buffer);
+  WideView name = QueryName(key, &buffer, sizeof(buffer));
   name = name.substr(0, static_cast<size_t>(capacity) - 1);
   const Root root = FindRoot(name);
   // A short name takes less room than what it stands for.
@@ -83,6 +99,16 @@ BOOL IsCurrentUserKey(HKEY key) {
   if (key == HKEY_CURRENT_USER) return TRUE;
   WCHAR name[kKeyNameCapacity];
   return GetKeyName(key, name, kKeyNameCapacity) != 0 && EqualAsciiNoCase(name, TEXT("HKCU"));
+}
+
+KeyRelation RelateKeys(HKEY first, HKEY second) {
+  if (first == second) return KeyRelation::kSame;
+  const WholeName firstName(first), secondName(second);
+  const WideView one = firstName.Get(), other = secondName.Get();
+  if (one.empty() || other.empty()) return KeyRelation::kUnknown;
+  if (IsBelow(one, other))
+    return one.size() == other.size() ? KeyRelation::kSame : KeyRelation::kFirstBelow;
+  return IsBelow(other, one) ? KeyRelation::kSecondBelow : KeyRelation::kApart;
 }
 
 MessagingProfilesKey::MessagingProfilesKey(KeyMode mode) {

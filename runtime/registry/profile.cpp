@@ -2,12 +2,16 @@
 
 #include <string.h>
 
+#include <algorithm>
 #include <new>
 #include <string_view>
 
+#include "runtime/core/handles.h"
+#include "runtime/core/last_error.h"
 #include "runtime/core/messages.h"
 #include "runtime/core/startup_context.h"
 #include "runtime/files/mapped_file.h"
+#include "runtime/registry/stable_text.h"
 #include "runtime/text/format.h"
 #include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
@@ -30,16 +34,28 @@ bool Fits(DWORD length, DWORD capacity) {
   return length < capacity - 2;
 }
 
-// Reads a list of strings with `read(buffer, capacity)` into `block`; its start, or null when it is
-// empty.
+// Makes the block hold `bytes`, whatever it held before. Its own growing would report that it
+// cannot.
+BOOL Provide(CGlobalBlock& block, DWORD bytes) {
+  if (block.data() != nullptr && block.size() >= bytes) return TRUE;
+  UniqueGlobal larger(GlobalAlloc(GMEM_MOVEABLE, bytes));
+  const GlobalLockScope lock(larger.Get());
+  if (lock.Data() == nullptr || !block.Attach(larger.Get()))
+    return FailWith(ERROR_NOT_ENOUGH_MEMORY);
+  larger.Release();
+  return TRUE;
+}
+
+// Reads a list of strings with `read(section, buffer, capacity)` into `block`, which may hold the
+// section's name; the list's start, or null when it is empty.
 template <class Read>
-LPCWSTR ReadList(CGlobalBlock& block, Read read) {
+LPCWSTR ReadList(CGlobalBlock& block, LPCWSTR section, Read read) {
+  const StableText stableSection(section, LiesIn(section, block.data(), block.size()));
+  if (!stableSection) return nullptr;
   for (DWORD capacity = kListStep;;) {
-    const DWORD bytes = capacity * sizeof(WCHAR);
-    // A block that could not be locked once may hold the bytes all the same.
-    if (!block.Alloc(bytes, GMEM_MOVEABLE, 0) || !block.Lock()) return nullptr;
+    if (!Provide(block, capacity * sizeof(WCHAR))) return nullptr;
     const auto list = static_cast<LPWSTR>(block.data());
-    const DWORD length = read(list, capacity);
+    const DWORD length = read(stableSection.Get(), list, capacity);
     if (length == 0) return nullptr;
     const DWORD next = NextCapacity(capacity);
     if (Fits(length, capacity) || next == capacity) return list;
@@ -55,8 +71,27 @@ LPCWSTR TakeString(LPCWSTR& cursor) {
   return taken;
 }
 
+constexpr size_t kValueBytes = kProfileValueCapacity * sizeof(WCHAR);
+
 std::unique_ptr<WCHAR[]> NewValueBuffer() {
   return std::unique_ptr<WCHAR[]>(new (std::nothrow) WCHAR[kProfileValueCapacity]);
+}
+
+// An argument that may lie in the buffer that gets the value.
+class ValueArgument : public StableText {
+ public:
+  ValueArgument(LPCWSTR text, const std::unique_ptr<WCHAR[]>& value)
+      : StableText(text, LiesIn(text, value.get(), kValueBytes)) {}
+};
+
+BOOL IsReady(const std::unique_ptr<WCHAR[]>& value) {
+  return value != nullptr || FailWith(ERROR_NOT_ENOUGH_MEMORY);
+}
+
+// Whether a key of that name makes a line that is read as one.
+bool IsKeyName(WideView name) {
+  return !name.empty() && name.find_first_of(TEXT("=\r\n")) == WideView::npos && name[0] != '[' &&
+         name[0] != ';';
 }
 
 using Bytes = std::string_view;
@@ -100,8 +135,8 @@ Bytes FindKeyName(Bytes file, LPCWSTR section, LPCWSTR key) {
 CProfile::CProfile() : value_(NewValueBuffer()) {}
 
 LPCWSTR CProfile::FirstKey(LPCWSTR section) {
-  cursor_ = ReadList(keyList_, [section](LPWSTR buffer, DWORD capacity) {
-    return GetProfileStringW(section, nullptr, TEXT(""), buffer, capacity);
+  cursor_ = ReadList(keyList_, section, [](LPCWSTR name, LPWSTR buffer, DWORD capacity) {
+    return GetProfileStringW(name, nullptr, TEXT(""), buffer, capacity);
   });
   return TakeString(cursor_);
 }
@@ -115,11 +150,15 @@ UINT CProfile::GetInt(LPCWSTR section, LPCWSTR key, INT otherwise) const {
 }
 
 LPCWSTR CProfile::GetString(LPCWSTR section, LPCWSTR key, LPCWSTR otherwise) {
-  if (value_ == nullptr) return otherwise;
-  const LPCWSTR given = otherwise == nullptr ? TEXT("") : otherwise;
-  return GetProfileStringW(section, key, given, value_.get(), kProfileValueCapacity) != 0
+  if (!IsReady(value_)) return otherwise;
+  const ValueArgument stableSection(section, value_), stableKey(key, value_);
+  const ValueArgument given(otherwise, value_);
+  if (!stableSection || !stableKey || !given) return otherwise;
+  const LPCWSTR wanted = otherwise == nullptr ? TEXT("") : given.Get();
+  return GetProfileStringW(stableSection.Get(), stableKey.Get(), wanted, value_.get(),
+                           kProfileValueCapacity) != 0
              ? value_.get()
-             : otherwise;
+             : given.Restore();
 }
 
 DWORD CProfile::GetString(LPCWSTR section, LPCWSTR key, LPWSTR buffer, DWORD capacity) const {
@@ -128,13 +167,18 @@ DWORD CProfile::GetString(LPCWSTR section, LPCWSTR key, LPWSTR buffer, DWORD cap
 
 CPrivateProfile::CPrivateProfile() : value_(NewValueBuffer()) {}
 
+// A name that was cut would be another file's.
 CPrivateProfile::CPrivateProfile(LPCWSTR fileName) : value_(NewValueBuffer()) {
-  CopyStringW(fileName_, fileName);
+  if (View(fileName).size() < MAX_PATH) CopyStringW(fileName_, fileName);
+}
+
+BOOL CPrivateProfile::HasFile() const {
+  return fileName_[0] != 0 || FailWith(ERROR_INVALID_NAME);
 }
 
 LPCWSTR CPrivateProfile::FirstKey(LPCWSTR section) {
-  cursor_ = ReadList(keyList_, [this, section](LPWSTR buffer, DWORD capacity) {
-    return GetPrivateProfileStringW(section, nullptr, TEXT(""), buffer, capacity, fileName_);
+  cursor_ = ReadList(keyList_, section, [this](LPCWSTR name, LPWSTR buffer, DWORD capacity) {
+    return GetString(name, nullptr, buffer, capacity);
   });
   return TakeString(cursor_);
 }
@@ -144,20 +188,29 @@ LPCWSTR CPrivateProfile::NextKey() {
 }
 
 UINT CPrivateProfile::GetInt(LPCWSTR section, LPCWSTR key, INT otherwise) const {
-  return GetPrivateProfileIntW(section, key, otherwise, fileName_);
+  return HasFile() ? GetPrivateProfileIntW(section, key, otherwise, fileName_)
+                   : static_cast<UINT>(otherwise);
 }
 
 LPCWSTR CPrivateProfile::GetString(LPCWSTR section, LPCWSTR key) {
-  if (value_ == nullptr) return nullptr;
-  return GetString(section, key, value_.get(), kProfileValueCapacity) != 0 ? value_.get() : nullptr;
+  if (!IsReady(value_)) return nullptr;
+  const ValueArgument stableSection(section, value_), stableKey(key, value_);
+  if (!stableSection || !stableKey) return nullptr;
+  return GetString(stableSection.Get(), stableKey.Get(), value_.get(), kProfileValueCapacity) != 0
+             ? value_.get()
+             : nullptr;
 }
 
 DWORD CPrivateProfile::GetString(LPCWSTR section, LPCWSTR key, LPWSTR buffer,
                                  DWORD capacity) const {
-  return GetPrivateProfileStringW(section, key, TEXT(""), buffer, capacity, fileName_);
+  if (HasFile())
+    return GetPrivateProfileStringW(section, key, TEXT(""), buffer, capacity, fileName_);
+  CopyStringW(buffer, static_cast<int>(capacity), nullptr);
+  return 0;
 }
 
 std::unique_ptr<WCHAR[]> CPrivateProfile::GetSection(LPCWSTR section) const {
+  if (!HasFile()) return nullptr;
   for (DWORD capacity = kListStep;;) {
     std::unique_ptr<WCHAR[]> buffer(new (std::nothrow) WCHAR[capacity]);
     if (buffer == nullptr) {
@@ -174,7 +227,7 @@ std::unique_ptr<WCHAR[]> CPrivateProfile::GetSection(LPCWSTR section) const {
 }
 
 BOOL CPrivateProfile::WriteString(LPCWSTR section, LPCWSTR key, LPCWSTR text) const {
-  return WritePrivateProfileStringW(section, key, text, fileName_);
+  return HasFile() && WritePrivateProfileStringW(section, key, text, fileName_);
 }
 
 BOOL CPrivateProfile::WriteInt(LPCWSTR section, LPCWSTR key, int number) const {
@@ -187,11 +240,11 @@ BOOL CPrivateProfile::WriteFormatted(LPCWSTR section, LPCWSTR key, LPCWSTR forma
   va_start(arguments, format);
   const BOOL fits = FormatTextV(text, kProfileValueCapacity, format, arguments);
   va_end(arguments);
-  return fits && WriteString(section, key, text);
+  return fits ? WriteString(section, key, text) : FailWith(ERROR_INSUFFICIENT_BUFFER);
 }
 
 BOOL CPrivateProfile::WriteSection(LPCWSTR section, LPCWSTR data) const {
-  return WritePrivateProfileSectionW(section, data, fileName_);
+  return HasFile() && WritePrivateProfileSectionW(section, data, fileName_);
 }
 
 BOOL CPrivateProfile::DeleteSection(LPCWSTR section) const {
@@ -203,21 +256,29 @@ BOOL CPrivateProfile::DeleteKey(LPCWSTR section, LPCWSTR key) const {
 }
 
 BOOL CPrivateProfile::Flush() const {
-  return WritePrivateProfileStringW(nullptr, nullptr, nullptr, fileName_);
+  return HasFile() && WritePrivateProfileStringW(nullptr, nullptr, nullptr, fileName_);
 }
 
 BOOL CPrivateProfile::RenameKey(LPCWSTR section, LPCWSTR key, LPCWSTR newKey) const {
+  if (!HasFile()) return FALSE;
   const WideView wanted = View(newKey);
-  if (wanted.empty() || wanted.size() > View(key).size()) return FALSE;
+  if (!IsKeyName(wanted) || wanted.size() > View(key).size())
+    return FailWith(ERROR_INVALID_PARAMETER);
   CMappedFile file;
   const auto content =
       static_cast<char*>(file.MapFile(fileName_, CMappedFile::Access::kWrite, 0, Quiet::kYes));
   if (content == nullptr) return FALSE;
   const Bytes name = FindKeyName(Bytes(content, file.size()), section, key);
-  CHAR narrow[kProfileValueCapacity];
-  WideToAnsi(narrow, kProfileValueCapacity, newKey, CP_ACP);
+  if (name.empty()) return FailWith(ERROR_FILE_NOT_FOUND);
+  CHAR narrow[kProfileValueCapacity] = {};
+  const int needed = WideCharToMultiByte(CP_ACP, 0, newKey, -1, nullptr, 0, nullptr, nullptr);
+  if (needed > static_cast<int>(std::min<size_t>(kProfileValueCapacity, name.size() + 1)))
+    return FailWith(ERROR_INVALID_PARAMETER);
+  BOOL lacksCharacters = FALSE;
+  WideToAnsi(narrow, needed, newKey, CP_ACP, &lacksCharacters);
+  if (needed == 0 || narrow[0] == 0 || lacksCharacters)
+    return FailWith(ERROR_NO_UNICODE_TRANSLATION);
   const Bytes replacement = narrow;
-  if (name.empty() || replacement.empty() || replacement.size() > name.size()) return FALSE;
   char* const place = content + (name.data() - content);
   memset(place, ' ', name.size());
   memcpy(place, replacement.data(), replacement.size());

@@ -4,20 +4,15 @@
 #include <algorithm>
 #include <new>
 
+#include "runtime/core/last_error.h"
 #include "runtime/ipc/administrator.h"
 #include "runtime/registry/delete_key.h"
 #include "runtime/registry/key_name.h"
+#include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
 
 namespace kv {
 namespace {
-
-std::unique_ptr<WCHAR[]> NewCopy(LPCWSTR text) {
-  const WideView source = View(text);
-  std::unique_ptr<WCHAR[]> copy(new (std::nothrow) WCHAR[source.size() + 1]);
-  if (copy != nullptr) *std::copy(source.begin(), source.end(), copy.get()) = 0;
-  return copy;
-}
 
 // Makes `buffer` hold `needed` elements and `extra` more; a buffer that is large enough stays.
 template <class Element>
@@ -26,6 +21,11 @@ void Grow(std::unique_ptr<Element[]>& buffer, DWORD& capacity, DWORD needed, DWO
   buffer.reset();
   capacity = needed;
   buffer.reset(new (std::nothrow) Element[needed + extra]());
+}
+
+// Of the system's roots, which are always open.
+bool IsPredefined(HKEY key) {
+  return (reinterpret_cast<ULONG_PTR>(key) & 0x80000000) != 0;
 }
 
 }  // namespace
@@ -49,35 +49,40 @@ BOOL RegKey::MayCreateBelow(HKEY parent) {
 }
 
 BOOL RegKey::OpenKey(REGSAM access, HKEY parent, LPCWSTR path) {
-  Close();
   UniqueKey opened;
-  if (RegOpenKeyExW(parent, path, 0, access, opened.Receive()) != ERROR_SUCCESS) return FALSE;
-  return Adopt(std::move(opened), parent, path);
+  const LSTATUS status = RegOpenKeyExW(parent, path, 0, access, opened.Receive());
+  return Adopt(status, std::move(opened), parent, path);
 }
 
 BOOL RegKey::CreateKey(REGSAM access, HKEY parent, LPCWSTR path) {
-  Close();
-  if (!MayCreateBelow(parent)) return FALSE;
+  if (!MayCreateBelow(parent)) return Refuse(ERROR_ACCESS_DENIED);
   UniqueKey created;
-  if (RegCreateKeyExW(parent, path, 0, nullptr, REG_OPTION_NON_VOLATILE, access, nullptr,
-                      created.Receive(), nullptr) != ERROR_SUCCESS) {
-    return FALSE;
-  }
-  return Adopt(std::move(created), parent, path);
+  const LSTATUS status = RegCreateKeyExW(parent, path, 0, nullptr, REG_OPTION_NON_VOLATILE, access,
+                                         nullptr, created.Receive(), nullptr);
+  return Adopt(status, std::move(created), parent, path);
 }
 
-// Without a copy of the path the key is not open: a deleting close would take an older path.
-BOOL RegKey::Adopt(UniqueKey key, HKEY parent, LPCWSTR path) {
-  // Made before the refresh, which may free the buffer that `path` lies in.
-  std::unique_ptr<WCHAR[]> copy = NewCopy(path);
+// Replaces what was open, which may have been the parent, and is none once it is closed. Without a
+// copy of the path the key is not open: a deleting close would take an older path.
+BOOL RegKey::Adopt(LSTATUS status, UniqueKey key, HKEY parent, LPCWSTR path) {
+  const bool belowItself = parent == handle() && !IsPredefined(parent);
   handle_ = std::move(key);
-  if (copy == nullptr || !Refresh()) {
+  if (status != ERROR_SUCCESS) return FALSE;
+  // Made before the refresh, which may free the buffer that `path` lies in.
+  std::unique_ptr<WCHAR[]> copy = CopyOf(path);
+  if (copy == nullptr) return Refuse(ERROR_NOT_ENOUGH_MEMORY);
+  if (!Refresh()) {
     Close();
     return FALSE;
   }
-  parent_ = parent;
+  parent_ = belowItself ? nullptr : parent;
   path_ = std::move(copy);
   return TRUE;
+}
+
+BOOL RegKey::Refuse(DWORD error) {
+  Close();
+  return FailWith(error);
 }
 
 BOOL RegKey::OpenFormatted(REGSAM access, HKEY parent, LPCWSTR format, ...) {
@@ -86,9 +91,7 @@ BOOL RegKey::OpenFormatted(REGSAM access, HKEY parent, LPCWSTR format, ...) {
   va_start(arguments, format);
   const BOOL fits = FormatTextV(path, MAX_PATH, format, arguments);
   va_end(arguments);
-  if (fits) return OpenKey(access, parent, path);
-  Close();
-  return FALSE;
+  return fits ? OpenKey(access, parent, path) : Refuse(ERROR_FILENAME_EXCED_RANGE);
 }
 
 BOOL RegKey::CreateFormatted(REGSAM access, HKEY parent, LPCWSTR format, ...) {
@@ -97,14 +100,11 @@ BOOL RegKey::CreateFormatted(REGSAM access, HKEY parent, LPCWSTR format, ...) {
   va_start(arguments, format);
   const BOOL fits = FormatTextV(path, MAX_PATH, format, arguments);
   va_end(arguments);
-  if (fits) return CreateKey(access, parent, path);
-  Close();
-  return FALSE;
+  return fits ? CreateKey(access, parent, path) : Refuse(ERROR_FILENAME_EXCED_RANGE);
 }
 
 BOOL RegKey::Attach(HKEY key) {
-  Close();
-  handle_.Reset(key);
+  if (key != handle()) handle_.Reset(key);
   if (!Refresh()) {
     handle_.Release();
     return FALSE;
@@ -136,13 +136,17 @@ void RegKey::Close() {
 
 void RegKey::Close(Disposal disposal) {
   if (!IsOpen()) return;
-  BOOL remove = disposal == Disposal::kDelete;
-  if (disposal == Disposal::kDeleteIfEmpty) {
-    remove = Refresh() && subKeyCount_ == 0 && valueCount_ == 0;
-  }
+  const bool ifEmpty = disposal == Disposal::kDeleteIfEmpty;
+  const bool remove = disposal == Disposal::kDelete ||
+                      (ifEmpty && Refresh() && subKeyCount_ == 0 && valueCount_ == 0);
   Close();
   if (!remove || parent_ == nullptr || path_ == nullptr) return;
-  MyDeleteKeyW(parent_, path_.get());
+  if (ifEmpty) {
+    // Others may have filled it meanwhile.
+    DeleteCopiedKey(parent_, path_.get(), nullptr);
+  } else {
+    MyDeleteKeyW(parent_, path_.get());
+  }
   parent_ = nullptr;
   path_.reset();
 }
@@ -166,7 +170,7 @@ BOOL RegKey::Refresh() {
   if (subKeyName_ != nullptr && valueName_ != nullptr && valueData_ != nullptr) return TRUE;
   subKeyCount_ = valueCount_ = 0;
   FreeBuffers();
-  return FALSE;
+  return FailWith(ERROR_NOT_ENOUGH_MEMORY);
 }
 
 void RegKey::FreeBuffers() {

@@ -1,14 +1,18 @@
 // An open registry key with buffers of its own, so that any value or sub-key name can be read
 // without the caller sizing anything.
 //
-// Results are BOOL unless said otherwise; the registry's own error codes are not passed on, and
-// nothing is reported. Sub-key paths and value names are terminated texts; the value name null or
-// "" is the unnamed value. Sizes are bytes, capacities of texts are characters with the terminator.
+// Results are BOOL unless said otherwise, and nothing is reported. The registry's own error codes
+// are not passed on: a call that it refuses leaves the last error alone, while what the class
+// itself refuses, and memory that runs out (ERROR_NOT_ENOUGH_MEMORY), sets it. A key that is not
+// open has no values and no sub-keys. Sub-key paths and value names are terminated texts; the value
+// name null or "" is the unnamed value. Sizes are bytes, capacities of texts are characters with
+// the terminator.
 //
 // Pointers that the class hands out (names, texts and value data) point into its buffers: they stay
-// valid until the next operation on the same object, and may be arguments of that operation. A
-// value read into the object's own buffers is always followed by a terminator, whatever was stored;
-// a text of an odd number of bytes loses the last one.
+// valid until the next operation on the same object. Each may be an argument of that operation, on
+// this object or another one; a text of more than 259 characters that was read from a value then
+// takes memory. A value read into the object's own buffers is always followed by a terminator,
+// whatever was stored; a text of an odd number of bytes loses the last one.
 //
 // An object belongs to one thread at a time.
 #pragma once
@@ -26,7 +30,7 @@ namespace kv {
 enum class Disposal : int {
   kKeep = 0,
   kDelete = 1,         // deletes the key with its whole tree
-  kDeleteIfEmpty = 2,  // deletes it when it has neither sub-keys nor values
+  kDeleteIfEmpty = 2,  // deletes it when it has, and gets meanwhile, neither sub-keys nor values
 };
 
 // How a key that knows its own place opens itself. Other values leave it closed.
@@ -52,6 +56,7 @@ class RegKey {
   DWORD valueCount() const { return valueCount_; }
   // The path of the last successful open or create; null before, and after Attach, Connect and a
   // deleting close. `parent` is not owned: it must still be open when a close is to delete the key.
+  // It is null for a key that was opened through the object's own handle, and after Attach.
   LPCWSTR path() const { return path_.get(); }
   HKEY parent() const { return parent_; }
 
@@ -59,16 +64,16 @@ class RegKey {
   // not directly below HKEY_LOCAL_MACHINE, HKEY_CLASSES_ROOT and HKEY_USERS.
   static BOOL MayCreateBelow(HKEY parent);
 
-  // Open parent\path, taken literally. Whatever was open is closed first; after a failure nothing
-  // is open.
+  // Open parent\path, taken literally. Whatever was open, `parent` among them, is closed; after a
+  // failure nothing is open.
   BOOL OpenKey(REGSAM access, HKEY parent, LPCWSTR path);
-  // Makes the key, not volatile, when it is missing; without MayCreateBelow FALSE without a
-  // registry call.
+  // Makes the key, not volatile, when it is missing; without MayCreateBelow FALSE with
+  // ERROR_ACCESS_DENIED, without a registry call.
   BOOL CreateKey(REGSAM access, HKEY parent, LPCWSTR path);
 
-  // The same with a printf-style path of at most 259 characters; a longer one is not opened. The
-  // suffixes 32 and 64 choose a view of the registry; View takes its number, 32 or 64, and any
-  // other for the process's own view.
+  // The same with a printf-style path of at most 259 characters; a longer one is not opened
+  // (ERROR_FILENAME_EXCED_RANGE). The suffixes 32 and 64 choose a view of the registry; View takes
+  // its number, 32 or 64, and any other for the process's own view.
   template <class... Arguments>
   BOOL Open(HKEY parent, LPCWSTR format, Arguments... arguments) {
     return OpenFormatted(kRead, parent, format, arguments...);
@@ -125,7 +130,8 @@ class RegKey {
   // Opens a predefined key of another machine.
   BOOL Connect(LPCWSTR machine, HKEY predefined);
   void Close();
-  // Does nothing when the key is not open. A deletion that fails is reported as MyDeleteKeyW does.
+  // Does nothing when the key is not open. A deletion that fails is reported as MyDeleteKeyW does;
+  // a key that was opened with an empty path, which names its parent, is never deleted.
   void Close(Disposal disposal);
   // TRUE also when no key is open.
   BOOL Flush();
@@ -138,7 +144,8 @@ class RegKey {
   // first.
   BOOL QueryValue(LPCWSTR name, const BYTE** data = nullptr, DWORD* type = nullptr,
                   DWORD* size = nullptr);
-  // A text (REG_SZ, REG_EXPAND_SZ) as it is stored; null, or `otherwise`, for anything else.
+  // A text (REG_SZ, REG_EXPAND_SZ) as it is stored; null, or `otherwise` (which may be null), for
+  // anything else.
   LPCWSTR GetString(LPCWSTR name);
   LPCWSTR GetString(LPCWSTR name, LPCWSTR otherwise);
   LPCWSTR GetDefaultString();
@@ -149,6 +156,9 @@ class RegKey {
   // The strings of a REG_MULTI_SZ value, an empty one behind the last; null for anything else.
   // `size` gets the stored size.
   LPCWSTR GetMultiString(LPCWSTR name, DWORD* size = nullptr);
+  // Whether there is a value of exactly this type and these `size` bytes. Neither the name nor the
+  // bytes may lie in the key's own buffers.
+  BOOL HasValue(LPCWSTR name, DWORD type, const BYTE* data, DWORD size);
   // The value's type when it exists and has the type `required` (0: any), else 0.
   DWORD GetValueType(LPCWSTR name, DWORD required) const;
   // Reads a text into `buffer`; returns its length. The buffer is empty, with the result 0, for any
@@ -174,16 +184,23 @@ class RegKey {
   BOOL DeleteValue(LPCWSTR name);
   // Copies a value of `source` under its name.
   BOOL CopyValueFrom(RegKey& source, LPCWSTR name);
-  // Copies a value of `source` under `newName` (null: its own) and deletes it there. Moving a value
-  // onto itself changes nothing.
+  // Copies a value of `source` under `newName` (null: its own) and deletes it there; FALSE when one
+  // of the two steps fails, which leaves it at least in one place. A value moved onto itself (same
+  // name but for case, same key whichever objects it is open in) stays as it is, with TRUE. Where
+  // the system does not tell whether two keys are one (Windows 9x, a predefined key), a value whose
+  // like is there already is not moved: FALSE with ERROR_NOT_SUPPORTED.
   BOOL MoveValueFrom(RegKey& source, LPCWSTR name, LPCWSTR newName);
+  // The same within the key; a null `newName` is the unnamed value here.
   BOOL RenameValue(LPCWSTR name, LPCWSTR newName);
   // Copies the values, and with kYes the sub-keys, of `source`. Returns how many values were
-  // copied, and 1 for each key that had nothing to copy.
+  // copied, and 1 for each key that had nothing to copy. 0 with ERROR_INVALID_PARAMETER when the
+  // key lies below `source`, whose copy would contain itself without end.
   int CopyTree(RegKey& source, Recurse recurse);
   // Gives the sub-key `name` another name, replacing what has it. FALSE with nothing changed when
-  // one of the paths is empty, is the other or lies below it; FALSE with the old key untouched when
-  // it could not be copied whole.
+  // both are one key or one lies below the other, however their paths are written
+  // (ERROR_INVALID_PARAMETER), when there is no such sub-key, and when none may be made in the key
+  // (ERROR_ACCESS_DENIED). Otherwise FALSE loses nothing of the sub-key: what could not be copied
+  // or deleted stays under the old name, and what others add meanwhile is taken along.
   BOOL RenameSubKey(LPCWSTR name, LPCWSTR newName);
 
   // Enumeration: a sub-key's or value's name, null when there is none at that position. First and
@@ -232,12 +249,19 @@ class RegKey {
   static REGSAM ViewFlag(int view);
   BOOL OpenFormatted(REGSAM access, HKEY parent, LPCWSTR format, ...);
   BOOL CreateFormatted(REGSAM access, HKEY parent, LPCWSTR format, ...);
-  BOOL Adopt(UniqueKey key, HKEY parent, LPCWSTR path);
+  // Takes over a key that was opened with `status`.
+  BOOL Adopt(LSTATUS status, UniqueKey key, HKEY parent, LPCWSTR path);
+  // FALSE with that last error, and nothing is open.
+  BOOL Refuse(DWORD error);
   void FreeBuffers();
+  // Whether reading a value changes the text.
+  bool IsInValueData(LPCWSTR text) const;
   // Puts terminators behind the `size` bytes in valueData.
   void TerminateData(DWORD size);
   // The text of `size` bytes in valueData, without a half character at its end.
   LPCWSTR TextOfData(DWORD size);
+  // Whether there is certainly no value that HasValue would find.
+  bool LacksValue(LPCWSTR name, DWORD type, const BYTE* data, DWORD size);
   // Neither of these two refreshes.
   BOOL Write(LPCWSTR name, DWORD type, const void* data, size_t size);
   BOOL Remove(LPCWSTR name);
@@ -245,6 +269,8 @@ class RegKey {
   // `complete` becomes FALSE when something of the tree was not copied; it is not looked at without
   // the sub-keys.
   int CopyTree(RegKey& source, Recurse recurse, BOOL& complete);
+  // Copies `source`, the sub-key `name`, to `target` and deletes it.
+  BOOL MoveTree(RegKey& source, LPCWSTR name, RegKey& target);
   LPCWSTR ValueOnWalk(Walk walk, const BYTE** data, DWORD* type, DWORD* size);
   LPCWSTR FindValue(DWORD wanted, Walk walk, const BYTE** data, DWORD* size);
   LPCWSTR FindDword(Walk walk, DWORD* number);

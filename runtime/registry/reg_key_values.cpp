@@ -3,8 +3,12 @@
 
 #include <algorithm>
 
+#include "runtime/core/last_error.h"
 #include "runtime/registry/expand_environment.h"
+#include "runtime/registry/key_name.h"
 #include "runtime/registry/reg_key.h"
+#include "runtime/registry/stable_text.h"
+#include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
 
 namespace kv {
@@ -37,9 +41,10 @@ BOOL RegKey::QueryValue(LPCWSTR name, const BYTE** data, DWORD* type, DWORD* siz
   Store<DWORD>(type, 0);
   Store<DWORD>(size, 0);
   if (!IsOpen() || valueData_ == nullptr) return FALSE;
+  const StableText stableName(name, IsInValueData(name));
   DWORD readType = 0, readSize = valueDataCapacity_;
-  if (RegQueryValueExW(handle(), name, nullptr, &readType, valueData_.get(), &readSize) !=
-      ERROR_SUCCESS) {
+  if (!stableName || RegQueryValueExW(handle(), stableName.Get(), nullptr, &readType,
+                                      valueData_.get(), &readSize) != ERROR_SUCCESS) {
     return FALSE;
   }
   TerminateData(readSize);
@@ -47,6 +52,10 @@ BOOL RegKey::QueryValue(LPCWSTR name, const BYTE** data, DWORD* type, DWORD* siz
   Store(type, readType);
   Store(size, readSize);
   return TRUE;
+}
+
+bool RegKey::IsInValueData(LPCWSTR text) const {
+  return LiesIn(text, valueData_.get(), valueDataCapacity_ + kTerminatorRoom);
 }
 
 void RegKey::TerminateData(DWORD size) {
@@ -64,8 +73,10 @@ LPCWSTR RegKey::GetString(LPCWSTR name) {
 }
 
 LPCWSTR RegKey::GetString(LPCWSTR name, LPCWSTR otherwise) {
-  const LPCWSTR text = GetString(name);
-  return text != nullptr ? text : otherwise;
+  const StableText kept(otherwise, IsInValueData(otherwise));
+  // Without memory nothing is read, so that `otherwise` stays what it is.
+  const LPCWSTR text = kept ? GetString(name) : nullptr;
+  return text != nullptr ? text : kept.Restore();
 }
 
 LPCWSTR RegKey::GetDefaultString() {
@@ -87,6 +98,24 @@ BOOL RegKey::GetBinary(LPCWSTR name, const BYTE** data, DWORD* size) {
   Store<const BYTE*>(data, nullptr);
   Store<DWORD>(size, 0);
   return FALSE;
+}
+
+BOOL RegKey::HasValue(LPCWSTR name, DWORD type, const BYTE* data, DWORD size) {
+  const BYTE* own;
+  DWORD ownType, ownSize;
+  // It may have grown since the key was opened.
+  return (QueryValue(name, &own, &ownType, &ownSize) ||
+          (Refresh() && QueryValue(name, &own, &ownType, &ownSize))) &&
+         ownType == type && ownSize == size && memcmp(own, data, size) == 0;
+}
+
+bool RegKey::LacksValue(LPCWSTR name, DWORD type, const BYTE* data, DWORD size) {
+  DWORD ownType = 0, ownSize = 0;
+  const LSTATUS status = RegQueryValueExW(handle(), name, nullptr, &ownType, nullptr, &ownSize);
+  if (status != ERROR_SUCCESS) return status == ERROR_FILE_NOT_FOUND;
+  if (ownType != type || ownSize != size) return true;
+  const BYTE* own;
+  return Refresh() && QueryValue(name, &own) && memcmp(own, data, size) != 0;
 }
 
 LPCWSTR RegKey::GetMultiString(LPCWSTR name, DWORD* size) {
@@ -187,28 +216,37 @@ BOOL RegKey::DeleteValue(LPCWSTR name) {
 }
 
 BOOL RegKey::CopyValueFrom(RegKey& source, LPCWSTR name) {
+  const StableText stableName(name, source.IsInValueData(name));
   const BYTE* data;
   DWORD type, size;
-  return source.QueryValue(name, &data, &type, &size) && WriteAndRefresh(name, type, data, size);
+  return stableName && source.QueryValue(stableName.Get(), &data, &type, &size) &&
+         WriteAndRefresh(stableName.Get(), type, data, size);
 }
 
 BOOL RegKey::MoveValueFrom(RegKey& source, LPCWSTR name, LPCWSTR newName) {
   if (newName == nullptr) newName = name;
+  const StableText from(name, source.IsInValueData(name) || IsInValueData(name));
+  const StableText to(newName, source.IsInValueData(newName) || IsInValueData(newName));
   const BYTE* data;
   DWORD type, size;
-  if (!source.QueryValue(name, &data, &type, &size)) return FALSE;
-  // Writing would change nothing, and deleting would lose the value.
-  if (&source == this && EqualNoCase(View(name), View(newName))) return TRUE;
-  if (!Write(newName, type, data, size)) return FALSE;
+  if (!from || !to || !source.QueryValue(from.Get(), &data, &type, &size)) return FALSE;
+  // Onto itself, writing would change nothing, and deleting would lose the value.
+  if (EqualNoCase(from.View(), to.View())) {
+    const KeyRelation keys = RelateKeys(handle(), source.handle());
+    if (keys == KeyRelation::kSame) return TRUE;
+    if (keys == KeyRelation::kUnknown && !LacksValue(to.Get(), type, data, size))
+      return FailWith(ERROR_NOT_SUPPORTED);
+  }
+  if (!Write(to.Get(), type, data, size)) return FALSE;
   // Both names may lie in buffers that a refresh replaces.
-  const BOOL removed = source.Remove(name);
+  const BOOL removed = source.Remove(from.Get());
   source.Refresh();
   if (&source != this) Refresh();
   return removed;
 }
 
 BOOL RegKey::RenameValue(LPCWSTR name, LPCWSTR newName) {
-  return MoveValueFrom(*this, name, newName);
+  return MoveValueFrom(*this, name, newName == nullptr ? TEXT("") : newName);
 }
 
 }  // namespace kv

@@ -1,5 +1,7 @@
 #include "runtime/registry/shared_dll_counter.h"
 
+#include "runtime/registry/stable_text.h"
+
 namespace kv {
 
 SharedDllCounter::SharedDllCounter() {
@@ -17,16 +19,21 @@ BOOL SharedDllCounter::ReadCount(LPCWSTR path, DWORD& count) const {
 }
 
 DWORD SharedDllCounter::AddRef(LPCWSTR path) {
+  // The path may be one of the names or texts that the key has handed out.
+  const StableText stablePath(path, true);
+  if (!stablePath) return GetDword(path, 0);
   DWORD count;
-  if (ReadCount(path, count)) SetDword(path, count + 1);
-  return GetDword(path, 0);
+  if (ReadCount(stablePath.Get(), count)) SetDword(stablePath.Get(), count + 1);
+  return GetDword(stablePath.Get(), 0);
 }
 
 DWORD SharedDllCounter::Release(LPCWSTR path) {
-  const DWORD count = GetDword(path, 0);
-  if (count == 1) DeleteValue(path);
-  if (count > 1) SetDword(path, count - 1);
-  return GetDword(path, 0);
+  const StableText stablePath(path, true);
+  if (!stablePath) return GetDword(path, 0);
+  const DWORD count = GetDword(stablePath.Get(), 0);
+  if (count == 1) DeleteValue(stablePath.Get());
+  if (count > 1) SetDword(stablePath.Get(), count - 1);
+  return GetDword(stablePath.Get(), 0);
 }
 
 }  // namespace kv

@@ -11,7 +11,8 @@ class SharedDllCounter : public RegKey {
   SharedDllCounter();
 
   // Count one user more or less of the file `path`, a full path; both return the count that then
-  // stands in the registry. The last Release removes the count.
+  // stands in the registry. The last Release removes the count. Without rights or memory, and when
+  // the present count cannot be read, it stays.
   DWORD AddRef(LPCWSTR path);
   DWORD Release(LPCWSTR path);
 

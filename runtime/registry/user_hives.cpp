@@ -131,7 +131,7 @@ int UserHives::LoadClassHives(ProfileListKey& profiles) {
   for (LPCWSTR sid = profiles.FirstSubKey(); sid != nullptr; sid = profiles.NextSubKey()) {
     WCHAR file[MAX_PATH], hive[MAX_PATH];
     if (!IsLoaded(sid) || !FindClassFile(sid, file)) continue;
-    FormatText(hive, TEXT("%s%s"), sid, kClasses);
+    if (!FormatText(hive, TEXT("%s%s"), sid, kClasses)) continue;
     if (RegLoadKeyW(HKEY_USERS, hive, file) != ERROR_SUCCESS) continue;
     if (!Remember(hive)) break;
     ++loaded;

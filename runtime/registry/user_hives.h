@@ -54,8 +54,8 @@ class UserHives : public RegKey {
   ~UserHives() override;
 
   // Loads the hives of all profiles that are not loaded yet: the users' own, then their class
-  // registrations. Needs SeRestorePrivilege, which is enabled meanwhile. Returns how many were
-  // loaded.
+  // registrations. Needs SeRestorePrivilege, which is enabled meanwhile and disabled afterwards, as
+  // it is when the object unloads them. Returns how many were loaded.
   int LoadAllUserHives();
 
  private:

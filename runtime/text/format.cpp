@@ -9,7 +9,7 @@ BOOL FormatTextV(LPWSTR out, size_t capacity, LPCWSTR format, va_list arguments)
   // The formatter writes no terminator when the text does not fit, and -1 says so.
   const int length = _vsnwprintf(out, capacity, format, arguments);
   const bool fits = length >= 0 && static_cast<size_t>(length) < capacity;
-  out[fits ? length : capacity - 1] = 0;
+  out[fits ? length : WholeLength(WideView(out, capacity), capacity - 1)] = 0;
   return fits;
 }
 
@@ -33,8 +33,8 @@ BOOL FormatTextA(LPSTR out, size_t capacity, LPCSTR format, ...) {
 }
 
 BOOL AppendText(LPWSTR out, size_t capacity, LPCWSTR format, ...) {
-  const size_t length = View(out).size();
-  if (length >= capacity) return FALSE;
+  const size_t length = WideView(out, capacity).find(WCHAR(0));
+  if (length == WideView::npos) return FALSE;
   va_list arguments;
   va_start(arguments, format);
   const BOOL fits = FormatTextV(out + length, capacity - length, format, arguments);

@@ -70,13 +70,16 @@ WCHAR GetAbbrevLanguageName(LCID locale, LPWSTR output, int capacity) {
 WCHAR GetLocaleShortName(LCID locale, LPWSTR output, int capacity) {
   if (output == nullptr || capacity < 1) return 0;
   output[0] = 0;
+  const size_t room = static_cast<size_t>(capacity);
   WCHAR name[kPartCapacity], country[kPartCapacity];
+  BOOL whole = FALSE;
   if (ReadLocaleText(locale, kLocaleName, name, kPartCapacity)) {
-    CopyStringW(output, capacity, name);
+    whole = FormatText(output, room, TEXT("%s"), name);
   } else if (ReadLocaleText(locale, LOCALE_SABBREVLANGNAME, name, kPartCapacity) &&
              ReadLocaleText(locale, LOCALE_SABBREVCTRYNAME, country, kPartCapacity)) {
-    FormatText(output, static_cast<size_t>(capacity), TEXT("%s-%s"), name, country);
+    whole = FormatText(output, room, TEXT("%s-%s"), name, country);
   }
+  if (!whole) output[0] = 0;
   CharLowerW(output);
   return output[0];
 }
@@ -84,10 +87,9 @@ WCHAR GetLocaleShortName(LCID locale, LPWSTR output, int capacity) {
 UINT GetLocaleAnsiCodePage(LCID locale) {
   WCHAR number[kNameCapacity];
   ReadLocaleText(locale, LOCALE_IDEFAULTANSICODEPAGE, number, kNameCapacity);
-  const WideView digits = number;
-  const auto isDigit = [](WCHAR c) { return c >= '0' && c <= '9'; };
-  if (!std::all_of(digits.begin(), digits.end(), isDigit)) return 0;
-  return static_cast<UINT>(ParseDecimal(number));
+  int codePage;
+  ParseWholeDecimal(number, codePage);
+  return codePage > 0 && codePage <= 0xFFFF ? static_cast<UINT>(codePage) : 0;
 }
 
 CLocaleList::CLocaleList() {

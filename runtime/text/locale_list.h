@@ -8,15 +8,17 @@
 namespace kv {
 
 // Facts of one locale; `output` of `capacity` characters is emptied first. Each returns the first
-// character, 0 when the system does not know it, or the output is null or holds nothing.
+// character, 0 with an empty output when the system does not know the fact, or it does not fit, and
+// when the output is null.
 WCHAR GetEnglishLanguageName(LCID locale, LPWSTR output, int capacity);
 WCHAR GetEnglishCountryName(LCID locale, LPWSTR output, int capacity);
 // Three letters, "ENU".
 WCHAR GetAbbrevLanguageName(LCID locale, LPWSTR output, int capacity);
-// The locale's name in lower case, "en-us", cut to fit; before Windows Vista the abbreviations of
-// language and country, "enu-usa".
+// The locale's name in lower case, "en-us"; before Windows Vista the abbreviations of language and
+// country, "enu-usa".
 WCHAR GetLocaleShortName(LCID locale, LPWSTR output, int capacity);
-// The number of the locale's ANSI code page; 0 when it has none or it cannot be read.
+// The number of the locale's ANSI code page, at most 65535; 0 when it has none or it cannot be
+// read.
 UINT GetLocaleAnsiCodePage(LCID locale);
 
 struct CLocaleEntry {
@@ -36,7 +38,8 @@ class CLocaleList {
   // the system only.
   virtual BOOL CALLBACK OnLocale(LPWSTR localeText);
 
-  // By language name, then country; an entry without a name ends them. Null for an empty list.
+  // By language name, then country; an entry without a name ends them. Null when the list could not
+  // be read.
   const CLocaleEntry* entries() const { return entries_.get(); }
   DWORD entryCount() const { return entries_ == nullptr ? 0 : filledCount_; }
 

@@ -23,16 +23,32 @@ void StripFraction(Char* text) {
   }
 }
 
-}  // namespace
+// More than the digits of every double with the default precision.
+constexpr size_t kWholeCapacity = 512;
 
-LPSTR FormatDoubleA(double value, int precision, LPSTR output, size_t capacity) {
-  if (FormatTextA(output, capacity, "%.*f", precision, value)) StripFraction(output);
+// Copies a number of which nothing may be missing; empty, with the last error, when it does not fit
+// or could not be `written`.
+template <class Char>
+Char* HandOut(Char (&number)[kWholeCapacity], BOOL written, Char* output, size_t capacity) {
+  if (written) StripFraction(number);
+  const std::basic_string_view<Char> whole = number;
+  const bool fits = written && whole.size() < capacity;
+  if (capacity != 0) output[fits ? whole.copy(output, whole.size()) : 0] = 0;
+  if (!fits) SetLastError(ERROR_INSUFFICIENT_BUFFER);
   return output;
 }
 
+}  // namespace
+
+LPSTR FormatDoubleA(double value, int precision, LPSTR output, size_t capacity) {
+  CHAR number[kWholeCapacity];
+  return HandOut(number, FormatTextA(number, kWholeCapacity, "%.*f", precision, value), output,
+                 capacity);
+}
+
 LPWSTR FormatDoubleW(double value, int precision, LPWSTR output, size_t capacity) {
-  if (FormatText(output, capacity, TEXT("%.*f"), precision, value)) StripFraction(output);
-  return output;
+  WCHAR number[kWholeCapacity];
+  return HandOut(number, FormatText(number, TEXT("%.*f"), precision, value), output, capacity);
 }
 
 void FormatResolution(WCHAR (&output)[kNumberTextCapacity], int horizontalDpi, int verticalDpi) {

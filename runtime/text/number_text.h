@@ -7,7 +7,9 @@ namespace kv {
 
 // The value in fixed notation with `precision` decimals and without trailing zeros of the
 // fraction: 1.5, 2, and 0 for what rounds to -0. With precision 0 nothing is stripped (100 stays
-// 100). `output` holds `capacity` characters (bytes); a longer text is cut. Returns `output`.
+// 100). `output` holds `capacity` characters (bytes). Of a text that does not fit, or has more than
+// 511 characters, no digit is left out: `output` is empty and the last error
+// ERROR_INSUFFICIENT_BUFFER. Returns `output`.
 constexpr int kDefaultPrecision = 6;
 LPSTR FormatDoubleA(double value, int precision, LPSTR output, size_t capacity);
 LPWSTR FormatDoubleW(double value, int precision, LPWSTR output, size_t capacity);

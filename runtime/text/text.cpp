@@ -42,6 +42,22 @@ BOOL ConvertWhole(LPSTR output, int capacity, LPCWSTR source, UINT codePage, BOO
          WideCharToMultiByte(codePage, 0, source, -1, output, capacity, nullptr, nullptr) != 0;
 }
 
+// How many units of `source`, none of its characters split, take at most `room` bytes; fewer than
+// all do. -1 when the system cannot tell.
+int CountFitting(WideView source, UINT codePage, int room) {
+  size_t fitting = 0, tooMany = source.size();
+  while (tooMany - fitting > 1) {
+    const size_t tried = fitting + (tooMany - fitting) / 2;
+    const int units = static_cast<int>(WholeLength(source, tried));
+    const int bytes = units == 0 ? 0
+                                 : WideCharToMultiByte(codePage, 0, source.data(), units, nullptr,
+                                                       0, nullptr, nullptr);
+    if (units != 0 && bytes == 0) return -1;
+    (bytes <= room ? fitting : tooMany) = tried;
+  }
+  return static_cast<int>(WholeLength(source, fitting));
+}
+
 // Makes a counted string a terminated one.
 void Terminate(CHAR (&output)[kCountedStringCapacity], const BYTE* counted) {
   const int length = counted == nullptr ? 0 : counted[0];
@@ -53,7 +69,8 @@ void Terminate(CHAR (&output)[kCountedStringCapacity], const BYTE* counted) {
 
 void CopyStringW(LPWSTR output, int capacity, LPCWSTR source) {
   if (capacity <= 0) return;
-  const WideView text = View(source).substr(0, capacity - 1);
+  WideView text = View(source);
+  text = text.substr(0, WholeLength(text, static_cast<size_t>(capacity) - 1));
   // The source may be a part of the output.
   if (!text.empty()) memmove(output, text.data(), text.size() * sizeof(WCHAR));
   output[text.size()] = 0;
@@ -114,11 +131,11 @@ void WideToAnsi(LPSTR output, int capacity, LPCWSTR source, UINT codePage, BOOL*
       output[0] = 0;
     return;
   }
-  const std::unique_ptr<CHAR[]> whole(new (std::nothrow) CHAR[needed]);
-  if (whole == nullptr) return;
-  if (WideCharToMultiByte(codePage, 0, source, -1, whole.get(), needed, nullptr, nullptr) == 0)
-    return;
-  CopyStringA(output, capacity, whole.get());
+  const int units = CountFitting(View(source), codePage, capacity - 1);
+  if (units <= 0) return;
+  const int size =
+      WideCharToMultiByte(codePage, 0, source, units, output, capacity - 1, nullptr, nullptr);
+  output[size] = 0;
 }
 
 LPWSTR AnsiToUnicodeNew(LPCSTR source, UINT codePage) {
@@ -133,7 +150,11 @@ LPWSTR AnsiToUnicodeNew(LPCSTR source, UINT codePage) {
 }
 
 LPSTR UnicodeToAnsiNew(LPCWSTR source, UINT codePage, BOOL* usedDefault) {
-  const int capacity = 2 * static_cast<int>(View(source).size()) + 1;
+  const int needed = source == nullptr ? 0
+                                       : WideCharToMultiByte(codePage, 0, source, -1, nullptr, 0,
+                                                             nullptr, nullptr);
+  // Two bytes a unit are enough for most code pages.
+  const int capacity = std::max(2 * static_cast<int>(View(source).size()) + 1, needed);
   LPSTR copy = new (std::nothrow) CHAR[capacity];
   if (copy == nullptr) {
     ShowInternalError(TEXT("UnicodeToAnsiNew new char"));

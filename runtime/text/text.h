@@ -11,7 +11,8 @@
 
 namespace kv {
 
-// Copies `source`, cut to capacity - 1 characters.
+// Copies `source`, which may be a part of the output, cut to capacity - 1 characters; one of two
+// units that the cut would split goes as a whole.
 void CopyStringW(LPWSTR output, int capacity, LPCWSTR source);
 template <size_t kCapacity>
 void CopyStringW(WCHAR (&output)[kCapacity], LPCWSTR source) {
@@ -29,16 +30,16 @@ void CopyCountedStringA(LPSTR output, int capacity, const BYTE* counted);
 // without memory for that, or with a code page that the system does not have, the output is empty.
 void AnsiToWide(LPWSTR output, int capacity, LPCSTR source, UINT codePage);
 void AnsiToWideCounted(LPWSTR output, int capacity, const BYTE* counted, UINT codePage);
-// Converts with WideCharToMultiByte. `usedDefault`, when given, tells whether a character had no
+// Converts with WideCharToMultiByte. A result that does not fit ends with the last character that
+// fits whole, whatever the code page. `usedDefault`, when given, tells whether a character had no
 // counterpart in the code page; it stays 0 when the result had to be cut, and for code pages that
-// cannot tell (UTF-8). Without memory, or with a code page that the system does not have, the
-// output is empty.
+// cannot tell (UTF-8). With a code page that the system does not have the output is empty.
 void WideToAnsi(LPSTR output, int capacity, LPCWSTR source, UINT codePage,
                 BOOL* usedDefault = nullptr);
 
 // New copies, freed by the caller with delete[]; null after the report "AnsiToUnicodeNew new char"
-// or "UnicodeToAnsiNew new char" when memory runs out. The narrow copy has 2 * length + 1 bytes and
-// is cut to that.
+// or "UnicodeToAnsiNew new char" when memory runs out. They hold the whole text; the narrow one has
+// at least 2 * length + 1 bytes.
 LPWSTR AnsiToUnicodeNew(LPCSTR source, UINT codePage);
 LPSTR UnicodeToAnsiNew(LPCWSTR source, UINT codePage, BOOL* usedDefault = nullptr);
 
@@ -52,8 +53,8 @@ LPWSTR SkipSpaceW(LPCWSTR text);
 // Deletes every white-space character in place; returns the address of the new terminator.
 LPWSTR RemoveSpaceW(LPWSTR text);
 // Overwrites each occurrence of `search`, found without regard to case, by `search` as it is
-// written. The length of `text` does not change. Nothing happens for an empty search text or when
-// memory runs out.
+// written; `search` may not lie in `text`. The length of `text` does not change. Nothing happens
+// for an empty search text or when memory runs out.
 void ReplaceNoCase(LPWSTR text, LPCWSTR search);
 
 }  // namespace kv

@@ -14,6 +14,30 @@ bool IsBlank(WCHAR c) {
   return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
+constexpr LONGLONG kLowest = std::numeric_limits<int>::min();
+constexpr LONGLONG kHighest = std::numeric_limits<int>::max();
+
+struct Decimal {
+  LONGLONG value = 0;  // that of a number beyond int may be anything beyond it
+  bool hasDigits = false;
+  WideView rest;  // what follows the number
+};
+
+Decimal ReadDecimal(WideView text) {
+  const auto skip = [&](size_t count) { text.remove_prefix(count); };
+  Decimal decimal;
+  while (!text.empty() && IsBlank(text[0])) skip(1);
+  const bool negative = text.starts_with('-');
+  if (negative || text.starts_with('+')) skip(1);
+  for (; !text.empty() && text[0] >= '0' && text[0] <= '9'; skip(1)) {
+    decimal.value = std::min(decimal.value * 10 + (text[0] - '0'), kHighest + 2);
+    decimal.hasDigits = true;
+  }
+  if (negative) decimal.value = -decimal.value;
+  decimal.rest = text;
+  return decimal;
+}
+
 int HexDigit(WCHAR c) {
   if (c >= '0' && c <= '9') return c - '0';
   const WCHAR lower = ToAsciiLower(c);
@@ -51,15 +75,17 @@ bool StartsWithAsciiNoCase(WideView text, WideView prefix) {
 }
 
 int ParseDecimal(LPCWSTR text) {
-  if (text == nullptr) return 0;
-  while (IsBlank(*text)) ++text;
-  const bool negative = *text == '-';
-  if (*text == '-' || *text == '+') ++text;
-  constexpr LONGLONG kLimit = std::numeric_limits<int>::max();
-  LONGLONG value = 0;
-  for (; *text >= '0' && *text <= '9'; ++text)
-    value = std::min(value * 10 + (*text - '0'), kLimit + 1);
-  return static_cast<int>(negative ? -value : std::min(value, kLimit));
+  const Decimal decimal = ReadDecimal(View(text));
+  return static_cast<int>(std::clamp(decimal.value, kLowest, kHighest));
+}
+
+bool ParseWholeDecimal(LPCWSTR text, int& number) {
+  const Decimal decimal = ReadDecimal(View(text));
+  const bool isWhole =
+      decimal.hasDigits && std::all_of(decimal.rest.begin(), decimal.rest.end(), IsBlank);
+  const bool fits = decimal.value >= kLowest && decimal.value <= kHighest;
+  number = isWhole && fits ? static_cast<int>(decimal.value) : 0;
+  return isWhole && fits;
 }
 
 DWORD ParseHex(LPCWSTR text) {

@@ -1,6 +1,7 @@
 #include "runtime/ui/message_box_link.h"
 
 #include <new>
+#include <utility>
 
 #include "runtime/core/messages.h"
 #include "runtime/core/startup_context.h"
@@ -35,13 +36,18 @@ bool IsProductBox(const CREATESTRUCTW& record) {
 
 }  // namespace
 
+CLinkBoxHook::CLinkBoxHook() : CThreadHook(WH_CBT) {}
+
+CLinkBoxHook::~CLinkBoxHook() = default;
+
 void CLinkBoxHook::Arm(LPCWSTR target, LPCWSTR caption) {
   target_ = CopyOf(target);
   caption_ = CopyOf(caption);
+  window_.reset();
 }
 
 LRESULT CALLBACK CLinkBoxHook::HookProc(int code, WPARAM wParam, LPARAM lParam) {
-  if (code == HCBT_CREATEWND && !View(target_.get()).empty() &&
+  if (code == HCBT_CREATEWND &&
       IsProductBox(*reinterpret_cast<const CBT_CREATEWNDW*>(lParam)->lpcs)) {
     AttachTo(reinterpret_cast<HWND>(wParam));
   }
@@ -49,21 +55,30 @@ LRESULT CALLBACK CLinkBoxHook::HookProc(int code, WPARAM wParam, LPARAM lParam) 
 }
 
 void CLinkBoxHook::AttachTo(HWND box) {
-  std::unique_ptr<CLinkBoxWindow> window(new (std::nothrow)
-                                             CLinkBoxWindow(target_.get(), caption_.get()));
-  target_.reset();
-  caption_.reset();
-  // From here on the box deletes it.
-  if (window != nullptr && window->Attach(box, TRUE, 0)) static_cast<void>(window.release());
+  if (!View(target_.get()).empty()) {
+    window_.reset(new (std::nothrow) CLinkBoxWindow(*this, target_.get(), caption_.get()));
+    target_.reset();
+    caption_.reset();
+  } else if (window_ != nullptr && !IsWindow(window_->window())) {
+    window_->Detach();
+  }
+  if (window_ != nullptr && !window_->Attach(box, FALSE, 0)) window_.reset();
 }
 
-CLinkBoxWindow::CLinkBoxWindow(LPCWSTR target, LPCWSTR caption)
-    : target_(CopyOf(target)), caption_(LinkCaption(caption)) {}
+void CLinkBoxHook::GiveUpWindow() {
+  static_cast<void>(window_.release());
+}
+
+CLinkBoxWindow::CLinkBoxWindow(CLinkBoxHook& hook, LPCWSTR target, LPCWSTR caption)
+    : hook_(&hook), target_(CopyOf(target)), caption_(LinkCaption(caption)) {}
 
 void CLinkBoxWindow::AfterMessage(HWND window, UINT message, WPARAM, LPARAM, LRESULT*) {
-  if (message == WM_INITDIALOG && !View(target_.get()).empty()) {
-    AddLinkButton(window, caption_.get());
+  if (message != WM_INITDIALOG) return;
+  if (CLinkBoxHook* const hook = std::exchange(hook_, nullptr)) {
+    hook->GiveUpWindow();
+    DeleteWithWindow();
   }
+  if (!View(target_.get()).empty()) AddLinkButton(window, caption_.get());
 }
 
 BOOL CLinkBoxWindow::BeforeMessage(HWND window, UINT message, WPARAM wParam, LPARAM,
@@ -71,9 +86,14 @@ BOOL CLinkBoxWindow::BeforeMessage(HWND window, UINT message, WPARAM wParam, LPA
   const bool isMine = message == WM_COMMAND && LOWORD(wParam) == kLinkButton;
   if (!isMine || View(target_.get()).empty()) return TRUE;
   *result = 0;
-  // The object may be gone when the second box has been answered.
-  if (!OpenLink(window, target_.get())) {
-    MessageBoxW(window, target_.get(), startupContext.productName, kInfoBox);
+  // The shell and the second box handle messages: the first box, and with it this object, may be
+  // gone behind each of them.
+  const std::unique_ptr<WCHAR[]> target = CopyOf(target_.get());
+  if (target == nullptr) {
+    ShowInternalError(TEXT("CLinkBoxWindow could not copy the target"));
+  } else if (!OpenLink(window, target.get())) {
+    MessageBoxW(IsWindow(window) ? window : FindOwnerWindow(0), target.get(),
+                startupContext.productName, kInfoBox);
   }
   return FALSE;
 }

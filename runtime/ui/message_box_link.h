@@ -9,31 +9,41 @@
 
 namespace kv {
 
+class CLinkBoxWindow;
+
 // Waits on the thread that made it for the product's next message box and gives it the button.
 class CLinkBoxHook : public CThreadHook {
  public:
-  CLinkBoxHook() : CThreadHook(WH_CBT) {}
+  CLinkBoxHook();
+  ~CLinkBoxHook() override;
   // The next box gets a button with copies of these; an empty target gives none.
   void Arm(LPCWSTR target, LPCWSTR caption);
   LRESULT CALLBACK HookProc(int code, WPARAM wParam, LPARAM lParam) override;
+  // The box exists, to which its object belongs from now on.
+  void GiveUpWindow();
 
  private:
   void AttachTo(HWND box);
 
   std::unique_ptr<WCHAR[]> target_;
   std::unique_ptr<WCHAR[]> caption_;
+  // Of the box that is being made. Another hook may still refuse that one; then this serves the
+  // next.
+  std::unique_ptr<CLinkBoxWindow> window_;
 };
 
-// Adds the button to a message box, and serves it; deleted with the box.
+// Adds the button to a message box, and serves it. The hook's until the box begins its dialog, then
+// deleted with the box.
 class CLinkBoxWindow : public CSubclassWindow {
  public:
-  CLinkBoxWindow(LPCWSTR target, LPCWSTR caption);
+  CLinkBoxWindow(CLinkBoxHook& hook, LPCWSTR target, LPCWSTR caption);
   void AfterMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam,
                     LRESULT* result) override;
   BOOL BeforeMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam,
                      LRESULT* result) override;
 
  private:
+  CLinkBoxHook* hook_;  // null once the box has begun
   std::unique_ptr<WCHAR[]> target_;
   std::unique_ptr<WCHAR[]> caption_;
 };
@@ -41,7 +51,8 @@ class CLinkBoxWindow : public CSubclassWindow {
 // While it has a target, the next message box that is titled with the product's name on the thread
 // that uses it, and no later one, has a button behind its own ones. The button leaves the box open.
 // A target that begins with "mailto:" or contains "://" is opened as the shell does it, and shown
-// as a text when the shell refuses; any other one is shown as a text.
+// as a text when the shell refuses; any other one is shown as a text, over the box while that is
+// there. Without memory for a copy of the target that is reported instead.
 class CMessageBoxLink {
  public:
   CMessageBoxLink() = default;

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <utility>
 
 #include "resources/string_ids.h"
 #include "runtime/core/messages.h"
@@ -72,7 +71,13 @@ HICON LoadIconOfSize(HMODULE resources, UINT icon, int widthMetric, int heightMe
 // there is none.
 BOOL LoadFormat(HMODULE resources, UINT number,
                 WCHAR (&format)[kFormatCapacity + kEllipsisLength]) {
-  return LoadStringW(resources, number, format, kFormatCapacity) != 0;
+  // To the system no module means the program's own file.
+  return resources != nullptr && LoadStringW(resources, number, format, kFormatCapacity) != 0;
+}
+
+// A window without the button keeps what has the focus.
+void FocusCancelButton(HWND window) {
+  if (const HWND button = GetDlgItem(window, IDCANCEL)) SetFocus(button);
 }
 
 // From one position of the bar to another. A bar may stand for a time on the tick count, which
@@ -113,6 +118,8 @@ BOOL CProgressWnd::Create(HINSTANCE instance, HMODULE resources, LPCWSTR classNa
                           UINT windowIcon, UINT controlIcon, BOOL cancel, LPCWSTR cancelText,
                           int width, int height, DWORD style, DWORD exStyle, const LOGFONTW* font,
                           const RECT* bitmapButton) {
+  Destroy();
+  rangeSet_ = cancelled_ = FALSE;
   hInstance_ = instance;
   if (!RegisterWindowClass(className)) return FALSE;
   SIZE dotsPerInch;
@@ -183,7 +190,7 @@ BOOL CProgressWnd::CreateControls(HMODULE resources, const Parts& parts, SIZE do
   SetCursor(LoadCursorW(nullptr, IDC_ARROW));
   Pump();
   delayStart_ = 0;
-  return TRUE;
+  return hWnd_ != nullptr;
 }
 
 void CProgressWnd::LoadWindowIcons(UINT icon) {
@@ -262,8 +269,8 @@ HWND CProgressWnd::CreateChild(LPCWSTR className, LPCWSTR text, DWORD style, int
 void CProgressWnd::Destroy() {
   StopTimer();
   Forget(hFont_, DeleteObject);
-  Forget(hWnd_, DestroyWindow);
-  hIconControl_ = hBitmapButton_ = hText_ = hProgress_ = nullptr;
+  if (hWnd_ != nullptr) DestroyWindow(hWnd_);
+  ForgetWindow();
   Forget(hIconLarge_, DestroyIcon);
   Forget(hIconSmall_, DestroyIcon);
   Forget(hControlIcon_, DestroyIcon);
@@ -276,9 +283,15 @@ void CProgressWnd::Destroy() {
 HWND CProgressWnd::Detach() {
   StopTimer();
   // The window may outlive this object.
-  if (hWnd_ != nullptr) Property().Remove(hWnd_);
-  hIconControl_ = hBitmapButton_ = hText_ = hProgress_ = nullptr;
-  return std::exchange(hWnd_, nullptr);
+  const HWND window = hWnd_;
+  if (window != nullptr) Property().Remove(window);
+  ForgetWindow();
+  return window;
+}
+
+void CProgressWnd::ForgetWindow() {
+  hWnd_ = hIconControl_ = hBitmapButton_ = hText_ = hProgress_ = nullptr;
+  delayStart_ = 0;
 }
 
 void CProgressWnd::StopTimer() {
@@ -305,7 +318,7 @@ void CProgressWnd::Show(BOOL show) {
 void CProgressWnd::ShowNow() {
   ShowWindow(hWnd_, SW_SHOWNORMAL);
   UpdateWindow(hWnd_);
-  SetFocus(CancelButton());
+  FocusCancelButton(hWnd_);
 }
 
 void CProgressWnd::DelayPassed() {
@@ -420,7 +433,7 @@ void CProgressWnd::SetControlIcon(UINT icon) {
 }
 
 BOOL CProgressWnd::Pump() {
-  if (hWnd_ == nullptr || !PumpMessages(hWnd_) || cancelled_) return FALSE;
+  if (hWnd_ == nullptr || !PumpMessages(hWnd_) || hWnd_ == nullptr || cancelled_) return FALSE;
   UpdateWindow(hWnd_);
   return TRUE;
 }
@@ -455,7 +468,7 @@ LRESULT CALLBACK CProgressWnd::WindowProc(HWND window, UINT message, WPARAM wPar
       Property().Set(window, reinterpret_cast<CREATESTRUCTW*>(lParam)->lpCreateParams);
       return 0;
     case WM_ACTIVATE:
-      if (LOWORD(wParam) != WA_INACTIVE) SetFocus(GetDlgItem(window, IDCANCEL));
+      if (LOWORD(wParam) != WA_INACTIVE) FocusCancelButton(window);
       return 0;
     case WM_PAINT: {
       PAINTSTRUCT paint;
@@ -475,6 +488,7 @@ LRESULT CALLBACK CProgressWnd::WindowProc(HWND window, UINT message, WPARAM wPar
       return TRUE;
     case WM_NCDESTROY:
       Property().Remove(window);
+      if (object != nullptr) object->ForgetWindow();
       return 0;
     case WM_COMMAND:
       if (object != nullptr && LOWORD(wParam) == IDCANCEL) object->Cancel();

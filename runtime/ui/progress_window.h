@@ -12,7 +12,8 @@ namespace kv {
 // and with that lets the window handle its messages, and learns from Pump whether it may go on. The
 // window may appear late, so that short operations never flash one (SetShowDelay). All operations
 // belong to the thread that called Create. Without the window or the control that they are about
-// they do nothing and return 0.
+// they do nothing and return 0; so it is, too, when somebody else has destroyed the window, which
+// may happen while an operation handles messages. The object itself must outlive each operation.
 class CProgressWnd {
  public:
   CProgressWnd();
@@ -20,7 +21,8 @@ class CProgressWnd {
   CProgressWnd& operator=(const CProgressWnd&) = delete;
   ~CProgressWnd() { Destroy(); }
 
-  // Creates the hidden window, centred on the screen. Its class `className` is registered for
+  // Creates the hidden window, centred on the screen, in place of one that the object has already.
+  // Its class `className` is registered for
   // `instance` when it does not exist. Icons, the bitmap and texts come from `resources` (null:
   // there are none). `windowIcon` is the icon of the caption, `controlIcon` the picture (0: none);
   // `bitmapButton`, when it is not empty, makes bitmap 1 the picture, at the rectangle's left and
@@ -59,7 +61,8 @@ class CProgressWnd {
   void SetText(LPCWSTR format, ...);
   void SetTextV(LPCWSTR format, va_list arguments);
   // The same with a string of the window's resources (cut to 255 characters) as the format; the
-  // first form sees to it that the text ends in "...". FALSE when there is no such string.
+  // first form sees to it that the text ends in "...". FALSE when there is no such string, and for
+  // a window without resources.
   BOOL SetTextFromResource(UINT number, ...);
   BOOL SetTextFromResourceV(UINT number, va_list arguments);
   // Characters copied without the terminator; `capacity` counts it.
@@ -67,8 +70,8 @@ class CProgressWnd {
   // Another picture, where there is an icon.
   void SetControlIcon(UINT icon);
 
-  // Handles the window's messages. FALSE when the user has cancelled or the thread was told to
-  // quit.
+  // Handles the window's messages. FALSE when the user has cancelled, the thread was told to quit
+  // or the window is gone.
   BOOL Pump();
   // The same for an operation that may have no window (null), whose thread's messages are handled.
   static BOOL Pump(CProgressWnd* window);
@@ -92,6 +95,7 @@ class CProgressWnd {
                         int lineHeight);
   void CreateCancelButton(LPCWSTR text, SIZE textSize, const RECT& client);
   HWND CreateChild(LPCWSTR className, LPCWSTR text, DWORD style, int id, const RECT& place);
+  void ForgetWindow();
   void SetBarRange(int low, int high);
   void ShowNow();
   void StopTimer();

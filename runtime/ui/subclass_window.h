@@ -12,9 +12,10 @@ namespace kv {
 //
 // From within its operations an object may attach and detach any object of the window, destroy any
 // (itself included, when it does nothing with itself afterwards) and destroy the window. An object
-// that is attached while a message is on its way sees later messages only; one that has left is not
-// called any more. When the last one leaves before the window's procedure was called, the message
-// ends with what has been stored as its result (0 at first).
+// that is attached from BeforeMessage takes part in the message from its AfterMessage on, one that
+// is attached from AfterMessage in later messages only; one that has left is not called any more.
+// When the last one leaves before the window's procedure was called, the message ends with what has
+// been stored as its result (0 at first).
 class CSubclassWindow {
  public:
   CSubclassWindow() = default;
@@ -40,6 +41,10 @@ class CSubclassWindow {
   // Null while the object is not attached.
   HWND window() const { return hWnd_; }
   DWORD userData() const { return userData_; }
+
+ protected:
+  // From now on the object is deleted with its window.
+  void DeleteWithWindow() { autoDelete_ = TRUE; }
 
  private:
   struct Place;

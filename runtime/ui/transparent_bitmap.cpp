@@ -11,9 +11,8 @@ using TransparentBltFunction = BOOL(WINAPI*)(HDC, int, int, int, int, HDC, int, 
 
 // Null where the system lacks it.
 TransparentBltFunction FindTransparentBlt() {
-  LoadedLibrary& library = startupContext.msimg32;
-  if (!library.IsLoaded()) library.Load(TEXT("msimg32.dll"), Quiet::kYes);
-  return FindProc<TransparentBltFunction>(library.handle(), "TransparentBlt");
+  return FindProc<TransparentBltFunction>(startupContext.msimg32.LoadOnce(TEXT("msimg32.dll")),
+                                          "TransparentBlt");
 }
 
 // A memory device context with a bitmap in it.
