@@ -13,16 +13,24 @@ bool IsConsole(DWORD which) {
   return GetConsoleMode(GetStdHandle(which), &mode);
 }
 
+// What the console does not take is left in `text`.
+void WriteToConsole(HANDLE console, WideView& text) {
+  DWORD written = 0;
+  while (!text.empty() &&
+         WriteConsoleW(console, text.data(), static_cast<DWORD>(text.size()), &written, nullptr)) {
+    if (written == 0) return;
+    text.remove_prefix(written);
+  }
+}
+
 void Write(DWORD which, FILE* file, WideView text) {
   // A program that was started without the stream has nobody to tell.
-  if (text.empty() || GetStdHandle(which) == nullptr) return;
-  DWORD written;
+  if (GetStdHandle(which) == nullptr) return;
   if (IsConsole(which)) {
     static_cast<void>(fflush(file));
-    if (WriteConsoleW(GetStdHandle(which), text.data(), static_cast<DWORD>(text.size()), &written,
-                      nullptr))
-      return;
+    WriteToConsole(GetStdHandle(which), text);
   }
+  if (text.empty()) return;
   const int length = static_cast<int>(text.size());
   std::string bytes(
       WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr), '\0');
@@ -49,13 +57,16 @@ void PrintError(WideView text) {
   PrintStatus(WideString(TEXT("kvctl: ")).append(text) + WCHAR('\n'));
 }
 
-void PrintSystemError(WideView what, DWORD error) {
+WideString SystemErrorText(DWORD error) {
   WCHAR reason[kv::kErrorTextCapacity];
   kv::GetSystemErrorText(error, reason, kv::kErrorTextCapacity);
   WideString why(reason);
   while (!why.empty() && (kv::IsSpaceW(why.back()) || why.back() == '.')) why.pop_back();
-  if (why.empty()) why = Text(IDS_CTL_ERROR_NUMBER, Number(error).c_str());
-  PrintError(WideString(what) + TEXT(": ") + why);
+  return why.empty() ? Text(IDS_CTL_ERROR_NUMBER, Number(error).c_str()) : why;
+}
+
+void PrintSystemError(WideView what, DWORD error) {
+  PrintError(WideString(what) + TEXT(": ") + SystemErrorText(error));
 }
 
 void PrintStatus(WideView text) {
@@ -63,6 +74,9 @@ void PrintStatus(WideView text) {
 }
 bool StatusIsVisible() {
   return IsConsole(STD_ERROR_HANDLE);
+}
+bool OutputIsTerminal() {
+  return IsConsole(STD_OUTPUT_HANDLE);
 }
 
 WideString Number(ULONGLONG value) {

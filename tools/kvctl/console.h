@@ -19,12 +19,15 @@ bool IsOutputComplete();
 void PrintLine(WideView text);
 // One line "kvctl: text" on standard error.
 void PrintError(WideView text);
-// "kvctl: what: why", where why is the system's text for `error`.
+// The system's text for `error` without its closing full stop.
+WideString SystemErrorText(DWORD error);
+// "kvctl: what: why", where why is SystemErrorText.
 void PrintSystemError(WideView what, DWORD error);
 // Standard error without a prefix, for progress.
 void PrintStatus(WideView text);
-// Whether standard error is a terminal.
+// Whether standard error (standard output) is a terminal.
 bool StatusIsVisible();
+bool OutputIsTerminal();
 
 // String `number` of the language resource library with its inserts.
 template <class... Texts>

@@ -3,13 +3,13 @@
 #include "runtime/ipc/administrator.h"
 #include "runtime/printing/default_printer.h"
 #include "runtime/printing/printer_handle.h"
+#include "runtime/printing/printer_info.h"
 #include "tools/kvctl/command.h"
 
 namespace kvctl {
 namespace {
 
-constexpr WCHAR kAllUsersOption[] = TEXT("--all-users");
-constexpr Option kOptions[] = {{kAllUsersOption, false}};
+constexpr Option kAllUsersOption = {TEXT("--all-users"), false};
 
 ExitStatus ShowDefault() {
   WCHAR name[MAX_PATH];
@@ -21,12 +21,21 @@ ExitStatus ShowDefault() {
   return kDone;
 }
 
-ExitStatus SetDefault(const WideString& name, bool forAllUsers) {
+// The name as the spooler writes it; empty, after a message, when there is no such printer.
+WideString OwnSpelling(const WideString& name) {
   kv::UniquePrinter printer;
-  if (!kv::OpenPrinterHandle(name.c_str(), printer.Receive(), nullptr, FALSE)) {
-    PrintLastError(IDS_CTL_CANNOT_OPEN_PRINTER, name.c_str());
-    return kFailed;
+  if (kv::OpenPrinterHandle(name.c_str(), printer.Receive(), nullptr, FALSE)) {
+    if (const auto info = kv::GetPrinterInfo2(printer.Get(), kv::Quiet::kYes)) {
+      return WideString(kv::View(info->pPrinterName));
+    }
   }
+  PrintLastError(IDS_CTL_CANNOT_OPEN_PRINTER, name.c_str());
+  return {};
+}
+
+ExitStatus SetDefault(const WideString& given, bool forAllUsers) {
+  const WideString name = OwnSpelling(given);
+  if (name.empty()) return kFailed;
   if (forAllUsers && kv::IsAdministrator(nullptr, nullptr) < 1) {
     PrintError(Text(IDS_CTL_DEFAULT_NEEDS_RIGHTS));
     return kNeedsRights;
@@ -38,7 +47,7 @@ ExitStatus SetDefault(const WideString& name, bool forAllUsers) {
   }
   WCHAR now[MAX_PATH];
   kv::GetDefaultPrinterName(now, kv::CutAtComma::kYes);
-  if (kv::EqualNoCase(now, name)) return kDone;
+  if (now == name) return kDone;
   PrintError(Text(IDS_CTL_DEFAULT_NOT_SET, name.c_str()));
   return kFailed;
 }
@@ -51,9 +60,12 @@ ExitStatus RunDefault(const Arguments& arguments) {
   return kUsage;
 }
 
+constexpr Option kOptions[] = {kAllUsersOption};
+constexpr Action kActions[] = {{nullptr, kOptions, 0, 1, RunDefault}};
+
 }  // namespace
 
-const Command kDefaultCommand = {
-    TEXT("default"), IDS_CTL_DEFAULT_SUMMARY, IDS_CTL_DEFAULT_USAGE, kOptions, 0, 1, RunDefault};
+const Command kDefaultCommand = {TEXT("default"), IDS_CTL_DEFAULT_SUMMARY, IDS_CTL_DEFAULT_USAGE,
+                                 kActions};
 
 }  // namespace kvctl

@@ -9,16 +9,15 @@
 namespace kvctl {
 namespace {
 
-constexpr WCHAR kSecondsOption[] = TEXT("--seconds");
-constexpr WCHAR kDelayOption[] = TEXT("--delay");
-constexpr WCHAR kTargetOption[] = TEXT("--target");
-constexpr WCHAR kCaptionOption[] = TEXT("--caption");
-constexpr Option kOptions[] = {
-    {kSecondsOption, true}, {kDelayOption, true}, {kTargetOption, true}, {kCaptionOption, true}};
+constexpr Option kSecondsOption = {TEXT("--seconds"), true};
+constexpr Option kDelayOption = {TEXT("--delay"), true};
+constexpr Option kTargetOption = {TEXT("--target"), true};
+constexpr Option kCaptionOption = {TEXT("--caption"), true};
 constexpr DWORD kStep = 50;  // ms
 
 // The option as a number of at most four digits; FALSE after a message.
-BOOL ReadNumber(const Arguments& arguments, LPCWSTR option, WideView otherwise, DWORD& number) {
+BOOL ReadNumber(const Arguments& arguments, const Option& option, WideView otherwise,
+                DWORD& number) {
   const WideString text = arguments.Value(option, otherwise);
   const bool isNumber =
       !text.empty() && text.size() <= 4 &&
@@ -27,7 +26,7 @@ BOOL ReadNumber(const Arguments& arguments, LPCWSTR option, WideView otherwise, 
     number = static_cast<DWORD>(kv::ParseDecimal(text.c_str()));
     return TRUE;
   }
-  PrintError(Text(IDS_CTL_DEMO_NOT_A_NUMBER, option, text.c_str()));
+  PrintError(Text(IDS_CTL_DEMO_NOT_A_NUMBER, option.name, text.c_str()));
   return FALSE;
 }
 
@@ -90,18 +89,13 @@ ExitStatus ShowLinkBox(const Arguments& arguments) {
   return kDone;
 }
 
-ExitStatus ShowDemo(const Arguments& arguments) {
-  const WideString& what = arguments.operands()[0];
-  if (what == TEXT("progress")) return ShowProgress(arguments);
-  if (what == TEXT("linkbox")) return ShowLinkBox(arguments);
-  PrintError(Text(IDS_CTL_UNEXPECTED_OPERAND, what.c_str()));
-  PrintError(Text(IDS_CTL_SEE_HELP, TEXT("demo")));
-  return kUsage;
-}
+constexpr Option kProgressOptions[] = {kSecondsOption, kDelayOption};
+constexpr Option kLinkBoxOptions[] = {kTargetOption, kCaptionOption};
+constexpr Action kActions[] = {{TEXT("progress"), kProgressOptions, 0, 0, ShowProgress},
+                               {TEXT("linkbox"), kLinkBoxOptions, 0, 0, ShowLinkBox}};
 
 }  // namespace
 
-const Command kDemoCommand = {
-    TEXT("demo"), IDS_CTL_DEMO_SUMMARY, IDS_CTL_DEMO_USAGE, kOptions, 1, 1, ShowDemo};
+const Command kDemoCommand = {TEXT("demo"), IDS_CTL_DEMO_SUMMARY, IDS_CTL_DEMO_USAGE, kActions};
 
 }  // namespace kvctl

@@ -1,12 +1,12 @@
 #include "resources/string_ids.h"
 #include "runtime/core/system_description.h"
 #include "tools/kvctl/command.h"
+#include "tools/kvctl/json.h"
 
 namespace kvctl {
 namespace {
 
-constexpr WCHAR kFullOption[] = TEXT("--full");
-constexpr Option kOptions[] = {{kFullOption, false}};
+constexpr Option kFullOption = {TEXT("--full"), false};
 
 ExitStatus Describe(const Arguments& arguments) {
   WCHAR text[kv::kSystemDescriptionCapacity];
@@ -15,13 +15,24 @@ ExitStatus Describe(const Arguments& arguments) {
     PrintError(Text(IDS_CTL_DESCRIBE_NOTHING));
     return kFailed;
   }
-  PrintLine(text);
+  if (!arguments.Has(kJsonOption)) {
+    PrintLine(text);
+    return kDone;
+  }
+  JsonWriter json;
+  json.BeginObject();
+  json.Add(TEXT("description"), text);
+  json.EndObject();
+  PrintLine(json.text());
   return kDone;
 }
 
+constexpr Option kOptions[] = {kFullOption, kJsonOption};
+constexpr Action kActions[] = {{nullptr, kOptions, 0, 0, Describe}};
+
 }  // namespace
 
-const Command kDescribeCommand = {
-    TEXT("describe"), IDS_CTL_DESCRIBE_SUMMARY, IDS_CTL_DESCRIBE_USAGE, kOptions, 0, 0, Describe};
+const Command kDescribeCommand = {TEXT("describe"), IDS_CTL_DESCRIBE_SUMMARY,
+                                  IDS_CTL_DESCRIBE_USAGE, kActions};
 
 }  // namespace kvctl

@@ -5,9 +5,8 @@
 namespace kvctl {
 namespace {
 
-constexpr WCHAR kStripScheme[] = TEXT("--strip-scheme");
-constexpr WCHAR kStripExtension[] = TEXT("--strip-extension");
-constexpr Option kOptions[] = {{kStripScheme, false}, {kStripExtension, false}};
+constexpr Option kStripScheme = {TEXT("--strip-scheme"), false};
+constexpr Option kStripExtension = {TEXT("--strip-extension"), false};
 
 ExitStatus ShowDocumentName(const Arguments& arguments) {
   WideString title = arguments.operands()[0];
@@ -17,10 +16,12 @@ ExitStatus ShowDocumentName(const Arguments& arguments) {
   return kDone;
 }
 
+constexpr Option kOptions[] = {kStripScheme, kStripExtension};
+constexpr Action kActions[] = {{nullptr, kOptions, 1, 1, ShowDocumentName}};
+
 }  // namespace
 
-const Command kDocnameCommand = {
-    TEXT("docname"), IDS_CTL_DOCNAME_SUMMARY, IDS_CTL_DOCNAME_USAGE, kOptions, 1, 1,
-    ShowDocumentName};
+const Command kDocnameCommand = {TEXT("docname"), IDS_CTL_DOCNAME_SUMMARY, IDS_CTL_DOCNAME_USAGE,
+                                 kActions};
 
 }  // namespace kvctl

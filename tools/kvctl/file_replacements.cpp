@@ -3,7 +3,6 @@
 #include "runtime/files/compare_files.h"
 #include "runtime/files/file_actions.h"
 #include "runtime/registry/deferred_file_ops.h"
-#include "tools/kvctl/port_files.h"
 
 namespace kvctl {
 namespace {
@@ -36,12 +35,24 @@ void FileReplacements::CancelPending(const WideString& target) {
   if (CancelOperationsAtRestart(target)) cancelledDeletions_.push_back(target);
 }
 
+// What an interrupted installation has left of a file that stays as it is.
+void FileReplacements::ClearLeftovers(const WideString& target) {
+  Remove(target + kStagedSuffix);
+  const WideString backup = target + kBackupSuffix;
+  if (kv::FileExists(backup.c_str(), kv::Report::kNo)) oldBackups_.push_back(backup);
+}
+
 FileReplacements::Result FileReplacements::Put(const WideString& source, const WideString& target) {
   CancelPending(target);
   if (kv::CompareFiles(source.c_str(), target.c_str(), kv::CompareContents::kYes) == 1) {
+    ClearLeftovers(target);
     return Result::kSame;
   }
-  if (FileVersion(target) > FileVersion(source)) return Result::kNewerThere;
+  const std::optional<DWORD> ours = FileVersion(source), there = FileVersion(target);
+  if (ours && there && *there > *ours) {
+    ClearLeftovers(target);
+    return Result::kNewerThere;
+  }
   const bool hadFile = kv::FileExists(target.c_str(), kv::Report::kNo);
   const Result result = Stage(source, target, hadFile);
   if (result == Result::kFailed) Remove(target + kStagedSuffix);
@@ -101,14 +112,21 @@ bool FileReplacements::Undo() {
   return complete;
 }
 
-void FileReplacements::Keep() {
+std::vector<FileReplacements::LeftBackup> FileReplacements::Keep() {
+  std::vector<LeftBackup> left;
   for (const Replaced& file : replaced_) {
-    const WideString backup = file.target + kBackupSuffix;
-    if (!Remove(backup)) kv::CDeferredFileOps().DeleteOnRestart(backup.c_str());
+    if (file.hadFile) oldBackups_.push_back(file.target + kBackupSuffix);
+  }
+  for (const WideString& backup : oldBackups_) {
+    if (Remove(backup)) continue;
+    const bool goes = kv::CDeferredFileOps().DeleteOnRestart(backup.c_str());
+    left.push_back({backup, goes ? DWORD{ERROR_SUCCESS} : GetLastError()});
   }
   replaced_.clear();
   atRestart_.clear();
+  oldBackups_.clear();
   cancelledDeletions_.clear();
+  return left;
 }
 
 }  // namespace kvctl

@@ -1,19 +1,17 @@
 // Files that are put in place together, or not at all.
 //
-// A new file is copied beside its target ("….new") and takes the target's name in one step, so that
-// an interruption leaves the old file or the new one; of what is replaced a copy ("….old") stays
-// until Keep or Undo. Operations at the next restart that would undo the work are cancelled.
+// A new file is copied beside its target (kStagedSuffix) and takes the target's name in one step,
+// so that an interruption leaves the old file or the new one; of what is replaced a copy
+// (kBackupSuffix) stays until Keep or Undo. Operations at the next restart that would undo the work
+// are cancelled.
 #pragma once
 
 #include <vector>
 
-#include "tools/kvctl/console.h"
+#include "tools/kvctl/port_files.h"
 #include "tools/kvctl/spooler_pause.h"
 
 namespace kvctl {
-
-inline constexpr WCHAR kStagedSuffix[] = TEXT(".new");
-inline constexpr WCHAR kBackupSuffix[] = TEXT(".old");
 
 class FileReplacements {
  public:
@@ -22,7 +20,7 @@ class FileReplacements {
 
   enum class Result {
     kSame,        // the target has these bytes already
-    kNewerThere,  // the target has a higher version and stays
+    kNewerThere,  // both versions are known, the target's is higher, and it stays
     kPut,
     kAtRestart,  // the target is in use by somebody else; the system replaces it at its next start
     kFailed,     // with the system's last error; nothing has changed
@@ -31,8 +29,12 @@ class FileReplacements {
 
   // Puts back what was there before the first Put; FALSE when something could not be put back.
   bool Undo();
-  // Makes the work final.
-  void Keep();
+  // Makes the work final. The backups that could not be deleted now.
+  struct LeftBackup {
+    WideString path;
+    DWORD error;  // why the next start of the system does not delete it; ERROR_SUCCESS: it does
+  };
+  std::vector<LeftBackup> Keep();
 
  private:
   struct Replaced {
@@ -40,12 +42,14 @@ class FileReplacements {
     bool hadFile;
   };
   void CancelPending(const WideString& target);
+  void ClearLeftovers(const WideString& target);
   Result Stage(const WideString& source, const WideString& target, bool hadFile);
   bool MoveOver(const WideString& from, const WideString& target);
 
   SpoolerPause& pause_;
   std::vector<Replaced> replaced_;
   std::vector<WideString> atRestart_;
+  std::vector<WideString> oldBackups_;  // of earlier, interrupted work
   std::vector<WideString> cancelledDeletions_;
 };
 

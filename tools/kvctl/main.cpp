@@ -51,41 +51,16 @@ void PrintVersion() {
   PrintLine(line);
 }
 
-void PrintHelp() {
-  constexpr size_t kNameWidth = 12;
-  PrintLine(Text(IDS_CTL_HELP));
-  for (const Command* command : AllCommands()) {
-    PrintLine(WideString(TEXT("  ")) + Padded(command->name, kNameWidth) + Text(command->summary));
-  }
-}
-
-ExitStatus RunCommand(const Command& command, std::span<const WideString> words) {
-  for (const WideString& word : words) {
-    if (word == TEXT("--help")) {
-      PrintLine(Text(command.usage));
-      return kDone;
-    }
-    if (word == TEXT("--")) break;
-  }
-  Arguments arguments;
-  if (!arguments.Parse(words, command.options, command.minimumOperands, command.maximumOperands)) {
-    PrintError(Text(IDS_CTL_SEE_HELP, command.name));
-    return kUsage;
-  }
-  return command.run(arguments);
-}
-
 ExitStatus Run(const std::vector<WideString>& words) {
-  if (words.empty() || words[0] == TEXT("--help")) {
-    PrintHelp();
+  const auto shows = [&](LPCWSTR word) { return words[0] == word; };
+  if (words.empty() || shows(TEXT("--help")) || shows(TEXT("-h")) || shows(TEXT("/?"))) {
+    RunCommand(kHelpCommand, {});
     return words.empty() ? kUsage : kDone;
   }
   const Command* const command = FindCommand(words[0]);
-  if (command == nullptr) {
-    PrintError(Text(IDS_CTL_UNKNOWN_COMMAND, words[0].c_str()));
-    return kUsage;
-  }
-  return RunCommand(*command, std::span(words).subspan(1));
+  if (command != nullptr) return RunCommand(*command, std::span(words).subspan(1));
+  PrintError(Text(IDS_CTL_SEE_COMMANDS));
+  return kUsage;
 }
 
 // What ended on a full disk was not done, whatever the command says.

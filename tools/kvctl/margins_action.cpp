@@ -1,7 +1,9 @@
 #include "tools/kvctl/margins_action.h"
 
 #include "resources/string_ids.h"
+#include "runtime/core/handles.h"
 #include "runtime/core/startup_context.h"
+#include "runtime/printing/printer_handle.h"
 #include "runtime/printing/printer_margins.h"
 #include "runtime/printing/printer_settings.h"
 #include "tools/kvctl/port_registration.h"
@@ -11,8 +13,13 @@ namespace {
 
 // Empty after a message.
 WideString ProductPrinter(const Arguments& arguments) {
-  WideString named = arguments.Value(kForOption);
-  if (!named.empty()) return named;
+  if (arguments.Has(kForOption)) {
+    const WideString named = arguments.Value(kForOption);
+    kv::UniquePrinter printer;
+    if (kv::OpenPrinterHandle(named.c_str(), printer.Receive(), nullptr, FALSE)) return named;
+    PrintLastError(IDS_CTL_CANNOT_OPEN_PRINTER, named.c_str());
+    return {};
+  }
   std::vector<PortPrinter> printers;
   if (!ListPortPrinters(printers)) {
     PrintLastError(IDS_CTL_CANNOT_LIST_PRINTERS);
@@ -26,7 +33,7 @@ WideString ProductPrinter(const Arguments& arguments) {
 }  // namespace
 
 ExitStatus StoreMargins(const Arguments& arguments) {
-  const WideString& device = arguments.operands()[1];
+  const WideString& device = arguments.operands()[0];
   const WideString printer = ProductPrinter(arguments);
   if (printer.empty()) return kFailed;
   if (!kv::StoreDeviceMargins(printer.c_str(), device.c_str(), nullptr)) {

@@ -5,10 +5,10 @@
 
 namespace kvctl {
 
-inline constexpr WCHAR kForOption[] = TEXT("--for");
+inline constexpr Option kForOption = {TEXT("--for"), true};
 
-// Measures the printer that the second operand names and stores its margins for the product printer
-// of the option --for, or for the first one on the port.
+// Measures the printer that the operand names and stores its margins for the product printer of the
+// option --for, which must exist, or for the first one on the port.
 ExitStatus StoreMargins(const Arguments& arguments);
 
 }  // namespace kvctl

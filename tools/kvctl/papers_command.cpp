@@ -3,69 +3,53 @@
 #include "resources/string_ids.h"
 #include "runtime/papers/custom_papers.h"
 #include "runtime/papers/paper_length.h"
-#include "runtime/registry/settings.h"
 #include "runtime/text/text.h"
 #include "tools/kvctl/command.h"
-#include "tools/kvctl/json.h"
+#include "tools/kvctl/table.h"
 
 namespace kvctl {
 namespace {
 
-constexpr WCHAR kJsonOption[] = TEXT("--json");
-constexpr WCHAR kCustomOption[] = TEXT("--custom");
-constexpr Option kOptions[] = {{kJsonOption, false}, {kCustomOption, false}};
-constexpr size_t kIdColumn = 8, kNameColumn = 32;
+constexpr Option kCustomOption = {TEXT("--custom"), false};
+constexpr Column kColumns[] = {{TEXT("id"), IDS_CTL_HEADING_NUMBER, 8},
+                               {TEXT("name"), IDS_CTL_HEADING_PAPER, 32},
+                               {nullptr, IDS_CTL_HEADING_SIZE, 20},
+                               {TEXT("width_um"), 0, 0},
+                               {TEXT("height_um"), 0, 0},
+                               {TEXT("units"), 0, 0},
+                               {TEXT("custom"), 0, 0}};
 // A device mode holds names of so many characters and sides in tenths of a millimetre, 16 bits
 // signed.
 constexpr size_t kLongestName = CCHFORMNAME - 1;
 constexpr ULONGLONG kShortestSide = 1000, kLongestSide = 3276700;  // micrometres
 
-void AddJson(const kv::PaperEntry& paper, bool isCustom, JsonWriter& json) {
-  json.BeginObject();
-  json.AddNumber(TEXT("id"), paper.id);
-  json.Add(TEXT("name"), paper.name);
-  json.AddNumber(TEXT("width_um"), paper.width);
-  json.AddNumber(TEXT("height_um"), paper.height);
-  json.Add(TEXT("units"), paper.units == kv::kPaperInches ? TEXT("in") : TEXT("mm"));
-  json.AddFlag(TEXT("custom"), isCustom);
-  json.EndObject();
-}
-
-WideString ToLine(const kv::PaperEntry& paper) {
+void AddPaper(const kv::PaperEntry& paper, bool isCustom, Table& table) {
   WCHAR size[kv::kPaperSizeCapacity];
   kv::DescribePaperSize(paper, size);
-  return Padded(Number(paper.id), kIdColumn) + Padded(paper.name, kNameColumn) + size;
+  const WideString units = paper.units == kv::kPaperInches ? TEXT("in") : TEXT("mm");
+  table.Add({LONGLONG{paper.id}, WideString(paper.name), WideString(size), LONGLONG{paper.width},
+             LONGLONG{paper.height}, units, isCustom});
 }
 
-// Papers in the order in which they are shown.
-class Listing {
- public:
-  explicit Listing(bool asJson) : asJson_(asJson) { json_.BeginList(); }
-  void Add(const kv::PaperEntry& paper, bool isCustom) {
-    if (asJson_) {
-      AddJson(paper, isCustom, json_);
-    } else {
-      PrintLine(ToLine(paper));
-    }
-  }
-  void AddAll(const kv::CPaperTable& papers, bool areCustom) {
-    for (int i = 0; i < papers.count(); ++i) Add(*papers.GetPaperAt(i), areCustom);
-  }
-  void Finish() {
-    json_.EndList();
-    if (asJson_) PrintLine(json_.text());
-  }
+void AddAll(const kv::CPaperTable& papers, bool areCustom, Table& table) {
+  for (int i = 0; i < papers.count(); ++i) AddPaper(*papers.GetPaperAt(i), areCustom, table);
+}
 
- private:
-  bool asJson_;
-  JsonWriter json_;
-};
+ExitStatus Unreadable(const kv::CCustomPapers& papers) {
+  PrintSystemError(
+      Text(IDS_CTL_CANNOT_READ,
+           TEXT("HKEY_CURRENT_USER\\Software\\Veltmoor Software\\Folvane8\\CustomPapers")),
+      papers.loadError());
+  return kFailed;
+}
 
 ExitStatus List(const Arguments& arguments) {
-  Listing listing(arguments.Has(kJsonOption));
-  if (!arguments.Has(kCustomOption)) listing.AddAll(kv::CStandardPapers(), false);
-  listing.AddAll(kv::CCustomPapers(), true);
-  listing.Finish();
+  const kv::CCustomPapers custom;
+  if (custom.loadError() != ERROR_SUCCESS) return Unreadable(custom);
+  Table table(kColumns, arguments);
+  if (!arguments.Has(kCustomOption)) AddAll(kv::CStandardPapers(), false, table);
+  AddAll(custom, true, table);
+  table.Finish();
   return kDone;
 }
 
@@ -75,16 +59,17 @@ ExitStatus Unknown(const WideString& name) {
 }
 
 ExitStatus Show(const Arguments& arguments) {
-  const WideString& name = arguments.operands()[1];
+  const WideString& name = arguments.operands()[0];
   const kv::CCustomPapers custom;
   const kv::CStandardPapers standard;
   const kv::PaperEntry* paper = custom.FindPaperByName(name.c_str());
   const bool isCustom = paper != nullptr;
   if (!isCustom) paper = standard.FindPaperByName(name.c_str());
+  if (paper == nullptr && custom.loadError() != ERROR_SUCCESS) return Unreadable(custom);
   if (paper == nullptr) return Unknown(name);
-  Listing listing(arguments.Has(kJsonOption));
-  listing.Add(*paper, isCustom);
-  listing.Finish();
+  Table table(kColumns, arguments);
+  AddPaper(*paper, isCustom, table);
+  table.Finish();
   return kDone;
 }
 
@@ -110,15 +95,57 @@ std::optional<ULONGLONG> ParseLength(WideView text) {
   return number;
 }
 
-// "210x297", "210x297mm" or "8.5x11in"; nothing for a size that no paper can have.
+WideView Trimmed(WideView text) {
+  const size_t first = text.find_first_not_of(' ');
+  return first == WideView::npos ? WideView()
+                                 : text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
+// What the language writes between and behind the sides of a paper: "%s x %s in".
+struct SizeFormat {
+  WideString between, unit;
+
+  explicit SizeFormat(UINT number) {
+    constexpr WideView kSide = TEXT("%s");
+    const WideString format = Text(number);
+    const size_t first = format.find(kSide), second = format.rfind(kSide);
+    if (first == second) return;
+    between = Trimmed(WideView(format).substr(first + 2, second - first - 2));
+    unit = Trimmed(WideView(format).substr(second + 2));
+  }
+};
+
+// Takes the unit off the text, as the language or the scripts write it; without one the text is in
+// millimetres.
+WORD TakeUnits(WideView& text, const SizeFormat& inches, const SizeFormat& millimetres) {
+  const struct {
+    WideView unit;
+    WORD units;
+  } kUnits[] = {{inches.unit, kv::kPaperInches},
+                {millimetres.unit, kv::kPaperMillimetres},
+                {TEXT("in"), kv::kPaperInches},
+                {TEXT("mm"), kv::kPaperMillimetres}};
+  for (const auto& [unit, units] : kUnits) {
+    if (unit.empty() || !text.ends_with(unit)) continue;
+    text = Trimmed(text.substr(0, text.size() - unit.size()));
+    return units;
+  }
+  return kv::kPaperMillimetres;
+}
+
+// "210x297", "210 x 297 mm" or "8.5x11in", and what the list shows; nothing for a size that no
+// paper can have.
 std::optional<kv::PaperEntry> ParseSize(WideView text) {
+  const SizeFormat inches(IDS_PAPER_SIZE_INCHES), millimetres(IDS_PAPER_SIZE_MILLIMETRES);
   kv::PaperEntry paper = {};
-  paper.units = text.ends_with(TEXT("in")) ? kv::kPaperInches : kv::kPaperMillimetres;
-  if (text.ends_with(TEXT("in")) || text.ends_with(TEXT("mm"))) text.remove_suffix(2);
-  const size_t cross = text.find('x');
-  if (cross == WideView::npos) return std::nullopt;
-  const auto width = ParseLength(text.substr(0, cross));
-  const auto height = ParseLength(text.substr(cross + 1));
+  text = Trimmed(text);
+  paper.units = TakeUnits(text, inches, millimetres);
+  WideView cross = TEXT("x");
+  if (text.find(cross) == WideView::npos) cross = millimetres.between;
+  const size_t at = cross.empty() ? WideView::npos : text.find(cross);
+  if (at == WideView::npos) return std::nullopt;
+  const auto width = ParseLength(Trimmed(text.substr(0, at)));
+  const auto height = ParseLength(Trimmed(text.substr(at + cross.size())));
   if (!width || !height) return std::nullopt;
   const ULONGLONG unit = paper.units == kv::kPaperInches ? 25400 : 1000;  // micrometres
   for (const ULONGLONG side : {*width, *height}) {
@@ -129,11 +156,18 @@ std::optional<kv::PaperEntry> ParseSize(WideView text) {
   return paper;
 }
 
+// Whether the change that was just made has reached the store, and why not.
+ExitStatus StoredOrNot(const WideString& name) {
+  if (GetLastError() == ERROR_SUCCESS) return kDone;
+  PrintLastError(IDS_CTL_PAPERS_NOT_STORED, name.c_str());
+  return kFailed;
+}
+
 ExitStatus Add(const Arguments& arguments) {
-  const WideString& name = arguments.operands()[1];
-  auto paper = ParseSize(arguments.operands()[2]);
+  const WideString& name = arguments.operands()[0];
+  auto paper = ParseSize(arguments.operands()[1]);
   if (!paper) {
-    PrintError(Text(IDS_CTL_PAPERS_BAD_SIZE, arguments.operands()[2].c_str()));
+    PrintError(Text(IDS_CTL_PAPERS_BAD_SIZE, arguments.operands()[1].c_str()));
     return kUsage;
   }
   if (name.empty() || name.size() > kLongestName || name.find('\\') != WideString::npos) {
@@ -145,56 +179,31 @@ ExitStatus Add(const Arguments& arguments) {
     return kUsage;
   }
   kv::CopyStringW(paper->name, name.c_str());
-  // The store is made below the user's settings, not with them.
-  { kv::UserSettingsKey settings(kv::KeyMode::kWrite); }
-  kv::CCustomPapers().AddCustomPaper(*paper);
-  const kv::CCustomPapers now;
-  const kv::PaperEntry* const stored = now.FindPaperByName(name.c_str());
-  if (stored != nullptr && stored->width == paper->width && stored->height == paper->height) {
-    return kDone;
-  }
-  PrintError(Text(IDS_CTL_PAPERS_NOT_STORED, name.c_str()));
-  return kFailed;
+  kv::CCustomPapers papers;
+  if (papers.loadError() != ERROR_SUCCESS) return Unreadable(papers);
+  papers.AddCustomPaper(*paper);
+  return StoredOrNot(name);
 }
 
 ExitStatus Remove(const Arguments& arguments) {
-  const WideString& name = arguments.operands()[1];
+  const WideString& name = arguments.operands()[0];
   kv::CCustomPapers papers;
+  if (papers.loadError() != ERROR_SUCCESS) return Unreadable(papers);
   if (papers.FindPaperByName(name.c_str()) == nullptr) return Unknown(name);
   papers.RemoveCustomPaper(name.c_str());
-  if (kv::CCustomPapers().FindPaperByName(name.c_str()) == nullptr) return kDone;
-  PrintError(Text(IDS_CTL_PAPERS_NOT_STORED, name.c_str()));
-  return kFailed;
+  return StoredOrNot(name);
 }
 
-struct Action {
-  LPCWSTR name;
-  size_t operands;  // with its own name
-  ExitStatus (*run)(const Arguments& arguments);
-};
-constexpr Action kActions[] = {{TEXT("list"), 1, List},
-                               {TEXT("show"), 2, Show},
-                               {TEXT("add"), 3, Add},
-                               {TEXT("remove"), 2, Remove}};
-
-ExitStatus RunPapers(const Arguments& arguments) {
-  const std::vector<WideString>& operands = arguments.operands();
-  if (operands.empty()) return List(arguments);
-  for (const Action& action : kActions) {
-    if (operands[0] != action.name) continue;
-    if (operands.size() == action.operands) return action.run(arguments);
-    PrintError(operands.size() < action.operands
-                   ? Text(IDS_CTL_OPERAND_MISSING)
-                   : Text(IDS_CTL_UNEXPECTED_OPERAND, operands[action.operands].c_str()));
-    return kUsage;
-  }
-  PrintError(Text(IDS_CTL_PAPERS_UNKNOWN_ACTION, operands[0].c_str()));
-  return kUsage;
-}
+constexpr Option kListOptions[] = {kCustomOption, kJsonOption};
+constexpr Option kShowOptions[] = {kJsonOption};
+constexpr Action kActions[] = {{TEXT("list"), kListOptions, 0, 0, List},
+                               {TEXT("show"), kShowOptions, 1, 1, Show},
+                               {TEXT("add"), {}, 2, 2, Add},
+                               {TEXT("remove"), {}, 1, 1, Remove}};
 
 }  // namespace
 
-const Command kPapersCommand = {
-    TEXT("papers"), IDS_CTL_PAPERS_SUMMARY, IDS_CTL_PAPERS_USAGE, kOptions, 0, 3, RunPapers};
+const Command kPapersCommand = {TEXT("papers"), IDS_CTL_PAPERS_SUMMARY, IDS_CTL_PAPERS_USAGE,
+                                kActions};
 
 }  // namespace kvctl

@@ -6,6 +6,7 @@
 #include "runtime/ipc/administrator.h"
 #include "runtime/printing/monitor_installation.h"
 #include "runtime/printing/printer_handle.h"
+#include "runtime/printing/printer_info.h"
 #include "runtime/printing/spooler_list.h"
 #include "runtime/registry/reg_key.h"
 
@@ -16,6 +17,34 @@ WideString MonitorKey() {
   WCHAR path[MAX_PATH];
   kv::FormatText(path, kv::kMonitorKeyFormat, static_cast<LPCWSTR>(kv::startupContext.portName));
   return path;
+}
+
+bool ListLocalPrinters(std::vector<PortPrinter>& printers) {
+  printers.clear();
+  kv::SpoolerList<PRINTER_INFO_2W> all;
+  if (!all.Fetch([](BYTE* buffer, DWORD size, DWORD* needed, DWORD* count) {
+        return EnumPrintersW(PRINTER_ENUM_LOCAL, nullptr, 2, buffer, size, needed, count);
+      })) {
+    return false;
+  }
+  for (const PRINTER_INFO_2W& printer : all) {
+    printers.push_back({WideString(kv::View(printer.pPrinterName)),
+                        WideString(kv::View(printer.pPortName)),
+                        WideString(kv::View(printer.pDriverName)), printer.cJobs});
+  }
+  return true;
+}
+
+// The error of `change`, which gets the printer opened with all rights and is true when it
+// succeeds.
+template <class Change>
+DWORD WithPrinter(const WideString& name, Change change) {
+  PRINTER_DEFAULTSW defaults = {nullptr, nullptr, PRINTER_ALL_ACCESS};
+  kv::UniquePrinter printer;
+  if (!kv::OpenPrinterHandle(name.c_str(), printer.Receive(), &defaults, FALSE)) {
+    return GetLastError();
+  }
+  return change(printer.Get()) ? ERROR_SUCCESS : GetLastError();
 }
 
 }  // namespace
@@ -36,32 +65,50 @@ DWORD UnregisterMonitor() {
   }
   if (error != ERROR_SUCCESS) return error;
   const LSTATUS status = RegDeleteKeyW(HKEY_LOCAL_MACHINE, MonitorKey().c_str());
-  return status == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : static_cast<DWORD>(status);
+  if (status == ERROR_SUCCESS || status == ERROR_FILE_NOT_FOUND) return ERROR_SUCCESS;
+  kv::UniqueKey left;
+  const LSTATUS found =
+      RegOpenKeyExW(HKEY_LOCAL_MACHINE, MonitorKey().c_str(), 0, KEY_READ, left.Receive());
+  return found == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : static_cast<DWORD>(status);
 }
 
 bool ListPortPrinters(std::vector<PortPrinter>& printers) {
-  kv::SpoolerList<PRINTER_INFO_2W> all;
-  if (!all.Fetch([](BYTE* buffer, DWORD size, DWORD* needed, DWORD* count) {
-        return EnumPrintersW(PRINTER_ENUM_LOCAL, nullptr, 2, buffer, size, needed, count);
-      })) {
-    return false;
-  }
-  for (const PRINTER_INFO_2W& printer : all) {
-    if (kv::EqualNoCase(kv::View(printer.pPortName), kv::startupContext.portName)) {
-      printers.push_back(
-          {WideString(kv::View(printer.pPrinterName)), WideString(kv::View(printer.pDriverName))});
-    }
+  const bool isKnown = ListLocalPrinters(printers);
+  std::erase_if(printers, [](const PortPrinter& printer) {
+    return !kv::EqualNoCase(printer.port, kv::startupContext.portName);
+  });
+  return isKnown;
+}
+
+bool FindLocalPrinter(const WideString& name, std::optional<PortPrinter>& printer) {
+  printer.reset();
+  std::vector<PortPrinter> printers;
+  if (!ListLocalPrinters(printers)) return false;
+  for (PortPrinter& other : printers) {
+    if (kv::EqualNoCase(other.name, name)) printer = std::move(other);
   }
   return true;
 }
 
 DWORD DeleteLocalPrinter(const WideString& name) {
-  PRINTER_DEFAULTSW defaults = {nullptr, nullptr, PRINTER_ALL_ACCESS};
-  kv::UniquePrinter printer;
-  if (!kv::OpenPrinterHandle(name.c_str(), printer.Receive(), &defaults, FALSE)) {
-    return GetLastError();
-  }
-  return DeletePrinter(printer.Get()) ? ERROR_SUCCESS : GetLastError();
+  return WithPrinter(name, [](HANDLE printer) { return DeletePrinter(printer); });
+}
+
+DWORD CancelJobs(const WideString& printer) {
+  return WithPrinter(printer, [](HANDLE handle) {
+    return SetPrinterW(handle, 0, nullptr, PRINTER_CONTROL_PURGE);
+  });
+}
+
+DWORD ChangeDriver(const WideString& printer, const WideString& driver) {
+  return WithPrinter(printer, [&](HANDLE handle) -> BOOL {
+    const auto info = kv::GetPrinterInfo2(handle, kv::Quiet::kYes);
+    if (info == nullptr) return FALSE;
+    info->pDriverName = const_cast<LPWSTR>(driver.c_str());
+    // Its settings are those of the old driver.
+    info->pDevMode = nullptr;
+    return SetPrinterW(handle, 2, reinterpret_cast<BYTE*>(info.get()), 0);
+  });
 }
 
 ExitStatus CheckMayAdminister() {

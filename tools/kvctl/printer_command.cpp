@@ -9,15 +9,16 @@
 #include "runtime/printing/printer_handle.h"
 #include "runtime/text/text.h"
 #include "tools/kvctl/command.h"
-#include "tools/kvctl/json.h"
 #include "tools/kvctl/margins_action.h"
+#include "tools/kvctl/table.h"
 
 namespace kvctl {
 namespace {
 
-constexpr WCHAR kJsonOption[] = TEXT("--json");
-constexpr Option kOptions[] = {{kForOption, true}, {kJsonOption, false}};
-constexpr size_t kNameColumn = 18, kValueColumn = 26;
+constexpr Column kColumns[] = {{TEXT("setting"), IDS_CTL_HEADING_SETTING, 18},
+                               {TEXT("value"), IDS_CTL_HEADING_VALUE, 26},
+                               {nullptr, IDS_CTL_HEADING_ORIGIN, 24},
+                               {TEXT("from"), 0, 0}};
 
 enum class Kind { kSigned16, kUnsigned16, kUnsigned32, kWide, kNarrow };
 
@@ -98,14 +99,14 @@ const BYTE* Place(const kv::ProductDevMode& mode, const Setting& setting) {
 // its value.
 class Origins : public kv::SettingsObserver {
  public:
-  void AfterLayer(kv::SettingsLayer layer, const DEVMODEW& carried,
+  void AfterLayer(kv::SettingsLayer layer, const DEVMODEW* carried,
                   const kv::ProductDevMode& result) override {
     kv::ProductDevMode probe = result;
     for (const Setting& setting : kSettings) {
       BYTE* const place = reinterpret_cast<BYTE*>(&probe) + setting.offset;
       for (size_t i = 0; i < setting.size; ++i) place[i] = static_cast<BYTE>(~place[i]);
     }
-    kv::MergeDevMode(&carried, probe);
+    kv::MergeDevMode(carried, probe);
     for (size_t i = 0; i < kSettingCount; ++i) {
       const Setting& setting = kSettings[i];
       const bool isCarried =
@@ -149,43 +150,12 @@ WideString TextOf(const kv::ProductDevMode& mode, const Setting& setting) {
   return text;
 }
 
-WideString ValueOf(const kv::ProductDevMode& mode, const Setting& setting) {
-  return IsText(setting.kind) ? TextOf(mode, setting) : SignedNumber(NumberOf(mode, setting));
+Cell ValueOf(const kv::ProductDevMode& mode, const Setting& setting) {
+  return IsText(setting.kind) ? Cell(TextOf(mode, setting)) : Cell(NumberOf(mode, setting));
 }
 
-void PrintSettings(const kv::ProductDevMode& mode, const Origins& origins) {
-  for (size_t i = 0; i < kSettingCount; ++i) {
-    PrintLine(Padded(kSettings[i].name, kNameColumn) +
-              Padded(ValueOf(mode, kSettings[i]), kValueColumn) + Text(origins.Of(i).text));
-  }
-}
-
-void PrintSettingsAsJson(const kv::ProductDevMode& mode, const Origins& origins) {
-  JsonWriter json;
-  json.BeginList();
-  for (size_t i = 0; i < kSettingCount; ++i) {
-    json.BeginObject();
-    json.Add(TEXT("setting"), kSettings[i].name);
-    if (IsText(kSettings[i].kind)) {
-      json.Add(TEXT("value"), TextOf(mode, kSettings[i]));
-    } else {
-      json.AddNumber(TEXT("value"), NumberOf(mode, kSettings[i]));
-    }
-    json.Add(TEXT("from"), origins.Of(i).name);
-    json.EndObject();
-  }
-  json.EndList();
-  PrintLine(json.text());
-}
-
-ExitStatus RunPrinter(const Arguments& arguments) {
-  const std::vector<WideString>& operands = arguments.operands();
-  if (operands[0] == TEXT("margins")) return StoreMargins(arguments);
-  if (operands[0] != TEXT("show")) {
-    PrintError(Text(IDS_CTL_PRINTER_UNKNOWN_ACTION, operands[0].c_str()));
-    return kUsage;
-  }
-  const LPCWSTR name = operands[1].c_str();
+ExitStatus Show(const Arguments& arguments) {
+  const LPCWSTR name = arguments.operands()[0].c_str();
   kv::UniquePrinter printer;
   if (!kv::OpenPrinterHandle(name, printer.Receive(), nullptr, FALSE)) {
     PrintLastError(IDS_CTL_CANNOT_OPEN_PRINTER, name);
@@ -194,17 +164,24 @@ ExitStatus RunPrinter(const Arguments& arguments) {
   kv::ProductDevMode mode;
   Origins origins;
   kv::GetEffectiveDevMode(printer.Get(), nullptr, name, nullptr, mode, &origins);
-  if (arguments.Has(kJsonOption)) {
-    PrintSettingsAsJson(mode, origins);
-  } else {
-    PrintSettings(mode, origins);
+  Table table(kColumns, arguments);
+  for (size_t i = 0; i < kSettingCount; ++i) {
+    const Layer& origin = origins.Of(i);
+    table.Add({WideString(kSettings[i].name), ValueOf(mode, kSettings[i]), Text(origin.text),
+               WideString(origin.name)});
   }
+  table.Finish();
   return kDone;
 }
 
+constexpr Option kShowOptions[] = {kJsonOption};
+constexpr Option kMarginsOptions[] = {kForOption};
+constexpr Action kActions[] = {{TEXT("show"), kShowOptions, 1, 1, Show},
+                               {TEXT("margins"), kMarginsOptions, 1, 1, StoreMargins}};
+
 }  // namespace
 
-const Command kPrinterCommand = {
-    TEXT("printer"), IDS_CTL_PRINTER_SUMMARY, IDS_CTL_PRINTER_USAGE, kOptions, 2, 2, RunPrinter};
+const Command kPrinterCommand = {TEXT("printer"), IDS_CTL_PRINTER_SUMMARY, IDS_CTL_PRINTER_USAGE,
+                                 kActions};
 
 }  // namespace kvctl

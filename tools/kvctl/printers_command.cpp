@@ -1,21 +1,21 @@
-#include <memory>
-
 #include "resources/string_ids.h"
+#include "runtime/core/startup_context.h"
 #include "runtime/printing/default_printer.h"
 #include "runtime/printing/product_printer_lists.h"
 #include "tools/kvctl/command.h"
-#include "tools/kvctl/json.h"
+#include "tools/kvctl/table.h"
 
 namespace kvctl {
 namespace {
 
-constexpr WCHAR kAllOption[] = TEXT("--all");
-constexpr WCHAR kJsonOption[] = TEXT("--json");
-constexpr WCHAR kProductOption[] = TEXT("--product");
-constexpr WCHAR kSiblingOption[] = TEXT("--sibling");
-constexpr Option kOptions[] = {
-    {kAllOption, false}, {kJsonOption, false}, {kProductOption, false}, {kSiblingOption, false}};
-constexpr size_t kNameColumn = 28, kDriverColumn = 28, kPortColumn = 12;
+constexpr Option kAllOption = {TEXT("--all"), false};
+constexpr Option kProductOption = {TEXT("--product"), false};
+constexpr Option kSiblingOption = {TEXT("--sibling"), false};
+constexpr Column kColumns[] = {
+    {TEXT("default"), IDS_CTL_HEADING_NOTHING, 2}, {TEXT("name"), IDS_CTL_HEADING_PRINTER, 28},
+    {TEXT("driver"), IDS_CTL_HEADING_DRIVER, 28},  {TEXT("driverFile"), 0, 0},
+    {TEXT("port"), IDS_CTL_HEADING_PORT, 12},      {TEXT("share"), IDS_CTL_HEADING_SHARE, 16},
+    {TEXT("server"), IDS_CTL_HEADING_SERVER, 20}};
 
 WideString DefaultPrinter() {
   WCHAR name[MAX_PATH];
@@ -23,37 +23,20 @@ WideString DefaultPrinter() {
   return name;
 }
 
-void AddJson(const kv::PrinterEntry& printer, bool isDefault, JsonWriter& json) {
-  json.BeginObject();
-  json.Add(TEXT("name"), printer.name);
-  json.Add(TEXT("driver"), printer.driver);
-  json.Add(TEXT("driverFile"), printer.driverFile);
-  json.Add(TEXT("port"), printer.port);
-  json.Add(TEXT("server"), kv::View(printer.server));
-  json.Add(TEXT("share"), kv::View(printer.share));
-  json.AddFlag(TEXT("default"), isDefault);
-  json.EndObject();
+void AddPrinter(const kv::PrinterEntry& printer, const WideString& defaultPrinter, Table& table) {
+  table.Add({kv::EqualNoCase(printer.name, defaultPrinter), WideString(printer.name),
+             WideString(printer.driver), WideString(printer.driverFile), WideString(printer.port),
+             WideString(kv::View(printer.share)), WideString(kv::View(printer.server))});
 }
 
-WideString ToLine(const kv::PrinterEntry& printer, bool isDefault) {
-  WideString line = (isDefault ? TEXT("*") : TEXT(" ")) + Padded(printer.name, kNameColumn) +
-                    Padded(printer.driver, kDriverColumn) + Padded(printer.port, kPortColumn) +
-                    WideString(kv::View(printer.share));
-  if (printer.server != nullptr) line += WideString(TEXT("  \\\\")) + printer.server;
-  return line;
+// The printers of the product are those with its drivers and those on its port.
+bool IsOnPort(const kv::PrinterEntry& printer) {
+  return kv::EqualNoCase(printer.port, kv::startupContext.portName);
 }
 
-std::unique_ptr<kv::CPrinterList> MakeList(const Arguments& arguments) {
-  if (arguments.Has(kProductOption)) return std::make_unique<kv::CProductPrinterList>();
-  if (arguments.Has(kSiblingOption)) return std::make_unique<kv::CSiblingPrinterList>();
-  return std::make_unique<kv::CPrinterList>();
-}
-
-// A list is empty, too, when the spooler does not answer.
+// Having no printers is no failure.
 bool Load(kv::CPrinterList& list) {
-  constexpr DWORD kFlags = PRINTER_ENUM_LOCAL | PRINTER_ENUM_CONNECTIONS;
-  DWORD size = 0, count = 0;
-  return list.LoadPrinters() || EnumPrintersW(kFlags, nullptr, 4, nullptr, 0, &size, &count);
+  return list.LoadPrinters() || GetLastError() == ERROR_NO_MORE_ITEMS;
 }
 
 ExitStatus ListPrinters(const Arguments& arguments) {
@@ -62,32 +45,32 @@ ExitStatus ListPrinters(const Arguments& arguments) {
     PrintError(Text(IDS_CTL_PRINTERS_ONE_CHOICE));
     return kUsage;
   }
-  const std::unique_ptr<kv::CPrinterList> list = MakeList(arguments);
-  if (!Load(*list)) {
+  kv::CPrinterList all;
+  kv::CProductPrinterList product;
+  kv::CSiblingPrinterList sibling;
+  kv::CPrinterList& list = arguments.Has(kSiblingOption) ? sibling : all;
+  const bool asksForProduct = arguments.Has(kProductOption);
+  if (!Load(list) || (asksForProduct && !Load(product))) {
     PrintLastError(IDS_CTL_CANNOT_LIST_PRINTERS);
     return kFailed;
   }
   const WideString defaultPrinter = DefaultPrinter();
-  JsonWriter json;
-  json.BeginList();
-  for (const kv::PrinterEntry* printer = list->First(); printer != nullptr;
-       printer = list->Next()) {
-    const bool isDefault = kv::EqualNoCase(printer->name, defaultPrinter);
-    if (arguments.Has(kJsonOption)) {
-      AddJson(*printer, isDefault, json);
-    } else {
-      PrintLine(ToLine(*printer, isDefault));
+  Table table(kColumns, arguments);
+  for (const kv::PrinterEntry* printer = list.First(); printer != nullptr; printer = list.Next()) {
+    if (!asksForProduct || IsOnPort(*printer) || product.IndexOf(printer->name) >= 0) {
+      AddPrinter(*printer, defaultPrinter, table);
     }
   }
-  json.EndList();
-  if (arguments.Has(kJsonOption)) PrintLine(json.text());
+  table.Finish();
   return kDone;
 }
 
+constexpr Option kOptions[] = {kAllOption, kJsonOption, kProductOption, kSiblingOption};
+constexpr Action kActions[] = {{nullptr, kOptions, 0, 0, ListPrinters}};
+
 }  // namespace
 
-const Command kPrintersCommand = {
-    TEXT("printers"), IDS_CTL_PRINTERS_SUMMARY, IDS_CTL_PRINTERS_USAGE, kOptions, 0, 0,
-    ListPrinters};
+const Command kPrintersCommand = {TEXT("printers"), IDS_CTL_PRINTERS_SUMMARY,
+                                  IDS_CTL_PRINTERS_USAGE, kActions};
 
 }  // namespace kvctl

@@ -7,8 +7,6 @@
 #include "runtime/registry/delete_key.h"
 #include "runtime/registry/reg_key.h"
 #include "tools/kvctl/file_replacements.h"
-#include "tools/kvctl/port_files.h"
-#include "tools/kvctl/port_registration.h"
 
 namespace kvctl {
 namespace {
@@ -46,15 +44,32 @@ bool DeleteSettings(int view, HKEY root) {
 
 ExitStatus Removal::Run() {
   if (const ExitStatus status = CheckMayAdminister()) return status;
+  const WideString system = SystemDirectory();
+  if (system.empty()) {
+    PrintLastError(IDS_CTL_NO_SYSTEM_DIRECTORY);
+    return kFailed;
+  }
   if (const ExitStatus status = RemovePrinters()) return status;
+  // Asked while the spooler runs, which tells.
+  const WideString drivers = DriverDirectory();
+  const DWORD error = GetLastError();
   if (const ExitStatus status = RemoveMonitor()) return status;
-  for (const WideString& directory : {SystemDirectory(), DriverDirectory()}) {
-    if (const ExitStatus status = RemoveFiles(directory)) return status;
+  RemoveFiles(system);
+  if (drivers.empty()) {
+    PrintSystemError(Text(IDS_CTL_NO_DRIVER_DIRECTORY), error);
+    Note(kFailed);
+  } else {
+    RemoveFiles(drivers);
   }
   pause_.End();
-  if (const ExitStatus status = RemoveSettings()) return status;
+  RemoveSettings();
+  if (worst_ != kDone) return worst_;
   if (!removedSomething_) PrintLine(Text(IDS_CTL_NOTHING_REMOVED));
   return needsRestart_ ? kNeedsRestart : kDone;
+}
+
+void Removal::Note(ExitStatus status) {
+  if (worst_ != kNeedsRights) worst_ = status;
 }
 
 ExitStatus Removal::RemovePrinters() {
@@ -64,14 +79,34 @@ ExitStatus Removal::RemovePrinters() {
     PrintSystemError(Text(IDS_CTL_CANNOT_LIST_PRINTERS), error);
     return StatusOfError(error);
   }
+  if (const ExitStatus status = CheckJobs(printers)) return status;
   for (const PortPrinter& printer : printers) {
-    if (const DWORD error = DeleteLocalPrinter(printer.name)) {
-      PrintSystemError(Text(IDS_CTL_CANNOT_DELETE_PRINTER, printer.name.c_str()), error);
-      return StatusOfError(error);
-    }
-    removedSomething_ = true;
-    PrintLine(Text(IDS_CTL_REMOVED_PRINTER, printer.name.c_str()));
+    if (const ExitStatus status = RemovePrinter(printer)) return status;
   }
+  return kDone;
+}
+
+ExitStatus Removal::CheckJobs(const std::vector<PortPrinter>& printers) {
+  if (cancel_ == CancelWaiting::kYes) return kDone;
+  ExitStatus status = kDone;
+  for (const PortPrinter& printer : printers) {
+    if (printer.jobs == 0) continue;
+    PrintError(Text(IDS_CTL_JOBS_WAIT, Number(printer.jobs).c_str(), printer.name.c_str()));
+    status = kFailed;
+  }
+  return status;
+}
+
+ExitStatus Removal::RemovePrinter(const PortPrinter& printer) {
+  DWORD error = ERROR_SUCCESS;
+  if (cancel_ == CancelWaiting::kYes && printer.jobs != 0) error = CancelJobs(printer.name);
+  if (error == ERROR_SUCCESS) error = DeleteLocalPrinter(printer.name);
+  if (error != ERROR_SUCCESS) {
+    PrintSystemError(Text(IDS_CTL_CANNOT_DELETE_PRINTER, printer.name.c_str()), error);
+    return StatusOfError(error);
+  }
+  removedSomething_ = true;
+  PrintLine(Text(IDS_CTL_REMOVED_PRINTER, printer.name.c_str()));
   return kDone;
 }
 
@@ -88,20 +123,20 @@ ExitStatus Removal::RemoveMonitor() {
   return kDone;
 }
 
-// The module before the libraries that it needs.
-ExitStatus Removal::RemoveFiles(const WideString& directory) {
-  const std::vector<WideString> names = PortFilesIn(directory);
-  for (auto last = names.rbegin(); last != names.rend(); ++last) {
-    const WideString& name = *last;
-    if (const ExitStatus status = RemoveFile(PathIn(directory, name))) return status;
+// The module before the libraries that it needs, and what an interrupted installation has left.
+void Removal::RemoveFiles(const WideString& directory) {
+  std::vector<WideString> names;
+  if (const DWORD error = ListPortFiles(directory, Leftovers::kYes, names)) {
+    PrintSystemError(Text(IDS_CTL_CANNOT_READ, directory.c_str()), error);
+    Note(StatusOfError(error));
   }
-  return kDone;
+  for (auto last = names.rbegin(); last != names.rend(); ++last) {
+    CancelOperationsAtRestart(PathIn(directory, TargetName(*last)));
+    RemoveFile(PathIn(directory, *last));
+  }
 }
 
-ExitStatus Removal::RemoveFile(const WideString& path) {
-  CancelOperationsAtRestart(path);
-  // An interrupted installation leaves these.
-  for (const LPCWSTR suffix : {kStagedSuffix, kBackupSuffix}) Delete(path + suffix);
+void Removal::RemoveFile(const WideString& path) {
   if (!Delete(path)) pause_.Begin();
   if (!Exists(path) || Delete(path)) {
     PrintLine(Text(IDS_CTL_REMOVED_FILE, path.c_str()));
@@ -111,13 +146,13 @@ ExitStatus Removal::RemoveFile(const WideString& path) {
   } else {
     const DWORD error = GetLastError();
     PrintSystemError(Text(IDS_CTL_CANNOT_DELETE_FILE, path.c_str()), error);
-    return StatusOfError(error);
+    Note(StatusOfError(error));
+    return;
   }
   removedSomething_ = true;
-  return kDone;
 }
 
-ExitStatus Removal::RemoveSettings() {
+void Removal::RemoveSettings() {
   const struct {
     HKEY root;
     LPCWSTR name;
@@ -125,21 +160,22 @@ ExitStatus Removal::RemoveSettings() {
                {HKEY_CURRENT_USER, TEXT("HKEY_CURRENT_USER")}};
   for (const auto& [root, rootName] : roots) {
     const WideString path = WideString(rootName) + TEXT('\\') + kv::kSettingsRoot;
-    bool existed = false;
+    bool existed = false, isLeft = false;
     for (const int view : {64, 32}) {
       if (!HasSettings(view, root)) continue;
       existed = true;
-      if (purge_ == Purge::kYes && !DeleteSettings(view, root)) {
-        PrintError(Text(IDS_CTL_CANNOT_DELETE_FILE, path.c_str()));
-        return kFailed;
-      }
+      isLeft |= purge_ == Purge::kYes && !DeleteSettings(view, root);
     }
     if (!existed) continue;
+    if (isLeft) {
+      PrintError(Text(IDS_CTL_CANNOT_DELETE_FILE, path.c_str()));
+      Note(kFailed);
+      continue;
+    }
     removedSomething_ |= purge_ == Purge::kYes;
     PrintLine(Text(purge_ == Purge::kYes ? IDS_CTL_REMOVED_SETTINGS : IDS_CTL_KEPT_SETTINGS,
                    path.c_str()));
   }
-  return kDone;
 }
 
 }  // namespace kvctl

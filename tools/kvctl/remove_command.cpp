@@ -4,16 +4,21 @@
 namespace kvctl {
 namespace {
 
-constexpr WCHAR kPurgeOption[] = TEXT("--purge");
-constexpr Option kOptions[] = {{kPurgeOption, false}};
+constexpr Option kPurgeOption = {TEXT("--purge"), false};
+constexpr Option kCancelJobsOption = {TEXT("--cancel-jobs"), false};
 
 ExitStatus Remove(const Arguments& arguments) {
-  return Removal(arguments.Has(kPurgeOption) ? Purge::kYes : Purge::kNo).Run();
+  const Purge purge{arguments.Has(kPurgeOption)};
+  const CancelWaiting cancel{arguments.Has(kCancelJobsOption)};
+  return Removal(purge, cancel).Run();
 }
+
+constexpr Option kOptions[] = {kPurgeOption, kCancelJobsOption};
+constexpr Action kActions[] = {{nullptr, kOptions, 0, 0, Remove}};
 
 }  // namespace
 
-const Command kRemoveCommand = {
-    TEXT("remove"), IDS_CTL_REMOVE_SUMMARY, IDS_CTL_REMOVE_USAGE, kOptions, 0, 0, Remove};
+const Command kRemoveCommand = {TEXT("remove"), IDS_CTL_REMOVE_SUMMARY, IDS_CTL_REMOVE_USAGE,
+                                kActions};
 
 }  // namespace kvctl

@@ -4,13 +4,13 @@
 #include "runtime/core/product.h"
 #include "runtime/registry/settings.h"
 #include "tools/kvctl/command.h"
+#include "tools/kvctl/json.h"
 
 namespace kvctl {
 namespace {
 
-constexpr WCHAR kMachineOption[] = TEXT("--machine");
-constexpr WCHAR kUserOption[] = TEXT("--user");
-constexpr Option kOptions[] = {{kMachineOption, false}, {kUserOption, false}};
+constexpr Option kMachineOption = {TEXT("--machine"), false};
+constexpr Option kUserOption = {TEXT("--user"), false};
 constexpr size_t kColumn = 24;
 constexpr size_t kLongestText = MAX_PATH - 1;
 // The registry view that this program and the product's modules of its kind read.
@@ -38,11 +38,13 @@ constexpr Setting kSettings[] = {
 
 enum class Scope { kNone, kMachine, kUser };
 
-const Setting* FindSetting(WideView name) {
+const Setting* FindSetting(const WideString& name) {
+  std::vector<WideString> known;
   for (const Setting& setting : kSettings) {
     if (kv::EqualAsciiNoCase(name, setting.name)) return &setting;
+    known.push_back(setting.name);
   }
-  PrintError(Text(IDS_CTL_SETTINGS_UNKNOWN_NAME, WideString(name).c_str()));
+  PrintError(WithSuggestion(Text(IDS_CTL_SETTINGS_UNKNOWN_NAME, name.c_str()), name, known));
   return nullptr;
 }
 
@@ -117,7 +119,24 @@ bool HasScope(const Setting& setting, Scope scope) {
   return !no_machine && !no_user;
 }
 
-ExitStatus List(Scope scope) {
+// A whole number in decimal or with 0x; nothing for anything else.
+std::optional<DWORD> ParseNumber(WideView text) {
+  const bool hexadecimal = text.starts_with(TEXT("0x")) || text.starts_with(TEXT("0X"));
+  if (hexadecimal) text.remove_prefix(2);
+  const ULONGLONG base = hexadecimal ? 16 : 10;
+  ULONGLONG number = 0;
+  for (const WCHAR c : text) {
+    const WCHAR upper = kv::ToUpper(c);
+    const ULONGLONG digit = upper >= '0' && upper <= '9'   ? upper - '0'
+                            : upper >= 'A' && upper <= 'F' ? upper - 'A' + 10
+                                                           : base;
+    number = number * base + digit;
+    if (digit >= base || number > 0xFFFFFFFF) return std::nullopt;
+  }
+  return text.empty() ? std::nullopt : std::optional(static_cast<DWORD>(number));
+}
+
+void PrintSettings(Scope scope) {
   for (const Setting& setting : kSettings) {
     const UINT type = setting.type == REG_DWORD ? IDS_CTL_SETTINGS_NUMBER : IDS_CTL_SETTINGS_TEXT;
     PrintLine(Padded(setting.name, kColumn) + Padded(Text(type), 8) + Text(setting.meaning));
@@ -127,11 +146,46 @@ ExitStatus List(Scope scope) {
     if (scope != Scope::kMachine && setting.source != Source::kMachine)
       PrintLine(Describe(Text(IDS_CTL_SETTINGS_USER), ReadUserValue(setting)));
   }
+}
+
+void AddValue(JsonWriter& json, LPCWSTR key, const Setting& setting, const Value& value) {
+  if (!value) {
+    json.AddNull(key);
+  } else if (setting.type == REG_DWORD) {
+    json.AddNumber(key, *ParseNumber(*value));
+  } else {
+    json.Add(key, *value);
+  }
+}
+
+void PrintSettingsAsJson(Scope scope) {
+  JsonWriter json;
+  json.BeginList();
+  for (const Setting& setting : kSettings) {
+    json.BeginObject();
+    json.Add(TEXT("name"), setting.name);
+    if (scope != Scope::kUser && setting.source != Source::kUser) {
+      AddValue(json, TEXT("machine"), setting, ReadMachineValue(setting, kOwnView));
+    }
+    if (scope != Scope::kMachine && setting.source != Source::kMachine) {
+      AddValue(json, TEXT("user"), setting, ReadUserValue(setting));
+    }
+    AddValue(json, TEXT("inEffect"), setting, EffectiveValue(setting));
+    json.EndObject();
+  }
+  json.EndList();
+  PrintLine(json.text());
+}
+
+ExitStatus List(const Arguments& arguments) {
+  const std::optional<Scope> scope = GivenScope(arguments);
+  if (!scope) return kUsage;
+  arguments.Has(kJsonOption) ? PrintSettingsAsJson(*scope) : PrintSettings(*scope);
   return kDone;
 }
 
 // The value alone goes to standard output; differing registry views are a remark beside it.
-ExitStatus Get(const Setting& setting, Scope scope) {
+ExitStatus GetOne(const Setting& setting, Scope scope) {
   if (!HasScope(setting, scope)) return kUsage;
   const Value value = scope == Scope::kUser      ? ReadUserValue(setting)
                       : scope == Scope::kMachine ? ReadMachineValue(setting, kOwnView)
@@ -148,23 +202,6 @@ ExitStatus Get(const Setting& setting, Scope scope) {
   }
   PrintLine(*value);
   return kDone;
-}
-
-// A whole number in decimal or with 0x; nothing for anything else.
-std::optional<DWORD> ParseNumber(WideView text) {
-  const bool hexadecimal = text.starts_with(TEXT("0x")) || text.starts_with(TEXT("0X"));
-  if (hexadecimal) text.remove_prefix(2);
-  const ULONGLONG base = hexadecimal ? 16 : 10;
-  ULONGLONG number = 0;
-  for (const WCHAR c : text) {
-    const WCHAR upper = kv::ToUpper(c);
-    const ULONGLONG digit = upper >= '0' && upper <= '9'   ? upper - '0'
-                            : upper >= 'A' && upper <= 'F' ? upper - 'A' + 10
-                                                           : base;
-    number = number * base + digit;
-    if (digit >= base || number > 0xFFFFFFFF) return std::nullopt;
-  }
-  return text.empty() ? std::nullopt : std::optional(static_cast<DWORD>(number));
 }
 
 // Whether the setting can have the value; says so when it cannot.
@@ -213,47 +250,40 @@ ExitStatus Change(const Setting& setting, Scope scope, const Value& value) {
   return kFailed;
 }
 
-struct Action {
-  LPCWSTR name;
-  size_t operands;  // with its own name
-};
-constexpr Action kList = {TEXT("list"), 1}, kGet = {TEXT("get"), 2}, kSet = {TEXT("set"), 3},
-                 kUnset = {TEXT("unset"), 2};
-
-// The action that the first operand names, list when there is none; null, after a message, for an
-// unknown one or a wrong number of operands.
-const Action* FindAction(const std::vector<WideString>& operands) {
-  if (operands.empty()) return &kList;
-  for (const Action* action : {&kList, &kGet, &kSet, &kUnset}) {
-    if (operands[0] != action->name) continue;
-    if (operands.size() == action->operands) return action;
-    if (operands.size() < action->operands) {
-      PrintError(Text(IDS_CTL_OPERAND_MISSING));
-    } else {
-      PrintError(Text(IDS_CTL_UNEXPECTED_OPERAND, operands[action->operands].c_str()));
-    }
-    return nullptr;
-  }
-  PrintError(Text(IDS_CTL_SETTINGS_UNKNOWN_ACTION, operands[0].c_str()));
-  return nullptr;
-}
-
-ExitStatus RunSettings(const Arguments& arguments) {
-  const std::vector<WideString>& operands = arguments.operands();
-  const Action* const action = FindAction(operands);
+// The setting that the first operand names, with the scope that the options name, taken by `run`.
+template <class Run>
+ExitStatus WithSetting(const Arguments& arguments, Run run) {
   const std::optional<Scope> scope = GivenScope(arguments);
-  if (action == nullptr || !scope) return kUsage;
-  if (action == &kList) return List(*scope);
-  const Setting* const setting = FindSetting(operands[1]);
-  if (setting == nullptr) return kUsage;
-  if (action == &kGet) return Get(*setting, *scope);
-  return Change(*setting, *scope, action == &kSet ? Value(operands[2]) : std::nullopt);
+  const Setting* const setting = scope ? FindSetting(arguments.operands()[0]) : nullptr;
+  return setting == nullptr ? kUsage : run(*setting, *scope);
 }
+
+ExitStatus Get(const Arguments& arguments) {
+  return WithSetting(arguments, GetOne);
+}
+
+ExitStatus Set(const Arguments& arguments) {
+  return WithSetting(arguments, [&](const Setting& setting, Scope scope) {
+    return Change(setting, scope, arguments.operands()[1]);
+  });
+}
+
+ExitStatus Unset(const Arguments& arguments) {
+  return WithSetting(arguments, [](const Setting& setting, Scope scope) {
+    return Change(setting, scope, std::nullopt);
+  });
+}
+
+constexpr Option kListOptions[] = {kMachineOption, kUserOption, kJsonOption};
+constexpr Option kOptions[] = {kMachineOption, kUserOption};
+constexpr Action kActions[] = {{TEXT("list"), kListOptions, 0, 0, List},
+                               {TEXT("get"), kOptions, 1, 1, Get},
+                               {TEXT("set"), kOptions, 2, 2, Set},
+                               {TEXT("unset"), kOptions, 1, 1, Unset}};
 
 }  // namespace
 
-const Command kSettingsCommand = {
-    TEXT("settings"), IDS_CTL_SETTINGS_SUMMARY, IDS_CTL_SETTINGS_USAGE, kOptions, 0, 3,
-    RunSettings};
+const Command kSettingsCommand = {TEXT("settings"), IDS_CTL_SETTINGS_SUMMARY,
+                                  IDS_CTL_SETTINGS_USAGE, kActions};
 
 }  // namespace kvctl

@@ -2,20 +2,18 @@
 #include "runtime/files/internet_shortcut.h"
 #include "runtime/files/paths.h"
 #include "runtime/files/shell_link.h"
-#include "runtime/text/format.h"
 #include "tools/kvctl/command.h"
+#include "tools/kvctl/json.h"
 
 namespace kvctl {
 namespace {
 
-constexpr WCHAR kDirectory[] = TEXT("--directory");
-constexpr WCHAR kArguments[] = TEXT("--arguments");
-constexpr WCHAR kIcon[] = TEXT("--icon");
-constexpr WCHAR kIconIndex[] = TEXT("--icon-index");
-constexpr WCHAR kDescription[] = TEXT("--description");
-constexpr WCHAR kAdministrator[] = TEXT("--run-as-administrator");
-constexpr Option kOptions[] = {{kDirectory, true}, {kArguments, true},   {kIcon, true},
-                               {kIconIndex, true}, {kDescription, true}, {kAdministrator, false}};
+constexpr Option kDirectory = {TEXT("--directory"), true};
+constexpr Option kArguments = {TEXT("--arguments"), true};
+constexpr Option kIcon = {TEXT("--icon"), true};
+constexpr Option kIconIndex = {TEXT("--icon-index"), true};
+constexpr Option kDescription = {TEXT("--description"), true};
+constexpr Option kAdministrator = {TEXT("--run-as-administrator"), false};
 
 // Lets the thread use component objects for as long as it lives.
 class Components {
@@ -41,7 +39,7 @@ BOOL ReadIconIndex(const Arguments& arguments, int& index) {
   const WideString word = arguments.Value(kIconIndex, TEXT("0"));
   index = kv::ParseDecimal(word.c_str());
   if (word == SignedNumber(index)) return TRUE;
-  PrintError(Text(IDS_CTL_SHORTCUT_NOT_A_NUMBER, kIconIndex, word.c_str()));
+  PrintError(Text(IDS_CTL_SHORTCUT_NOT_A_NUMBER, kIconIndex.name, word.c_str()));
   return FALSE;
 }
 
@@ -64,15 +62,11 @@ BOOL CreateLink(const WideString& file, const WideString& target, int iconIndex,
 }
 
 ExitStatus Create(const Arguments& arguments) {
-  if (arguments.operands().size() != 3) {
-    PrintError(Text(IDS_CTL_OPERAND_MISSING));
-    PrintError(Text(IDS_CTL_SEE_HELP, TEXT("shortcut")));
-    return kUsage;
-  }
+  const Components components;
   int iconIndex = 0;
   if (!ReadIconIndex(arguments, iconIndex)) return kUsage;
-  const WideString& file = arguments.operands()[1];
-  const WideString& target = arguments.operands()[2];
+  const WideString& file = arguments.operands()[0];
+  const WideString& target = arguments.operands()[1];
   const BOOL done = IsInternetShortcut(file)
                         ? kv::CInternetShortcut().Save(file.c_str(), target.c_str())
                         : CreateLink(file, target, iconIndex, arguments);
@@ -80,68 +74,93 @@ ExitStatus Create(const Arguments& arguments) {
   return done ? kDone : kFailed;
 }
 
-// "label: value" unless there is no value.
-void ShowLine(UINT label, WideView value) {
-  if (!value.empty()) PrintLine(Text(label, WideString(value).c_str()));
-}
-
-ExitStatus ShowLink(const WideString& file) {
-  const kv::CShellLink link(file.c_str());
-  if (!link.ready()) {
-    PrintError(Text(IDS_CTL_SHORTCUT_NOT_READ, file.c_str()));
-    return kFailed;
+// What a shortcut holds: "label: value" for people.
+class Contents {
+ public:
+  explicit Contents(const Arguments& arguments) : asJson_(arguments.Has(kJsonOption)) {
+    json_.BeginObject();
   }
-  WCHAR text[256], path[MAX_PATH];
+  // Nothing for an empty value.
+  void Add(LPCWSTR key, UINT label, const WideString& value) {
+    if (value.empty()) return;
+    json_.Add(key, value);
+    if (!asJson_) PrintLine(Text(label, value.c_str()));
+  }
+  void AddIcon(LPCWSTR file, int index) {
+    json_.Add(TEXT("icon"), file);
+    json_.AddNumber(TEXT("iconIndex"), index);
+    if (!asJson_) PrintLine(Text(IDS_CTL_SHORTCUT_ICON, file, SignedNumber(index).c_str()));
+  }
+  void Finish() {
+    json_.EndObject();
+    if (asJson_) PrintLine(json_.text());
+  }
+
+ private:
+  bool asJson_;
+  JsonWriter json_;
+};
+
+void AddTarget(const kv::CShellLink& link, Contents& contents) {
+  WCHAR path[MAX_PATH];
   if (link.GetPath(path, MAX_PATH)) {
-    ShowLine(IDS_CTL_SHORTCUT_TARGET, path);
+    contents.Add(TEXT("target"), IDS_CTL_SHORTCUT_TARGET, path);
   } else if (link.IsInSpecialFolder(CSIDL_INTERNET, path, MAX_PATH)) {
-    ShowLine(IDS_CTL_SHORTCUT_ADDRESS, path);
+    contents.Add(TEXT("address"), IDS_CTL_SHORTCUT_ADDRESS, path);
   } else if (link.IsInSpecialFolder(CSIDL_PRINTERS, path, MAX_PATH)) {
-    ShowLine(IDS_CTL_SHORTCUT_PRINTER, path);
+    contents.Add(TEXT("printer"), IDS_CTL_SHORTCUT_PRINTER, path);
   }
-  if (link.GetArguments(text)) ShowLine(IDS_CTL_SHORTCUT_ARGUMENTS, text);
-  if (link.GetWorkingDirectory(path, MAX_PATH)) ShowLine(IDS_CTL_SHORTCUT_DIRECTORY, path);
-  int index = 0;
-  if (link.GetIconLocation(path, index) && path[0] != 0) {
-    WCHAR number[16];
-    kv::FormatText(number, TEXT("%d"), index);
-    PrintLine(Text(IDS_CTL_SHORTCUT_ICON, path, number));
-  }
-  if (link.GetDescription(text)) ShowLine(IDS_CTL_SHORTCUT_DESCRIPTION, text);
-  return kDone;
 }
 
-ExitStatus ShowAddress(const WideString& file) {
+bool ReadLink(const WideString& file, Contents& contents) {
+  const kv::CShellLink link(file.c_str());
+  if (!link.ready()) return false;
+  AddTarget(link, contents);
+  WCHAR text[256], path[MAX_PATH];
+  if (link.GetArguments(text)) {
+    contents.Add(TEXT("arguments"), IDS_CTL_SHORTCUT_ARGUMENTS, text);
+  }
+  if (link.GetWorkingDirectory(path, MAX_PATH)) {
+    contents.Add(TEXT("directory"), IDS_CTL_SHORTCUT_DIRECTORY, path);
+  }
+  int index = 0;
+  if (link.GetIconLocation(path, index) && path[0] != 0) contents.AddIcon(path, index);
+  if (link.GetDescription(text)) {
+    contents.Add(TEXT("description"), IDS_CTL_SHORTCUT_DESCRIPTION, text);
+  }
+  return true;
+}
+
+bool ReadAddress(const WideString& file, Contents& contents) {
   constexpr int kLongestAddress = 2084;
   WCHAR address[kLongestAddress];
   const kv::CInternetShortcut shortcut(file.c_str());
-  if (!shortcut.GetURL(address, kLongestAddress)) {
+  if (!shortcut.GetURL(address, kLongestAddress)) return false;
+  contents.Add(TEXT("address"), IDS_CTL_SHORTCUT_ADDRESS, address);
+  return true;
+}
+
+ExitStatus Show(const Arguments& arguments) {
+  const Components components;
+  const WideString& file = arguments.operands()[0];
+  Contents contents(arguments);
+  if (!(IsInternetShortcut(file) ? ReadAddress(file, contents) : ReadLink(file, contents))) {
     PrintError(Text(IDS_CTL_SHORTCUT_NOT_READ, file.c_str()));
     return kFailed;
   }
-  ShowLine(IDS_CTL_SHORTCUT_ADDRESS, address);
+  contents.Finish();
   return kDone;
 }
 
-ExitStatus RunShortcut(const Arguments& arguments) {
-  const Components components;
-  const WideString& action = arguments.operands()[0];
-  if (action == TEXT("create")) return Create(arguments);
-  const bool isShow = action == TEXT("show");
-  if (isShow && arguments.operands().size() == 2) {
-    const WideString& file = arguments.operands()[1];
-    return IsInternetShortcut(file) ? ShowAddress(file) : ShowLink(file);
-  }
-  const WideString& unexpected = isShow ? arguments.operands()[2] : action;
-  PrintError(Text(IDS_CTL_UNEXPECTED_OPERAND, unexpected.c_str()));
-  PrintError(Text(IDS_CTL_SEE_HELP, TEXT("shortcut")));
-  return kUsage;
-}
+constexpr Option kCreateOptions[] = {kDirectory, kArguments,   kIcon,
+                                     kIconIndex, kDescription, kAdministrator};
+constexpr Option kShowOptions[] = {kJsonOption};
+constexpr Action kActions[] = {{TEXT("show"), kShowOptions, 1, 1, Show},
+                               {TEXT("create"), kCreateOptions, 2, 2, Create}};
 
 }  // namespace
 
-const Command kShortcutCommand = {
-    TEXT("shortcut"), IDS_CTL_SHORTCUT_SUMMARY, IDS_CTL_SHORTCUT_USAGE, kOptions, 2, 3,
-    RunShortcut};
+const Command kShortcutCommand = {TEXT("shortcut"), IDS_CTL_SHORTCUT_SUMMARY,
+                                  IDS_CTL_SHORTCUT_USAGE, kActions};
 
 }  // namespace kvctl

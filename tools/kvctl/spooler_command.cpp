@@ -7,13 +7,13 @@
 namespace kvctl {
 namespace {
 
-ExitStatus ShowStatus() {
+ExitStatus ShowStatus(const Arguments&) {
   const BOOL runs = kv::IsSpoolerRunning();
   PrintLine(Text(runs ? IDS_CTL_SPOOLER_RUNS : IDS_CTL_SPOOLER_STOPPED));
   return runs ? kDone : kFailed;
 }
 
-ExitStatus Restart() {
+ExitStatus Restart(const Arguments&) {
   if (kv::startupContext.platform.win9xKind == 0 && kv::IsAdministrator() < 1) {
     PrintError(Text(IDS_CTL_SPOOLER_NEEDS_RIGHTS));
     return kNeedsRights;
@@ -26,18 +26,12 @@ ExitStatus Restart() {
   return kDone;
 }
 
-ExitStatus ControlSpooler(const Arguments& arguments) {
-  const WideString& action = arguments.operands()[0];
-  if (action == TEXT("status")) return ShowStatus();
-  if (action == TEXT("restart")) return Restart();
-  PrintError(Text(IDS_CTL_UNEXPECTED_OPERAND, action.c_str()));
-  PrintError(Text(IDS_CTL_SEE_HELP, TEXT("spooler")));
-  return kUsage;
-}
+constexpr Action kActions[] = {{TEXT("status"), {}, 0, 0, ShowStatus},
+                               {TEXT("restart"), {}, 0, 0, Restart}};
 
 }  // namespace
 
-const Command kSpoolerCommand = {
-    TEXT("spooler"), IDS_CTL_SPOOLER_SUMMARY, IDS_CTL_SPOOLER_USAGE, {}, 1, 1, ControlSpooler};
+const Command kSpoolerCommand = {TEXT("spooler"), IDS_CTL_SPOOLER_SUMMARY, IDS_CTL_SPOOLER_USAGE,
+                                 kActions};
 
 }  // namespace kvctl
