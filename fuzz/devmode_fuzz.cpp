@@ -1,5 +1,6 @@
-// Arbitrary bytes as device modes, wide and narrow. They end where unreadable memory begins, so
-// that whatever reads beyond what the validity test vouches for is noticed at once.
+// Arbitrary bytes as device modes, wide and narrow, at any address. They end where unreadable
+// memory begins, so that whatever reads beyond what the validity test vouches for is noticed at
+// once.
 #include <sys/mman.h>
 
 #include <cstdlib>
@@ -72,10 +73,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size > kRoom) return 0;
-  // Device modes are aligned as the heap aligns them; what then lies behind the bytes is zero.
-  const size_t rounded = (size + 3) / 4 * 4;
-  uint8_t* const place = area + kRoom - rounded;
-  std::memset(place, 0, rounded);
+  uint8_t* const place = area + kRoom - size;
   std::memcpy(place, data, size);
   TryWide(reinterpret_cast<const DEVMODEW*>(place));
   TryNarrow(reinterpret_cast<const DEVMODEA*>(place));

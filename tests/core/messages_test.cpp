@@ -92,11 +92,30 @@ TEST_F(MessagesTest, ErrorTextsNeedRoomAndACode) {
   EXPECT_EQ(suffix(ERROR_FILE_NOT_FOUND, 80), TEXT(""));
   EXPECT_EQ(suffix(ERROR_SUCCESS, 256), TEXT(""));
   EXPECT_EQ(suffix(0x2FFFFFFF, 256), TEXT("")) << "a code without a text";
-  platform::FailCall("FormatMessageW", 2);
+  platform::FailCall("FormatMessageW", 2, 0, 2);
   EXPECT_EQ(suffix(ERROR_FILE_NOT_FOUND, 256), TEXT("")) << "no room behind the separator";
   GetSystemErrorText(ERROR_FILE_NOT_FOUND, nullptr, 256);
   GetSystemErrorText(ERROR_FILE_NOT_FOUND, text, 256);
   EXPECT_EQ(WideView(text), TEXT("The system cannot find the file specified.\r\n"));
+}
+
+TEST_F(MessagesTest, AnErrorTextThatIsTooLongIsCut) {
+  const std::basic_string<WCHAR> whole = TEXT(
+      "The service cannot be started, either because it is disabled or because it has no "
+      "enabled devices associated with it.\r\n");
+  for (int capacity = 81; capacity <= 130; ++capacity) {
+    WCHAR text[140], suffix[140];
+    for (WCHAR& c : text) c = '#';
+    GetSystemErrorText(ERROR_SERVICE_DISABLED, text, capacity);
+    EXPECT_EQ(WideView(text), WideView(whole).substr(0, capacity - 1)) << capacity;
+    EXPECT_EQ(text[capacity], '#');
+    GetErrorSuffix(ERROR_SERVICE_DISABLED, suffix, capacity);
+    std::basic_string<WCHAR> expected = TEXT(".\n\n") + whole.substr(0, capacity - 4);
+    while (expected.ends_with(' ') || expected.ends_with('\n') || expected.ends_with('\r'))
+      expected.pop_back();
+    if (expected.ends_with('.')) expected.pop_back();
+    EXPECT_EQ(WideView(suffix), expected) << capacity;
+  }
 }
 
 // The text of a foreign system that ends with its own full stop.

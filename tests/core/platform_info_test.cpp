@@ -1,7 +1,9 @@
 // What the platform facts say of every Windows version.
 #include "runtime/core/platform_info.h"
 
+#include "platform/control/pe_writer.h"
 #include "platform/control/profiles.h"
+#include "runtime/files/current_directory.h"
 #include "tests/support/machine_test.h"
 
 namespace kv::test {
@@ -84,10 +86,20 @@ TEST_F(PlatformInfoTest, RecordsThatCannotBeRead) {
   ExpectFacts({});
   platform::FailCall("GetVersionExW", 1);
   ExpectFacts({"", 0, kWindows10, 10, 0, 0, 0, 5});
-  platform::FailCall("GetFileVersionInfoSizeW", 1);
-  PlatformFacts facts;
-  ReadPlatformFacts(facts);
-  EXPECT_EQ(facts.ntKind, static_cast<DWORD>(kWindows8)) << "what the system reports to everybody";
+  // What stands for it when its directory is not known.
+  ASSERT_TRUE(CreateDirectoryW(TEXT("C:\\dir"), nullptr));
+  const CCurrentDirectory elsewhere(TEXT("C:\\dir"));
+  platform::VersionResource other;
+  other.product_version = {5, 1, 0, 0};
+  other.translations = {{0x0409, 1200}};
+  platform::PeWriter().AddVersion(other).WriteTo(platform::HostPath(TEXT("C:\\dir\\user32.dll")));
+  for (const char* call : {"GetFileVersionInfoSizeW", "GetSystemDirectoryW"}) {
+    platform::FailCall(call, 1);
+    PlatformFacts facts;
+    ReadPlatformFacts(facts);
+    EXPECT_EQ(facts.ntKind, static_cast<DWORD>(kWindows8))
+        << "as reported, when " << call << " fails";
+  }
 }
 
 }  // namespace

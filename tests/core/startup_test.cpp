@@ -2,6 +2,7 @@
 #include <map>
 
 #include "resources/string_ids.h"
+#include "runtime/core/resource_library.h"
 #include "tests/support/runtime_test.h"
 
 namespace kv::test {
@@ -68,6 +69,16 @@ TEST_F(StartupTest, FillsTheRecordOnAPlainMachine) {
             LOWORD(RegisterClipboardFormatW(TEXT("VeltmoorSoftware_CF_KvNote"))));
 }
 
+TEST_F(StartupTest, TheResourceLibrarysPathFitsWholeOrNotAtAll) {
+  WCHAR path[MAX_PATH];
+  ASSERT_TRUE(FindResourceLibrary(path, MAX_PATH));
+  const int length = static_cast<int>(WideView(path).size());
+  EXPECT_TRUE(FindResourceLibrary(path, length + 1));
+  EXPECT_FALSE(FindResourceLibrary(path, length));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_FILENAME_EXCED_RANGE});
+  EXPECT_EQ(WideView(path), TEXT(""));
+}
+
 TEST_F(StartupTest, FollowsTheSystemLocaleAndTheDialogFont) {
   platform::SetFact(platform::facts::kSystemLocale, "0x0411");
   Restart();
@@ -105,6 +116,13 @@ TEST_F(StartupTest, TakesTheProductFromTheResourceLibrary) {
   EXPECT_EQ(WideView(startupContext.productNameVersion), TEXT("Folvane 8"));
   EXPECT_EQ(WideView(startupContext.dispatcherTitle), TEXT("Docklane Pro Dispatcher"));
   EXPECT_EQ(WideView(startupContext.resourceText10084), TEXT("Printer of Docklane Pro"));
+  RestartWith({{IDS_PRODUCT_KIND, TEXT("108 or so")}});
+  EXPECT_EQ(startupContext.productKindCode, 0u);
+  for (const LPCWSTR kind : {TEXT("64"), TEXT("71"), TEXT("83"), TEXT("92")}) {
+    RestartWith({{IDS_PRODUCT_KIND, kind}});
+    EXPECT_EQ(WideView(startupContext.dispatcherTitle),
+              std::basic_string<WCHAR>(startupContext.productName) + TEXT(" Dispatcher"));
+  }
   RestartWith({{IDS_PRODUCT_KIND, TEXT("95")}});
   EXPECT_EQ(startupContext.productKindCode, 95u);
   EXPECT_EQ(WideView(startupContext.productName), TEXT("Folvane"));
@@ -122,7 +140,11 @@ TEST_F(StartupTest, NumbersOfTheResourceLibraryHaveTheirDefaults) {
                 {TEXT("-5"), 8, TEXT("ENVELOPE DL"), 27},
                 {TEXT("x"), 8, TEXT("no such paper"), 1},
                 {TEXT(""), 8, TEXT("0"), 1},
-                {TEXT("12pt"), 12, TEXT(""), 1}};
+                // A number is the whole text.
+                {TEXT("12pt"), 8, TEXT("11x17"), 17},
+                {TEXT(" 12 "), 12, TEXT("9x"), 1},
+                {TEXT("+4"), 4, TEXT("-9"), 1},
+                {TEXT("99999999999"), 8, TEXT("99999999999"), 1}};
   for (const auto& c : kCases) {
     RestartWith({{IDS_SMALL_TEXT_SIZE, c.number12004}, {IDS_DEFAULT_PAPER, c.paper}});
     EXPECT_EQ(startupContext.resourceNumber12004, c.expected12004);
@@ -144,6 +166,11 @@ TEST_F(StartupTest, ALocalOnlyUuidGivesATimeBasedName) {
   EXPECT_NE(WideView(one.guidText()), WideView(two.guidText()));
   EXPECT_EQ(WideView(one.guidText()).find_first_of(TEXT("abcdef")), WideView::npos) << "upper case";
   const InstanceName copy(&one);
+  // "Folvane-081B-" and 242 characters are the longest name.
+  const std::basic_string<WCHAR> longest(242, 'n');
+  const UINT message = copy.RegisterMessage(longest.c_str());
+  EXPECT_GE(message, 0xC000u);
+  EXPECT_EQ(copy.RegisterMessage((longest + TEXT("x")).c_str()), 0u) << "cut, it would be the same";
   WCHAR name[64];
   copy.MakeUniqueName(name, 64, TEXT("X"));
   EXPECT_EQ(WideView(name), std::basic_string<WCHAR>(one.guidText()) + TEXT("-X"));

@@ -69,5 +69,42 @@ TEST_F(FileProgressTest, CancelEndsTheCopyAndDeletesIt) {
   EXPECT_FALSE(std::filesystem::exists(platform::HostPath(kTarget)));
 }
 
+TEST_F(FileProgressTest, ACopyThatEndsEarlyLeavesTheTargetOfBefore) {
+  std::filesystem::create_directory(platform::HostPath(TEXT("C:\\Dir")));
+  std::ofstream(platform::HostPath(kTarget)) << "old";
+  platform::Replace("ReadFile", &ReadAndLook);
+  EXPECT_FALSE(CopyFileWithProgress(kSource, kTarget, kClass, IDS_CANCEL));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_CANCELLED});
+  platform::ReplaceFunction("ReadFile", nullptr);
+  EXPECT_EQ(TargetSize(), 3u);
+  SetFileAttributesW(kTarget, FILE_ATTRIBUTE_READONLY);
+  platform::AnswerNextBox(IDOK);
+  EXPECT_FALSE(CopyFileWithProgress(kSource, kTarget, kClass, IDS_CANCEL));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+  EXPECT_EQ(TargetSize(), 3u) << "protected";
+  std::filesystem::directory_iterator directory(platform::HostPath(TEXT("C:\\Dir")));
+  EXPECT_EQ(std::distance(begin(directory), end(directory)), 1) << "nothing else is left";
+}
+
+BOOL WINAPI SkipAndLook(HANDLE, LPVOID, DWORD size, LPDWORD read, LPOVERLAPPED) {
+  const HWND window = FindWindowW(kClass, nullptr);
+  CProgressWnd* const progress = CProgressWnd::FromWindow(window);
+  int low = 0, high = 0;
+  progress->GetRange(&low, &high);
+  positions = {progress->GetPos(), low, high};
+  if (positions[0] == 3) SendMessageW(window, WM_CLOSE, 0, 0);
+  *read = size;
+  return TRUE;
+}
+
+TEST_F(FileProgressTest, TheBarShowsTheWholeOfFilesAbove4Gb) {
+  std::filesystem::create_directory(platform::HostPath(TEXT("C:\\Dir")));
+  std::filesystem::resize_file(platform::HostPath(kSource), (ULONGLONG{1} << 32) + 10);
+  platform::Replace("ReadFile", &SkipAndLook);
+  EXPECT_FALSE(CopyFileWithProgress(kSource, kTarget, kClass, IDS_CANCEL));
+  // 131,077 parts of at most 32,767 bytes, each a step of one.
+  EXPECT_EQ(positions, (std::vector<int>{3, 0, 131'077}));
+}
+
 }  // namespace
 }  // namespace kv::test

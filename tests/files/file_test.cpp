@@ -8,6 +8,7 @@
 #include "resources/string_ids.h"
 #include "runtime/core/error_text.h"
 #include "runtime/core/messages.h"
+#include "runtime/files/file_actions.h"
 #include "runtime/files/mapped_file.h"
 #include "runtime/files/whole_files.h"
 #include "tests/support/failing_new.h"
@@ -218,6 +219,136 @@ TEST_F(FileTest, FormattedTextsOutsideTheLimitsAreReported) {
   platform::FailCall("GlobalReAlloc", 2);
   EXPECT_FALSE(file.printf("%s", narrow.c_str()));
   EXPECT_EQ(boxes, std::vector<WideString>{Box(IDS_INTERNAL_ERROR, TEXT("GlobalReAlloc failed"))});
+}
+
+// Takes all but the last byte.
+BOOL WINAPI WriteLess(HANDLE file, LPCVOID data, DWORD size, LPDWORD written,
+                      LPOVERLAPPED overlapped) {
+  return WriteFile(file, data, size - 1, written, overlapped);
+}
+
+TEST_F(FileTest, WritesThatWroteLessAreFailures) {
+  constexpr LPCWSTR kSource = TEXT("C:\\Dir\\source");
+  std::ofstream(platform::HostPath(kSource)) << "source";
+  const File source(kSource, File::kForReading);
+  const std::function<BOOL(File&)> writes[] = {
+      [](File& f) { return f.WriteStringA("ab"); },
+      [](File& f) { return f.WriteCountedStringW(TEXT("ab")); },
+      [](File& f) { return f.WriteStringAsAnsi(TEXT("ab")); },
+      [](File& f) { return f.WriteAscii85("ab", 2, 0); },
+      [](File& f) { return f.printf("%s", "ab"); },
+      [](File& f) { return f.printfW(TEXT("%s"), TEXT("ab")); },
+      [&](File& f) { return f.AppendFile(kSource); },
+      [&](File& f) { return f.AppendFromHandle(source.handle(), 0, 2); },
+  };
+  for (const auto& write : writes) {
+    SCOPED_TRACE(&write - writes);
+    File file(kPath, File::kCreate);
+    boxes.clear();
+    platform::Replace("WriteFile", &WriteLess);
+    EXPECT_FALSE(write(file));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_WRITE_FAULT});
+    EXPECT_EQ(boxes, std::vector<WideString>{Box(IDS_WRITE_FAILED, kPath, ERROR_WRITE_FAULT)});
+    platform::ReplaceFunction("WriteFile", nullptr);
+  }
+  File file(kPath, File::kCreate);
+  platform::Replace("WriteFile", &WriteLess);
+  EXPECT_FALSE(file.WriteStringA("\nx"));
+  platform::ReplaceFunction("WriteFile", nullptr);
+  EXPECT_TRUE(file.NewLine(File::Trim::kNo));
+  DWORD size = 0;
+  EXPECT_TRUE(file.GetSize(&size));
+  EXPECT_EQ(size, 1u) << "the line feed was written last";
+  file.Close();
+  platform::Replace("WriteFile", &WriteLess);
+  SetLastError(ERROR_SUCCESS);
+  EXPECT_FALSE(WriteEntireFile(kPath, "abc", 3));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_WRITE_FAULT});
+}
+
+ULONGLONG bytesWritten;
+
+BOOL WINAPI CountWritten(HANDLE, LPCVOID, DWORD size, LPDWORD written, LPOVERLAPPED) {
+  bytesWritten += * written = size;
+  return TRUE;
+}
+
+BOOL WINAPI SkipRead(HANDLE, LPVOID, DWORD size, LPDWORD read, LPOVERLAPPED) {
+  *read = size;
+  return TRUE;
+}
+
+TEST_F(FileTest, FilesAbove4GbAreTakenWholeOrRefused) {
+  constexpr ULONGLONG k4Gb = ULONGLONG{1} << 32;
+  SetContent("");
+  std::filesystem::resize_file(platform::HostPath(kPath), k4Gb + 10);
+  File source(kPath, File::kForReading), target(TEXT("C:\\Dir\\target"), File::kCreate);
+  platform::Replace("ReadFile", &SkipRead);
+  platform::Replace("WriteFile", &CountWritten);
+  bytesWritten = 0;
+  EXPECT_TRUE(target.AppendFile(kPath));
+  EXPECT_EQ(bytesWritten, k4Gb + 10);
+  bytesWritten = 0;
+  EXPECT_TRUE(target.AppendFromHandle(source.handle(), 7, 20));
+  EXPECT_EQ(bytesWritten, 20u);
+  bytesWritten = 0;
+  EXPECT_TRUE(target.AppendFromHandle(source.handle(), k4Gb + 3, File::kWhole));
+  EXPECT_EQ(bytesWritten, 7u);
+  platform::ResetFaults();
+  source.Close();
+  EXPECT_TRUE(boxes.empty());
+
+  EXPECT_EQ(GetFileSizeByName(kPath), INVALID_FILE_SIZE);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_TOO_LARGE});
+  std::unique_ptr<BYTE[]> bytes(new BYTE[1]);
+  DWORD size = 7;
+  EXPECT_FALSE(ReadEntireFile(kPath, 0, bytes, size));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
+  EXPECT_EQ(bytes, nullptr);
+  EXPECT_EQ(size, 0u);
+  EXPECT_EQ(ReadFileToGlobal(kPath), nullptr);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
+  CMappedFile mapped;
+  EXPECT_EQ(mapped.MapFile(kPath, CMappedFile::Access::kRead, 0, Quiet::kNo), nullptr);
+  EXPECT_EQ(mapped.MapFile(kPath, CMappedFile::Access::kRead, 10, Quiet::kNo), nullptr);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
+  const WideString view = Box(IDS_CALL_FAILED, TEXT("MapViewOfFile"), ERROR_NOT_ENOUGH_MEMORY);
+  EXPECT_EQ(boxes, (std::vector<WideString>{Box(IDS_INTERNAL_ERROR, TEXT("ReadEntireFile")),
+                                            Box(IDS_INTERNAL_ERROR, TEXT("GlobalAlloc failed")),
+                                            view, view}));
+  boxes.clear();
+  File writer;
+  ASSERT_TRUE(writer.OpenWrite(kPath)) << "at the end, wherever that is";
+  EXPECT_TRUE(writer.WriteStringA("x  ") && writer.NewLine(File::Trim::kYes) &&
+              writer.WriteByte(1) && writer.AlignDword());
+  DWORD position = 0;
+  EXPECT_TRUE(boxes.empty());
+  EXPECT_FALSE(writer.Tell(&position));
+  EXPECT_EQ(boxes, std::vector<WideString>{Box(IDS_SEEK_FAILED, kPath, ERROR_INVALID_PARAMETER)});
+  writer.Close();
+  EXPECT_EQ(std::filesystem::file_size(platform::HostPath(kPath)), k4Gb + 16);
+}
+
+TEST_F(FileTest, NamesMayBeTheObjectsOwn) {
+  SetContent("abc");
+  File file(kPath, File::kForWriting);
+  EXPECT_TRUE(file.AppendFile(file.name()));
+  EXPECT_TRUE(file.Open(file.name(), File::kForReading));
+  EXPECT_EQ(WideView(file.name()), kPath);
+  char text[7] = {};
+  EXPECT_TRUE(file.Read(text, 6));
+  EXPECT_STREQ(text, "abcabc");
+  file.Close();
+  // A file that names itself.
+  const std::string name(reinterpret_cast<const char*>(kPath), sizeof kPath);
+  std::ofstream(platform::HostPath(kPath), std::ios::binary) << name;
+  std::unique_ptr<BYTE[]> bytes;
+  DWORD size = 0;
+  for (int i = 0; i < 2; ++i) {
+    const LPCWSTR path = i == 0 ? kPath : reinterpret_cast<LPCWSTR>(bytes.get());
+    ASSERT_TRUE(ReadEntireFile(path, 0, bytes, size));
+    EXPECT_EQ(size, sizeof kPath);
+  }
 }
 
 TEST_F(FileTest, MappingsReportWhatFailed) {

@@ -74,6 +74,27 @@ TEST_F(GlobalBlockTest, WritesAndReadsLikeAStream) {
   EXPECT_EQ(block.size(), 14u) << "overwritten in place";
 }
 
+TEST_F(GlobalBlockTest, WhatIsAppendedMayLieInTheBlock) {
+  CGlobalBlock block;
+  ASSERT_TRUE(block.AppendStringA("abc", Terminator::kYes));
+  const auto text = [&] { return static_cast<LPCSTR>(block.data()); };
+  EXPECT_TRUE(block.AppendStringA(text() + 1, Terminator::kYes));
+  EXPECT_TRUE(block.Append(text(), block.size()));
+  EXPECT_EQ(Content(block), std::string("abc\0bc\0abc\0bc\0", 14));
+  EXPECT_TRUE(block.SetPosition(1) && block.Append(text(), 4)) << "overlapping";
+  EXPECT_EQ(Content(block), std::string("aabc\0c\0abc\0bc\0", 14));
+  EXPECT_TRUE(block.SetPosition(0));
+  EXPECT_EQ(block.Read(static_cast<BYTE*>(block.data()) + 1, 4), 4u);
+  EXPECT_EQ(Content(block), std::string("aaabcc\0abc\0bc\0", 14));
+  CGlobalBlock wide;
+  ASSERT_TRUE(wide.AppendStringW(TEXT("xy"), Terminator::kYes));
+  EXPECT_TRUE(wide.AppendStringW(static_cast<LPCWSTR>(wide.data()), Terminator::kYes));
+  EXPECT_EQ(wide.size(), 12u);
+  EXPECT_EQ(WideView(static_cast<LPCWSTR>(wide.data()) + 3), TEXT("xy"));
+  EXPECT_TRUE(wide.AppendStringA(nullptr, Terminator::kYes));
+  EXPECT_EQ(wide.size(), 13u);
+}
+
 TEST_F(GlobalBlockTest, CopiesAreBlocksOfTheirOwn) {
   CGlobalBlock block;
   ASSERT_TRUE(block.AppendStringA("abc", Terminator::kNo));

@@ -1,8 +1,7 @@
 // Paths, temporary names, single files, directory trees and their listings.
 #include <fstream>
-#include <set>
+#include <functional>
 
-#include "platform/control/message_boxes.h"
 #include "platform/control/profiles.h"
 #include "runtime/core/handles.h"
 #include "runtime/files/ansi_text.h"
@@ -14,34 +13,11 @@
 #include "runtime/files/paths.h"
 #include "runtime/files/temp_names.h"
 #include "runtime/text/text.h"
-#include "runtime/text/wide_text.h"
+#include "tests/files/trees_test.h"
 #include "tests/support/failing_new.h"
-#include "tests/support/runtime_test.h"
 
 namespace kv::test {
 namespace {
-
-using WideString = std::basic_string<WCHAR>;
-
-class TreesTest : public RuntimeTest {
- protected:
-  void SetUp() override {
-    RuntimeTest::SetUp();
-    std::filesystem::create_directories(platform::HostPath(TEXT("C:\\dir")));
-  }
-  static void Put(WideView path, std::string_view bytes = "x") {
-    const std::filesystem::path host = platform::HostPath(path);
-    std::filesystem::create_directories(host.parent_path());
-    std::ofstream(host, std::ios::binary | std::ios::trunc) << bytes;
-  }
-  static bool Exists(WideView path) { return std::filesystem::exists(platform::HostPath(path)); }
-  // The text of the last box, which the test expected.
-  static WideView LastBox() {
-    static WideString text;
-    text = platform::ShownBoxes().empty() ? WideString() : platform::ShownBoxes().back().text;
-    return text;
-  }
-};
 
 TEST_F(TreesTest, PathsAreTakenApartAndPutTogether) {
   WCHAR out[MAX_PATH];
@@ -54,7 +30,12 @@ TEST_F(TreesTest, PathsAreTakenApartAndPutTogether) {
   EXPECT_EQ(join(TEXT("X:\\dir"), TEXT("Y:\\y")), TEXT("Y:\\y"));
   EXPECT_EQ(join(TEXT("X:\\dir"), TEXT("\\\\server\\y")), TEXT("\\\\server\\y"));
   EXPECT_FALSE(PathJoin(TEXT("X:\\dir"), TEXT("abc"), out, 10));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_FILENAME_EXCED_RANGE});
   EXPECT_EQ(WideView(out), TEXT("X:\\dir\\ab"));
+  EXPECT_FALSE(PathJoin(TEXT("X:\\dir"), TEXT("Y:\\abcdefg"), out, 10));
+  EXPECT_EQ(WideView(out), TEXT("Y:\\abcdef"));
+  EXPECT_FALSE(PathJoin(TEXT("X:\\dir"), TEXT("abc"), out, 0));
+  EXPECT_EQ(join(TEXT(""), TEXT("Y:\\y")), TEXT("Y:\\y")) << "needs no directory";
   EXPECT_EQ(WideView(FindExtension(TEXT("a.b\\c"))), TEXT(""));
   EXPECT_EQ(WideView(FindExtension(TEXT("a.b.c"))), TEXT(".c"));
   EXPECT_EQ(FindExtension(TEXT("")), nullptr);
@@ -79,9 +60,15 @@ TEST_F(TreesTest, PathsAreTakenApartAndPutTogether) {
   EXPECT_EQ(WideView(StripLongPathPrefix(TEXT("\\\\?\\unc\\s\\x"))), TEXT("s\\x"));
   EXPECT_EQ(WideView(StripLongPathPrefix(TEXT("!\\??\\C:\\x"))), TEXT("C:\\x"));
   EXPECT_EQ(WideView(StripLongPathPrefix(TEXT("\\??\\C:\\x"))), TEXT("C:\\x"));
+  EXPECT_EQ(WideView(StripLongPathPrefix(TEXT("\\?\\C:\\x"))), TEXT("\\?\\C:\\x"));
+  EXPECT_FALSE(PathBesideModule(nullptr, WideString(MAX_PATH, 'x').c_str(), out));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_FILENAME_EXCED_RANGE});
+  EXPECT_EQ(out[0], 0);
   EXPECT_TRUE(IsTmpFile(TEXT("x.TMP")));
   EXPECT_FALSE(IsTmpFile(TEXT(".tmp")));
-  Put(TEXT("C:\\dir\\file"));
+  EXPECT_EQ(GetBaseName((WideString(260, 'x') + TEXT(".y")).c_str(), out), 0);
+  EXPECT_EQ(out[0], 0);
+  PutFile(TEXT("C:\\dir\\file"), "x");
   const struct {
     LPCWSTR path, expected;
   } kDirectories[] = {{TEXT("C:\\dir"), TEXT("C:\\dir")},
@@ -96,12 +83,55 @@ TEST_F(TreesTest, PathsAreTakenApartAndPutTogether) {
   beyond.back() = '\\';
   GetDirectory(beyond.c_str(), out);
   EXPECT_EQ(WideView(out), TEXT("")) << "a part of the path is another directory";
-  Put(TEXT("C:\\dir\\long name.html"));
+  PutFile(TEXT("C:\\dir\\long name.html"), "x");
   CAnsiText text;
   EXPECT_TRUE(ShortPathForAnsi(TEXT("C:\\dir\\long name.html"), text));
   EXPECT_TRUE(std::string_view(text.Get()).ends_with("~1.HTM")) << text.Get();
   EXPECT_TRUE(ShortPathForAnsi(TEXT("C:\\none\\\u00E4"), text));
   EXPECT_STREQ(text.Get(), "C:\\none\\\xE4");
+}
+
+// What a function is given may stand in the buffer that it fills.
+TEST_F(TreesTest, PathsAreMadeInPlace) {
+  SetCurrentDirectoryW(TEXT("C:\\dir"));
+  PutFile(TEXT("C:\\dir\\long name.html"), "x");
+  using Act = std::function<void(WCHAR(&)[MAX_PATH])>;
+  const struct {
+    LPCWSTR before;
+    Act act;
+    WideView after;
+  } kCases[] = {
+      {TEXT("X:\\a"), [](auto& p) { PathJoin(p, TEXT("b"), p, MAX_PATH); }, TEXT("X:\\a\\b")},
+      {TEXT("X:\\a"), [](auto& p) { PathJoin(p, p + 3, p, MAX_PATH); }, TEXT("X:\\a\\a")},
+      {TEXT("X:\\a"), [](auto& p) { PathJoin(TEXT("Y:\\long"), p + 3, p, MAX_PATH); },
+       TEXT("Y:\\long\\a")},
+      {TEXT("X:\\a\\b"), [](auto& p) { PathJoin(p + 5, TEXT("c"), p, MAX_PATH); }, TEXT("b\\c")},
+      {TEXT("X:\\a\\bc"), [](auto& p) { PathJoin(TEXT("Y:"), p + 5, p, MAX_PATH); },
+       TEXT("Y:\\bc")},
+      {TEXT("X:\\a.b\\c.d"), [](auto& p) { GetBaseName(p, p); }, TEXT("c")},
+      {TEXT("x\\..\\y"), [](auto& p) { MakeFullPath(p, p); }, TEXT("C:\\dir\\y")},
+      {TEXT("y"), [](auto& p) { GetDirectory(p, p); }, TEXT("C:\\dir")},
+      {TEXT("a.b"), [](auto& p) { ChangeExtension(p, MAX_PATH, p + 1, OldExtension::kKeep); },
+       TEXT("a.b.b")},
+      {TEXT("a.b"), [](auto& p) { ChangeExtension(p, MAX_PATH, p + 1, OldExtension::kReplace); },
+       TEXT("a.b")},
+      {TEXT("long name.html"),
+       [](auto& p) { EXPECT_TRUE(View(ShortPath(p, p)).ends_with(TEXT("~1.HTM"))); },
+       TEXT("LO9210~1.HTM")},
+  };
+  for (const auto& c : kCases) {
+    WCHAR path[MAX_PATH];
+    CopyStringW(path, c.before);
+    c.act(path);
+    EXPECT_EQ(WideView(path), c.after) << &c - kCases;
+  }
+  WCHAR path[MAX_PATH] = TEXT("C:\\dir");
+  EXPECT_TRUE(MakeTempName(path, path));
+  EXPECT_TRUE(MakeTempNameWithExt(TEXT("C:\\dir"), FindExtension(path), path));
+  EXPECT_TRUE(WideView(path).ends_with(TEXT(".tmp")));
+  PutFile(path, "copied");
+  EXPECT_TRUE(CopyToTempName(path, path));
+  EXPECT_EQ(FileBytes(path), "copied");
 }
 
 TEST_F(TreesTest, FilesAreComparedByTheirBytesOrTimes) {
@@ -111,8 +141,8 @@ TEST_F(TreesTest, FilesAreComparedByTheirBytesOrTimes) {
     int bytes, times;
   } kCases[] = {{"abc", "abc", 1, 0}, {"abc", "abd", 0, 0}, {"abc", "ab", 0, 0}, {"", "", -1, 0}};
   for (const auto& c : kCases) {
-    Put(kA, c.a);
-    Put(kB, c.b);
+    PutFile(kA, c.a);
+    PutFile(kB, c.b);
     const auto later = std::filesystem::last_write_time(platform::HostPath(kB));
     std::filesystem::last_write_time(platform::HostPath(kA), later - std::chrono::seconds(2));
     EXPECT_EQ(CompareFiles(kA, kB, CompareContents::kYes), c.bytes) << c.b;
@@ -124,7 +154,7 @@ TEST_F(TreesTest, FilesAreComparedByTheirBytesOrTimes) {
   EXPECT_EQ(CompareFiles(TEXT("C:\\dir"), kA, CompareContents::kNo), -1);
   // The first byte of each is equal, the rest is not looked at.
   for (const LPCWSTR path : {kA, kB}) {
-    Put(path, path == kA ? "xa" : "xb");
+    PutFile(path, path == kA ? "xa" : "xb");
     std::filesystem::resize_file(platform::HostPath(path), (uintmax_t{1} << 32) + 1);
   }
   EXPECT_EQ(CompareFiles(kA, kB, CompareContents::kYes), -1) << "too large to be mapped";
@@ -141,19 +171,34 @@ TEST_F(TreesTest, NewNamesAreFree) {
   }
   CFileList list;
   EXPECT_EQ(list.Scan(TEXT("C:\\dir"), TRUE, TRUE), 8) << "no temporary file is left over";
-  Put(TEXT("C:\\dir\\report.txt"));
-  Put(TEXT("C:\\dir\\report_1.txt"));
-  CopyStringW(first, TEXT("C:\\dir\\report.txt"));
-  MakeUniqueFileName(first, MAX_PATH);
-  EXPECT_EQ(WideView(first), TEXT("C:\\dir\\report_2.txt"));
-  CopyStringW(first, TEXT("C:\\dir\\report.txt"));
-  MakeUniqueFileName(first, 19);
-  EXPECT_EQ(WideView(first), TEXT("C:\\dir\\repor_1.txt")) << "the base name makes room";
+  PutFile(TEXT("C:\\dir\\report.txt"), "x");
+  PutFile(TEXT("C:\\dir\\report_1.txt"), "x");
+  // No half of a character stays, and no path that is another one's.
+  PutFile(TEXT("C:\\dir\\\U0001F600.txt"), "x");
+  PutFile(TEXT("C:\\dir\\r.t"), "x");
+  const struct {
+    LPCWSTR path;
+    int capacity;
+    WideView unique;  // empty: there is no room
+  } kCases[] = {
+      {TEXT("C:\\dir\\new.txt"), 16, TEXT("C:\\dir\\new.txt")},
+      {TEXT("C:\\dir\\report.txt"), MAX_PATH, TEXT("C:\\dir\\report_2.txt")},
+      {TEXT("C:\\dir\\report.txt"), 19, TEXT("C:\\dir\\repor_1.txt")},
+      {TEXT("C:\\dir\\\U0001F600.txt"), 15, TEXT("C:\\dir\\_1.txt")},
+      {TEXT("C:\\dir\\r.t"), 12, TEXT("C:\\dir\\_1.t")},
+      {TEXT("C:\\dir\\r.t"), 11, TEXT("")},
+  };
+  for (const auto& c : kCases) {
+    CopyStringW(first, c.path);
+    EXPECT_EQ(MakeUniqueFileName(first, c.capacity) != FALSE, !c.unique.empty());
+    EXPECT_EQ(WideView(first), c.unique.empty() ? WideView(c.path) : c.unique);
+  }
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_FILENAME_EXCED_RANGE});
 }
 
 TEST_F(TreesTest, SingleFilesAreCopiedAndDeletedWithTheirReports) {
-  Put(TEXT("C:\\dir\\a"), "one");
-  Put(TEXT("C:\\dir\\b"), "two");
+  PutFile(TEXT("C:\\dir\\a"), "one");
+  PutFile(TEXT("C:\\dir\\b"), "two");
   EXPECT_TRUE(CopyFileTo(TEXT("C:\\dir\\a"), TEXT("C:\\dir\\b"), Overwrite::kNo, Quiet::kNo));
   EXPECT_EQ(GetFileSizeByName(TEXT("C:\\dir\\b")), 3u);
   SetFileAttributesW(TEXT("C:\\dir\\b"), FILE_ATTRIBUTE_READONLY);
@@ -173,7 +218,7 @@ TEST_F(TreesTest, SingleFilesAreCopiedAndDeletedWithTheirReports) {
   {
     const UniqueFile open(
         CreateFileW(TEXT("C:\\dir\\a"), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
-    EXPECT_FALSE(CanWriteFile(TEXT("C:\\dir\\a")));
+    EXPECT_FALSE(CanWriteFile(TEXT("C:\\dir\\a")) || CanWriteFile(TEXT("C:\\dir")));
     platform::AnswerNextBox(IDOK);
     EXPECT_FALSE(RemoveFile(TEXT("C:\\dir\\a"), Quiet::kNo));
     EXPECT_EQ(LastBox(), TEXT("The file \"C:\\dir\\a\" could not be deleted."));
@@ -181,6 +226,8 @@ TEST_F(TreesTest, SingleFilesAreCopiedAndDeletedWithTheirReports) {
   EXPECT_TRUE(RemoveFile(TEXT("C:\\dir\\a"), Quiet::kNo));
   EXPECT_TRUE(RemoveFile(TEXT("C:\\dir\\a"), Quiet::kNo)) << "gone already";
   EXPECT_TRUE(RemoveFile(TEXT("C:\\none\\a"), Quiet::kNo));
+  EXPECT_FALSE(RemoveFile((TEXT("C:\\dir\\") + WideString(MAX_PATH, 'x')).c_str(), Quiet::kYes));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_FILENAME_EXCED_RANGE}) << "nobody has looked for it";
   EXPECT_TRUE(CanWriteFile(TEXT("C:\\dir\\a")));
   ULONGLONG size = 7;
   platform::AnswerNextBox(IDOK);
@@ -192,17 +239,22 @@ TEST_F(TreesTest, TreesAreMadeCopiedAndDeleted) {
   EXPECT_TRUE(CreateDirectoryTree(TEXT("%SystemRoot%\\one\\two"), Expand::kYes, Quiet::kNo));
   EXPECT_TRUE(DirectoryExists(TEXT("C:\\Windows\\one\\two")));
   EXPECT_FALSE(CreateDirectoryTree(TEXT("\\\\server"), Expand::kNo, Quiet::kNo));
-  Put(TEXT("C:\\dir\\in the way"));
+  PutFile(TEXT("C:\\dir\\in the way"), "x");
   platform::AnswerNextBox(IDOK);
   EXPECT_FALSE(CreateDirectoryTree(TEXT("C:\\dir\\in the way\\deep"), Expand::kNo, Quiet::kNo));
-  Put(TEXT("C:\\tree\\a"), "1");
-  Put(TEXT("C:\\tree\\sub\\b \u00E4\U0001F600.txt"), "22");
-  Put(TEXT("C:\\tree\\sub\\deep\\c"), "333");
+  EXPECT_EQ(LastBox(), TEXT("The folder \"C:\\dir\\in the way\" could not be created."));
+  EXPECT_FALSE(CreateDirectoryTree(TEXT("C:\\dir\\in the way"), Expand::kNo, Quiet::kYes));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_EXISTS});
+  PutFile(TEXT("C:\\tree\\a"), "1");
+  PutFile(TEXT("C:\\tree\\sub\\b \u00E4\U0001F600.txt"), "22");
+  PutFile(TEXT("C:\\tree\\sub\\deep\\c"), "333");
   std::filesystem::create_directories(platform::HostPath(TEXT("C:\\copy")));
   EXPECT_TRUE(IsDirectoryEmpty(TEXT("C:\\copy")));
   EXPECT_EQ(CopyDirectory(TEXT("C:\\tree"), TEXT("C:\\copy"), Recurse::kNo), 1);
   EXPECT_FALSE(IsDirectoryEmpty(TEXT("C:\\copy")));
   EXPECT_FALSE(IsDirectoryEmpty(TEXT("C:\\none")));
+  platform::FailCall("FindFirstFileW", 1, ERROR_FILE_NOT_FOUND);
+  EXPECT_TRUE(IsDirectoryEmpty(TEXT("C:\\"))) << "an empty root lists nothing at all";
   {
     const CCurrentDirectory scope(TEXT("C:\\tree"));
     EXPECT_EQ(CopyDirectory(TEXT("*.*"), TEXT("C:\\copy"), Recurse::kYes), 3);
@@ -210,18 +262,20 @@ TEST_F(TreesTest, TreesAreMadeCopiedAndDeleted) {
   EXPECT_EQ(GetFileSizeByName(TEXT("C:\\copy\\sub\\deep\\c")), 3u);
   EXPECT_EQ(CopyDirectory(TEXT("C:\\tree\\*.none"), TEXT("C:\\copy"), Recurse::kYes), -1);
   EXPECT_TRUE(DeleteTree(TEXT("C:\\copy"), FilesOnly::kYes, Quiet::kNo));
-  EXPECT_FALSE(Exists(TEXT("C:\\copy\\a")));
-  EXPECT_TRUE(Exists(TEXT("C:\\copy\\sub\\deep\\c")));
+  EXPECT_FALSE(IsThere(TEXT("C:\\copy\\a")));
+  EXPECT_TRUE(IsThere(TEXT("C:\\copy\\sub\\deep\\c")));
   {
     const UniqueFile open(
         CreateFileW(TEXT("C:\\tree\\a"), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
     EXPECT_FALSE(DeleteTree(TEXT("C:\\tree"), FilesOnly::kNo, Quiet::kYes));
-    EXPECT_TRUE(Exists(TEXT("C:\\tree\\a")));
-    EXPECT_FALSE(Exists(TEXT("C:\\tree\\sub"))) << "quietly, the rest goes";
+    EXPECT_TRUE(IsThere(TEXT("C:\\tree\\a")));
+    EXPECT_FALSE(IsThere(TEXT("C:\\tree\\sub"))) << "quietly, the rest goes";
   }
+  // Its short name still fits.
+  std::ofstream(platform::HostPath(TEXT("C:\\copy\\sub")) / std::string(254, 'l')) << "x";
   EXPECT_TRUE(DeleteTree(TEXT("C:\\copy"), FilesOnly::kNo, Quiet::kNo));
-  EXPECT_FALSE(Exists(TEXT("C:\\copy")));
-  Put(TEXT("C:\\tree\\sub\\x"));
+  EXPECT_FALSE(IsThere(TEXT("C:\\copy")));
+  PutFile(TEXT("C:\\tree\\sub\\x"), "x");
   EXPECT_TRUE(ResetSecurityTree(TEXT("C:\\tree")));
   ASSERT_TRUE(platform::UseProfile("windows-98"));
   Restart();
@@ -232,8 +286,9 @@ TEST_F(TreesTest, ListsAreSortedJoinedCopiedAndPruned) {
   CFileList list;
   EXPECT_EQ(list.Scan(TEXT("C:\\dir"), TRUE, TRUE), 0);
   for (int i = 0; i < 8; ++i)
-    Put(WideString(TEXT("C:\\dir\\f")) + WCHAR('0' + i), std::string(i * 10 % 70, 'x'));
-  Put(TEXT("C:\\dir\\sub\\g"));
+    PutFile((WideString(TEXT("C:\\dir\\f")) + WCHAR('0' + i)).c_str(),
+            std::string(i * 10 % 70, 'x'));
+  PutFile(TEXT("C:\\dir\\sub\\g"), "x");
   EXPECT_EQ(list.Scan(TEXT("C:\\dir"), TRUE, FALSE), 8);
   EXPECT_EQ(WideView(list.directory()), TEXT("C:\\dir\\"));
   list.Sort(CFileList::kBySize, TRUE);
@@ -248,14 +303,23 @@ TEST_F(TreesTest, ListsAreSortedJoinedCopiedAndPruned) {
   EXPECT_EQ(list.Add(TEXT("C:\\dir\\sub\\*"), TRUE, TRUE), 9) << "another directory";
   // Without its end the pattern would match all.
   const WideString long_pattern = TEXT("C:\\dir\\") + WideString(252, '*') + TEXT("none");
+  EXPECT_EQ(list.Find(TEXT("f9")), -1);
+  EXPECT_EQ(list.Find(TEXT("SUB")), 8);
   EXPECT_EQ(list.Scan(long_pattern.c_str(), TRUE, FALSE), 0);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_FILENAME_EXCED_RANGE});
+  EXPECT_EQ(
+      list.Scan((TEXT("C:\\") + WideString(MAX_PATH - 5, 'x') + TEXT("\\")).c_str(), TRUE, FALSE),
+      0)
+      << "no room for what lists it";
   EXPECT_EQ(list.Scan(TEXT("C:\\dir\\f?"), TRUE, FALSE), 8);
   std::filesystem::create_directories(platform::HostPath(TEXT("C:\\to")));
   EXPECT_EQ(list.CopyTo(TEXT("C:\\to"), CopyMode::kAlways), 8);
   EXPECT_EQ(list.CopyTo(TEXT("C:\\to"), CopyMode::kSkipExisting), 0);
-  Put(TEXT("C:\\to\\f3"), "changed");
+  PutFile(TEXT("C:\\to\\f3"), "changed");
   EXPECT_EQ(list.CopyTo(TEXT("C:\\to"), CopyMode::kSkipEqual), 1);
   EXPECT_EQ(GetFilesSize(TEXT("C:\\to\\*")), 210u);
+  std::filesystem::resize_file(platform::HostPath(TEXT("C:\\to\\f0")), uintmax_t{1} << 32);
+  EXPECT_EQ(GetFilesSize(TEXT("C:\\to\\*")), (ULONGLONG{1} << 32) + 210);
   for (int i = 0; i < 8; ++i) {
     const auto path = platform::HostPath(WideString(TEXT("C:\\dir\\f")) + WCHAR('0' + i));
     std::filesystem::last_write_time(
@@ -268,11 +332,11 @@ TEST_F(TreesTest, ListsAreSortedJoinedCopiedAndPruned) {
   }
   FailAllocation(0);
   EXPECT_TRUE(PruneOldFiles(TEXT("C:\\dir\\f*"), 7, 1, TEXT("c:\\DIR\\f0")));
-  EXPECT_TRUE(Exists(TEXT("C:\\dir\\f0")));
-  EXPECT_FALSE(Exists(TEXT("C:\\dir\\f1")));
+  EXPECT_TRUE(IsThere(TEXT("C:\\dir\\f0")));
+  EXPECT_FALSE(IsThere(TEXT("C:\\dir\\f1")));
   EXPECT_TRUE(PruneOldFiles(TEXT("C:\\dir\\f*"), 5, -1, nullptr));
   EXPECT_EQ(list.Scan(TEXT("C:\\dir\\f*"), TRUE, FALSE), 5);
-  EXPECT_TRUE(Exists(TEXT("C:\\dir\\f3")));
+  EXPECT_TRUE(IsThere(TEXT("C:\\dir\\f3")));
   EXPECT_EQ(list.MoveTo(TEXT("C:\\to")), 10);
   EXPECT_EQ(list.count(), 0);
 }
@@ -285,7 +349,7 @@ TEST_F(TreesTest, ManyFiles) {
   EXPECT_EQ(list.Scan(TEXT("C:\\many\\*5"), TRUE, FALSE), 1000);
   EXPECT_EQ(list.Add(TEXT("C:\\many"), TRUE, FALSE), 10000);
   EXPECT_TRUE(DeleteTree(TEXT("C:\\many"), FilesOnly::kNo, Quiet::kNo));
-  EXPECT_FALSE(Exists(TEXT("C:\\many")));
+  EXPECT_FALSE(IsThere(TEXT("C:\\many")));
 }
 
 }  // namespace

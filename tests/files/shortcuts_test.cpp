@@ -10,6 +10,7 @@
 #include "runtime/files/open_command.h"
 #include "runtime/files/program_group.h"
 #include "runtime/files/shell_link.h"
+#include "runtime/text/text.h"
 #include "tests/support/runtime_test.h"
 #include "tests/support/test_key.h"
 
@@ -111,6 +112,53 @@ TEST_F(ShortcutsMachineTest, OpenCommandsNameTheirPrograms) {
   EXPECT_EQ(program(TEXT("none")), TEXT("null"));
 }
 
+TEST_F(ShortcutsMachineTest, OpenCommandsAreTakenWhole) {
+  // A command has room for 1023 characters.
+  platform::SetFact("environment.DEEP", std::string(980, 'd'));
+  const struct {
+    WideString extension, command;
+    bool taken;
+  } kCases[] = {
+      {TEXT(".") + WideString(235, 'e'), TEXT("C:\\a.exe"), true},
+      {TEXT(".") + WideString(250, 'e'), TEXT("C:\\a.exe"), true},
+      {TEXT(".fit"), TEXT("%DEEP% ") + WideString(42, 'x'), true},
+      {TEXT(".cut"), TEXT("%DEEP% ") + WideString(43, 'x'), false},
+  };
+  for (const auto& c : kCases) {
+    SetText(Key::Create(HKEY_CLASSES_ROOT, c.extension), TEXT(""), c.extension + TEXT("C"));
+    const Key key = Key::Create(HKEY_CLASSES_ROOT, c.extension + TEXT("C\\shell\\open\\command"));
+    RegSetValueExW(key, nullptr, 0, REG_EXPAND_SZ, reinterpret_cast<const BYTE*>(c.command.c_str()),
+                   static_cast<DWORD>((c.command.size() + 1) * sizeof(WCHAR)));
+    EXPECT_EQ(GetOpenCommandProgram(c.extension.c_str()) != nullptr, c.taken) << &c - kCases;
+  }
+  SetText(Key::Create(HKEY_CLASSES_ROOT, WideString(255, 'e')), TEXT(""), TEXT(".fitC"));
+  EXPECT_EQ(GetOpenCommandProgram((TEXT(".") + WideString(254, 'e') + TEXT("xx")).c_str()),
+            nullptr);
+  EXPECT_EQ(GetOpenCommandProgram(TEXT("")), nullptr);
+  Associate(TEXT(".q"), TEXT("\"C:\\a b.exe\" \"%1\""));
+  WCHAR text[MAX_PATH] = TEXT(".q");
+  EXPECT_TRUE(GetQuotedOpenProgram(text, text));
+  EXPECT_EQ(WideString(text), TEXT("C:\\a b.exe"));
+  EXPECT_FALSE(GetQuotedOpenProgram(TEXT(""), text));
+  EXPECT_EQ(text[0], 0);
+}
+
+TEST_F(ShortcutsMachineTest, AShortcutWithoutItsTargetIsNotWritten) {
+  ASSERT_TRUE(CShellLink().Save(kLink, To(TEXT("C:\\a.exe"))));
+  const WideString tooLong = TEXT("C:\\") + WideString(300, 'x');
+  EXPECT_FALSE(CShellLink().Save(kLink, To(tooLong.c_str())));
+  EXPECT_EQ(PathIn(kLink), TEXT("C:\\a.exe"));
+  // What is not given stays.
+  CShellLink link(kLink, Access::kWrite);
+  ShortcutContents contents;
+  contents.description = TEXT("new");
+  EXPECT_TRUE(link.Save(kLink, contents));
+  EXPECT_EQ(PathIn(kLink), TEXT("C:\\a.exe"));
+  WCHAR none[1] = {'?'};
+  EXPECT_FALSE(link.GetPath(none, 0) || link.GetWorkingDirectory(none, 0));
+  EXPECT_EQ(none[0], '?');
+}
+
 TEST_F(ShortcutsMachineTest, ShortcutsToAddressesShowTheBrowser) {
   Associate(TEXT(".htm"), TEXT("\"C:\\browser.exe\" -url %1"));
   ASSERT_TRUE(CShellLink().Save(kLink, To(TEXT("https://example.org/\u0416"))));
@@ -203,7 +251,8 @@ TEST_F(ShortcutsMachineTest, GroupsAreFoundByTheirPrograms) {
   WriteBytes(TEXT("C:\\Menu\\Games\\a.lnk"), "no link");
   EXPECT_TRUE(FindProgramGroup(HKEY_CURRENT_USER, TEXT("a.EXE"), group, MAX_PATH));
   EXPECT_EQ(WideString(group), TEXT("C:\\Menu\\Tools"));
-  EXPECT_TRUE(FindProgramGroup(HKEY_CURRENT_USER, TEXT("a.exe"), group, 8));
+  CopyStringW(group, TEXT("a.exe"));
+  EXPECT_TRUE(FindProgramGroup(HKEY_CURRENT_USER, group, group, 8));
   EXPECT_EQ(WideString(group), TEXT("C:\\Menu")) << "cut to the capacity";
   for (const WCHAR* program : {TEXT("direct.exe"), TEXT("deep.exe"), TEXT("none.exe")}) {
     EXPECT_FALSE(FindProgramGroup(HKEY_CURRENT_USER, program, group, MAX_PATH));

@@ -8,10 +8,12 @@
 
 #include "platform/control/message_boxes.h"
 #include "platform/control/profiles.h"
+#include "platform/kernel/text.h"
 #include "runtime/core/handles.h"
 #include "runtime/files/delete_when_free.h"
 #include "runtime/files/file_actions.h"
 #include "runtime/files/file_list.h"
+#include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
 #include "tests/support/peer.h"
 #include "tests/support/runtime_test.h"
@@ -62,9 +64,33 @@ TEST_F(SpecialFoldersTest, FoldersAreReadFromTheirPlaces) {
   EXPECT_TRUE(is(GetCurrentVersionValue(TEXT("Dir"), out, Expand::kYes), TEXT("C:\\x")));
   EXPECT_EQ(GetCurrentVersionValue(TEXT("missing"), out, Expand::kYes), 0);
   EXPECT_EQ(out[0], 0);
-  SetValue(HKEY_LOCAL_MACHINE, kWindows, TEXT("Dir"), WideString(MAX_PATH, 'x'));
-  EXPECT_EQ(GetCurrentVersionValue(TEXT("Dir"), out, Expand::kNo), 0);
-  EXPECT_EQ(out[0], 0);
+  // 13 characters become 2.
+  const WideString drive = TEXT("%SystemDrive%"), tail(MAX_PATH - 14, 'x');
+  const struct {
+    WideString stored;
+    Expand expand;
+    bool fits;
+  } kLengths[] = {
+      {WideString(MAX_PATH - 1, 'x'), Expand::kNo, true},
+      {WideString(MAX_PATH, 'x'), Expand::kNo, false},
+      {drive + tail, Expand::kYes, true},
+      {drive + tail + TEXT("x"), Expand::kYes, false},
+      // Ten characters more than its reference.
+      {TEXT("%LONG%") + WideString(MAX_PATH - 16, 'x'), Expand::kYes, false},
+  };
+  platform::SetFact("environment.LONG", "0123456789ABCDEF");
+  for (const auto& c : kLengths) {
+    SetValue(HKEY_LOCAL_MACHINE, kWindows, TEXT("Dir"), c.stored, REG_EXPAND_SZ);
+    EXPECT_EQ(GetCurrentVersionValue(TEXT("Dir"), out, c.expand) != 0, c.fits) << &c - kLengths;
+    EXPECT_EQ(out[0] != 0, c.fits) << &c - kLengths;
+  }
+  // The name of a value may stand where its text shall go.
+  SetValue(HKEY_LOCAL_MACHINE, kWindows, TEXT("Dir"), TEXT("C:\\x"));
+  CopyStringW(out, TEXT("Dir"));
+  EXPECT_TRUE(is(GetCurrentVersionValue(out, out, Expand::kNo), TEXT("C:\\x")));
+  CopyStringW(out, TEXT("x.dll"));
+  EXPECT_TRUE(GetSystemFilePath(out, out));
+  EXPECT_EQ(WideView(out), TEXT("C:\\Windows\\System32\\x.dll"));
 }
 
 TEST_F(SpecialFoldersTest, OnlyPlainTextsOfAllUsersAreShellFolders) {
@@ -156,6 +182,133 @@ TEST_F(DeleteWhenFreeTest, AFileInUseGoesWithItsScriptOnceItsUserEnds) {
 }
 
 WideString startedCommand;
+std::string startedScript;
+
+// Takes the command and the script and starts nothing.
+BOOL WINAPI TakeScript(LPCWSTR, LPWSTR command, LPSECURITY_ATTRIBUTES, LPSECURITY_ATTRIBUTES, BOOL,
+                       DWORD, LPVOID, LPCWSTR, LPSTARTUPINFOW, LPPROCESS_INFORMATION) {
+  startedCommand = command;
+  std::ifstream script(platform::HostPath(command), std::ios::binary);
+  startedScript.assign(std::istreambuf_iterator<char>(script), {});
+  SetLastError(ERROR_NOT_READY);
+  return FALSE;
+}
+
+TEST_F(DeleteWhenFreeTest, TheScriptNamesExactlyTheFile) {
+  const struct {
+    WideString path;
+    const char* code_page;
+    bool has_short_path;
+    std::string name;  // in the script; empty: refused
+  } kCases[] = {
+      {kUsed, "1252", true, "C:\\a b\\used.dll"},
+      {TEXT("C:/a b/./used.dll"), "1252", true, "C:\\a b\\used.dll"},
+      {TEXT("C:\\a b\\100%TEMP%^&.dll"), "1252", false, "C:\\a b\\100%%TEMP%%^&.dll"},
+      {TEXT("C:\\a b\\\u0416.dll"), "1252", true, "C:\\A"},
+      {TEXT("C:\\a b\\\u0416.dll"), "1252", false, ""},
+      // The shell takes the byte for another character.
+      {TEXT("C:\\a b\\\u00E4.dll"), "1252", true, "C:\\A"},
+      {TEXT("C:\\a b\\\u00E4.dll"), "1252", false, ""},
+      {TEXT("C:\\a b\\\u30BD.dll"), "932", false, "C:\\a b\\\x83\\.dll"},
+      // With delayed expansion the shell looks for variables between exclamation marks.
+      {TEXT("C:\\a b\\wow! !.dll"), "1252", true, "C:\\A"},
+      {TEXT("C:\\a b\\wow!.dll"), "1252", true, ""},
+      {TEXT("C:\\a b\\us?d.dll"), "1252", true, ""},
+      {TEXT("C:\\a b\\*"), "1252", true, ""},
+      {TEXT("\\\\?\\C:\\a b\\used.dll"), "1252", true, ""},
+      {TEXT("C:\\a b"), "1252", true, ""},
+      {TEXT("C:\\a b\\"), "1252", true, ""},
+      {TEXT(""), "1252", true, ""},
+  };
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(&c - kCases);
+    platform::SetFact(platform::facts::kAnsiCodePage, c.code_page);
+    if (!c.name.empty()) std::ofstream(platform::HostPath(c.path)) << "x";
+    const int before = TemporaryFiles();
+    startedCommand.clear();
+    platform::Replace("CreateProcessW", &TakeScript);
+    // The temporary directory needs no short form.
+    if (!c.has_short_path) platform::FailCall("GetShortPathNameW", 1, 0, 9);
+    SetLastError(ERROR_SUCCESS);
+    EXPECT_FALSE(DeleteWhenFree(c.path.c_str()));
+    const DWORD error = GetLastError();
+    EXPECT_EQ(TemporaryFiles(), before);
+    platform::ResetFaults();
+    EXPECT_EQ(startedCommand.empty(), c.name.empty());
+    if (c.name.empty()) {
+      EXPECT_NE(error, DWORD{ERROR_SUCCESS});
+      continue;
+    }
+    EXPECT_EQ(error, DWORD{ERROR_NOT_READY});
+    std::string name = c.name;
+    if (name == "C:\\A") {
+      const size_t begin = startedScript.find('"') + 1;
+      name = startedScript.substr(begin, startedScript.find('"', begin) - begin);
+      EXPECT_TRUE(name.starts_with("C:\\A") && name.ends_with("~1.DLL")) << name;
+    }
+    EXPECT_EQ(startedScript, "\t@echo off\r\n:LOOP\r\n\tif not exist \"" + name +
+                                 "\" goto DONE\r\n\tdel \"" + name +
+                                 "\"\r\n\tgoto LOOP\r\n:DONE\r\n\tdel \"" +
+                                 platform::ToUtf8(startedCommand) + "\"\r\n");
+  }
+}
+
+TEST_F(DeleteWhenFreeTest, NeighboursWithSimilarNamesStay) {
+  platform::SetFact("environment.X", "ed");
+  const LPCWSTR kGoing[] = {TEXT("C:\\a b\\us\u0416\u0416.dll"), TEXT("C:\\a b\\us%X%.dll"),
+                            TEXT("C:\\a b\\\u00E4.dll")};
+  const LPCWSTR kStaying[] = {kUsed, TEXT("C:\\a b\\u.dll"), TEXT("C:\\a b\\\u03A3.dll")};
+  for (const LPCWSTR path : kStaying) std::ofstream(platform::HostPath(path)) << "x";
+  for (const LPCWSTR path : kGoing) {
+    std::ofstream(platform::HostPath(path)) << "x";
+    SetFileAttributesW(path, FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN);
+    const int before = TemporaryFiles();
+    EXPECT_TRUE(DeleteWhenFree(path));
+    EXPECT_TRUE(WaitFor([&] { return !std::filesystem::exists(platform::HostPath(path)); }));
+    EXPECT_TRUE(WaitFor([before] { return TemporaryFiles() == before; }));
+  }
+  for (const LPCWSTR path : kStaying)
+    EXPECT_TRUE(std::filesystem::exists(platform::HostPath(path)));
+}
+
+DWORD WINAPI UnusualTempPath(DWORD, LPWSTR path) {
+  const platform::OutsideTest outside;
+  CreateDirectoryW(TEXT("C:\\\u0416x & 100%"), nullptr);
+  CopyStringW(path, MAX_PATH, TEXT("C:\\\u0416x & 100%\\"));
+  return 12;
+}
+
+TEST_F(DeleteWhenFreeTest, TheScriptsOwnPathIsWrittenSoThatItCanBeStarted) {
+  platform::Replace("GetTempPathW", &UnusualTempPath);
+  platform::Replace("CreateProcessW", &TakeScript);
+  EXPECT_FALSE(DeleteWhenFree(kUsed));
+  EXPECT_TRUE(startedCommand.starts_with(TEXT("C:\\_")));
+  EXPECT_EQ(startedCommand.find_first_of(TEXT("\u0416 &%")), WideString::npos);
+  EXPECT_TRUE(startedScript.ends_with("del \"" + platform::ToUtf8(startedCommand) + "\"\r\n"));
+  platform::ReplaceFunction("GetTempPathW", nullptr);
+  platform::UseProfile("windows-xp");
+  Restart();
+  EXPECT_FALSE(DeleteWhenFree(kUsed));
+  EXPECT_EQ(startedCommand.find(' '), WideString::npos);
+  EXPECT_NE(startedScript.find("\tdel \"C:\\Documents and Settings\\"), std::string::npos);
+  platform::Replace("GetTempPathW", &UnusualTempPath);
+  platform::FailCall("GetShortPathNameW", 1, 0, 9);
+  startedCommand.clear();
+  EXPECT_FALSE(DeleteWhenFree(kUsed));
+  EXPECT_TRUE(startedCommand.empty()) << "no form of it can be started";
+  EXPECT_TRUE(std::filesystem::is_empty(platform::HostPath(TEXT("C:\\\u0416x & 100%"))));
+}
+
+TEST_F(DeleteWhenFreeTest, AScriptThatCannotBeResumedIsEnded) {
+  const int before = TemporaryFiles();
+  SetFileAttributesW(kUsed, FILE_ATTRIBUTE_READONLY);
+  platform::FailCall("ResumeThread", 1, ERROR_NOT_READY);
+  EXPECT_FALSE(DeleteWhenFree(kUsed));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_READY});
+  EXPECT_EQ(platform::CallCount("TerminateProcess"), 1u);
+  EXPECT_EQ(TemporaryFiles(), before);
+  EXPECT_EQ(GetFileAttributesW(kUsed), DWORD{FILE_ATTRIBUTE_READONLY});
+}
 
 TEST_F(DeleteWhenFreeTest, TheScriptIsStartedHiddenAsTheSystemWantsIt) {
   platform::Replace(

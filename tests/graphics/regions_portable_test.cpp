@@ -58,6 +58,10 @@ TEST(PointsTest, RotationAboutTheOriginAndACenter) {
   point = {20, 10};
   RotatePoint(point, 1, 0, &center);
   EXPECT_EQ(Values(point), (std::vector<LONG>{10, 0}));
+  const POINT farthest = {INT_MAX, INT_MIN};
+  point = {INT_MIN, INT_MAX};
+  RotatePoint(point, 0, -1, &farthest);
+  EXPECT_EQ(Values(point), (std::vector<LONG>{INT_MAX, INT_MIN}));
 
   RECT bounds;
   POINT points[5] = {};
@@ -250,6 +254,9 @@ TEST_F(ContextTest, RoundedRectangles) {
   EXPECT_EQ((std::vector<int>{wide.rx, wide.ry, wide.hx, wide.hy}),
             (std::vector<int>{16, 10, 7, 4}));
   EXPECT_EQ((std::vector<int>{high.rx, high.ry}), (std::vector<int>{10, 16}));
+  const CornerRadii largest = RoundRectRadii({INT_MIN, INT_MIN, INT_MAX, INT_MAX});
+  EXPECT_EQ((std::vector<int>{largest.rx, largest.ry, largest.hx, largest.hy}),
+            (std::vector<int>{536'870'911, 536'870'911, 238'609'294, 238'609'294}));
 
   RoundRectPath(context_, {0, 0, 800, 80});
   POINT points[17];
@@ -286,6 +293,10 @@ TEST_F(ContextTest, TextBoxesFollowTheAlignment) {
     EXPECT_EQ(Values(box), (std::vector<LONG>{c.left, c.top, c.left + size.cx, c.top + size.cy}));
     EXPECT_EQ(region, nullptr) << "the font is not turned";
   }
+  RECT cut;
+  TextBoxRect(context_, INT_MIN, INT_MIN, TEXT("Hello"), -1, cut);
+  EXPECT_EQ(Values(cut),
+            (std::vector<LONG>{INT_MIN, INT_MIN, INT_MIN + size.cx, INT_MIN + size.cy}));
   // 90.9 degrees count as 90: the text runs upwards from (100, 50).
   SelectFont(909);
   SetTextAlign(context_, TA_LEFT | TA_TOP);

@@ -102,6 +102,12 @@ TEST(ObjectNamesTest, SessionAndProductNames) {
   EXPECT_EQ(View(name), TEXT("aKV8b"));
   MakeProductName(TEXT("a%sb"), name, 5);
   EXPECT_EQ(View(name), TEXT(""));
+  MakeProductName(TEXT("100%% %s %d%s%"), name, 32);
+  EXPECT_EQ(View(name), TEXT("100% KV8 %d%s%")) << "one argument is all there is";
+  MakeProductName(TEXT("a%%sb"), name, 32);
+  EXPECT_EQ(View(name), TEXT("a%sb"));
+  EXPECT_EQ(MakeSessionName(nullptr, 0, name, 32), 0);
+  EXPECT_EQ(View(name), TEXT(""));
   GetObjectPrefix(name, 3);
   EXPECT_EQ(View(name), TEXT(""));
 }

@@ -73,6 +73,8 @@ TEST_F(SharedLockTest, TheBlockIsOneNumberThatTheFirstProcessMakes) {
   EXPECT_EQ(block.Map(FALSE, kCount, 0, Quiet::kNo), kExisted);
   EXPECT_EQ(memcmp(block.view(), "\2\0\0\0", 4), 0);
   EXPECT_EQ(std::basic_string<WCHAR>(block.name()), kCount);
+  EXPECT_EQ(block.Map(FALSE, block.name(), 0, Quiet::kNo), kExisted) << "again, by its own name";
+  EXPECT_EQ(std::basic_string<WCHAR>(block.name()), kCount);
   EXPECT_EQ(counter.Decrement(), 1);
   block.Close();
   EXPECT_EQ(std::basic_string<WCHAR>(block.name()), TEXT(""));
@@ -254,7 +256,9 @@ TEST_F(SharedLockTest, ALivingReaderRestartsTheTimeAndLeavesWithoutWaiting) {
   EXPECT_FALSE(inside) << "an entry left since";
   Sleep(2000);
   EXPECT_TRUE(inside) << "the reader counts as dead now";
+  platform::ResetFaults();
   reader.Leave(FALSE);
+  EXPECT_EQ(platform::CallCount("WaitForSingleObject"), 1u) << "who dies between two steps lies";
   EXPECT_EQ(Entries(), 0) << "and does no harm when it leaves after all";
   EXPECT_TRUE(writer.Enter(TRUE, 1000));
 }

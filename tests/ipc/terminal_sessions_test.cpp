@@ -113,6 +113,14 @@ TEST_F(TerminalSessionsTest, WhatTheSystemLacks) {
   platform::InstallSystemFiles();
   platform::FailCall("WTSQuerySessionInformationW", 1);
   EXPECT_FALSE(CTerminalServices().IsAvailable());
+  platform::Replace(
+      "WTSQuerySessionInformationW",
+      +[](HANDLE server, DWORD session, WTS_INFO_CLASS what, LPWSTR* buffer, DWORD* size) -> BOOL {
+        const BOOL answered = WTSQuerySessionInformationW(server, session, what, buffer, size);
+        *size = 2;
+        return answered;
+      });
+  EXPECT_FALSE(CTerminalServices().IsAvailable()) << "half a number";
 }
 
 TEST_F(TerminalSessionsTest, WithoutTheServiceTheLibraryStays) {
@@ -245,6 +253,14 @@ TEST_F(TerminalSessionsTest, InstallModeByGeneration) {
   platform::SetFact("entry.kernel32.SetTermsrvAppInstallMode", "0");
   EXPECT_EQ(CTerminalServices().GetInstallMode(), -1);
   EXPECT_EQ(CTerminalServices().SetInstallMode(FALSE), 0);
+  platform::ClearFact("entry.kernel32.TermsrvAppInstallMode");
+  platform::ClearFact("entry.kernel32.SetTermsrvAppInstallMode");
+  EXPECT_EQ(CTerminalServices().GetInstallMode(), 0);
+  platform::SetFact("module.wtsapi32", "0");
+  platform::SetServiceState(TEXT("TermService"), SERVICE_STOPPED);
+  platform::InstallSystemFiles();
+  EXPECT_EQ(CTerminalServices().GetInstallMode(), -1) << "neither the library nor the service";
+  EXPECT_EQ(CTerminalServices().SetInstallMode(TRUE), 0);
 }
 
 }  // namespace

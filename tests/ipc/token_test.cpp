@@ -162,13 +162,14 @@ TEST_F(TokenTest, AccountsByName) {
 
 TEST_F(TokenTest, AccountsByRelativeId) {
   platform::SetFact(facts::kAccounts, "Bob:1002");
+  platform::SetFact(facts::kComputerName, "LONGEST-NETBIOS");
   WCHAR name[20];
   DWORD size = 20;
   ASSERT_TRUE(LookupAccountByRid(nullptr, 1002, name, &size));
   EXPECT_EQ(WideView(name), TEXT("Bob"));
   EXPECT_EQ(size, 3u);
   size = 3;
-  EXPECT_FALSE(LookupAccountByRid(TEXT("\\\\WORKSTATION"), 1002, name, &size));
+  EXPECT_FALSE(LookupAccountByRid(TEXT("\\\\LONGEST-NETBIOS"), 1002, name, &size));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
   size = 20;
   EXPECT_FALSE(LookupAccountByRid(nullptr, 4711, name, &size));
@@ -183,6 +184,7 @@ TEST_F(TokenTest, TheNetworkLibraryIsTriedOnce) {
   DWORD size = 20;
   EXPECT_FALSE(LookupAccountByRid(nullptr, 1001, name, &size));
   EXPECT_FALSE(LookupAccountByRid(nullptr, 1001, name, &size));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_PROC_NOT_FOUND));
   EXPECT_EQ(platform::CallCount("LoadLibraryW"), 1u);
   UseProfile("windows-98");
   platform::ResetFaults();

@@ -226,6 +226,15 @@ TEST_F(WaitsTest, MessagesThatAreNoBlocks) {
   EXPECT_TRUE(fails(5)) << "the client ends in the middle";
   platform::AnswerNextBox(IDOK);
   EXPECT_FALSE(WriteSizedBlock(server, "x", 1, 1));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NO_DATA));
+  platform::Replace(
+      "WriteFile", +[](HANDLE, LPCVOID, DWORD size, LPDWORD written, LPOVERLAPPED) -> BOOL {
+        *written = size - 1;
+        return TRUE;
+      });
+  platform::AnswerNextBox(IDOK);
+  EXPECT_FALSE(WriteSizedBlock(server, "x", 1, 1)) << "only a part was taken";
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_WRITE_FAULT));
   ClosePipeServer(server);
   ClosePipeServer(INVALID_HANDLE_VALUE);
   ClosePipeServer(nullptr);

@@ -1,6 +1,8 @@
 // The command-line program, as people and scripts call it.
+#include <algorithm>
 #include <fstream>
 
+#include "tests/kvctl/spoilt_module.h"
 #include "tests/support/machine_test.h"
 #include "tests/support/program.h"
 
@@ -81,7 +83,9 @@ TEST_F(KvctlTest, SaysClearlyWhatFailed) {
   EXPECT_EQ(printer.output,
             "kvctl: cannot start a job on the printer \"Nobody\": The printer name is invalid\n");
   EXPECT_EQ(printer.status, 1);
-  EXPECT_EQ(Run("ports > /dev/full || echo status $?").output, "status 1\n") << "nobody read it";
+  EXPECT_EQ(Run("ports > /dev/full || echo status $?").output,
+            "kvctl: cannot write the output: The system cannot write to the specified device\n"
+            "status 1\n");
 }
 
 TEST_F(KvctlTest, ARefusalForLackOfRightsHasAStatusOfItsOwn) {
@@ -98,11 +102,19 @@ TEST_F(KvctlTest, CommandLinesThatCannotBeUnderstood) {
     const char* output;
   } kCases[] = {
       {"", "Usage: kvctl COMMAND"},
-      {"fly", "kvctl: there is no command \"fly\""},
-      {"ports --fast", "kvctl: there is no option --fast\n"},
-      {"ports x", "kvctl: \"x\" was not expected\n"},
+      {"fly", "kvctl: there is no command \"fly\"\nkvctl: See \"kvctl --help\".\n"},
+      {"prit x", "kvctl: there is no command \"prit\"; did you mean \"print\"?\n"},
+      {"help instal", "kvctl: there is no command \"instal\"; did you mean \"install\"?\n"},
+      {"ports --fast", "kvctl: there is no option --fast\nkvctl: See \"kvctl ports --help\".\n"},
+      {"install --printr x", "kvctl: there is no option --printr; did you mean \"--printer\"?\n"},
+      {"print -p", "kvctl: there is no option -p\n"},
+      {"papers ad x 1x1", "\"kvctl papers\" does not know \"ad\"; did you mean \"add\"?\n"},
+      {"papers add --custom x 1x1",
+       "kvctl: \"kvctl papers add\" does not take the option --custom\n"},
+      {"ports x", "kvctl: \"x\" was not expected\nkvctl: See \"kvctl ports --help\".\n"},
       {"print", "kvctl: something is missing on the command line\n"},
       {"print x --title", "kvctl: the option --title needs a value\n"},
+      {"ports --json=x", "kvctl: the option --json takes no value\n"},
   };
   for (const auto& c : kCases) {
     const ProgramResult result = Run(c.arguments);
@@ -112,14 +124,98 @@ TEST_F(KvctlTest, CommandLinesThatCannotBeUnderstood) {
   EXPECT_EQ(Run("--version").output, "kvctl 8.27 (Folvane 8)\n");
   const ProgramResult list = Run("--help");
   for (const char* command :
-       {"ports", "monitors", "install", "remove", "status", "print", "settings", "sessions",
-        "whoami", "spooler", "docname", "shortcut", "describe", "locales", "demo", "papers",
-        "printers", "printer", "default"}) {
+       {"ports",    "monitors", "install",    "remove",  "status",   "print",
+        "settings", "sessions", "whoami",     "spooler", "docname",  "shortcut",
+        "describe", "locales",  "demo",       "papers",  "printers", "printer",
+        "default",  "drivers",  "completion", "help"}) {
     EXPECT_TRUE(Contains(list, std::string("\n  ") + command + " ")) << command;
     const ProgramResult help = Run(std::string(command) + " --help");
     EXPECT_EQ(help.status, 0);
     EXPECT_TRUE(help.output.starts_with(std::string("Usage: kvctl ") + command)) << help.output;
   }
+  for (const char* same : {"help", "-h", "/?"}) EXPECT_EQ(Run(same).output, list.output) << same;
+  const std::string ports = Run("ports --help").output;
+  for (const char* same : {"help ports", "ports -h", "ports '/?'"}) {
+    EXPECT_EQ(Run(same).output, ports) << same;
+  }
+}
+
+TEST_F(KvctlTest, ListsHaveHeadingsOnATerminalOnly) {
+  ASSERT_EQ(Run(kInstall).status, 0);
+  const auto onTerminal = [&](const std::string& arguments) {
+    return RunProgram("/usr/bin/script", "-qec 'KV_MACHINE=" + directory().string() + " " +
+                                             (TestDirectory() / "kvctl").string() + " " +
+                                             arguments + "' /dev/null")
+        .output;
+  };
+  std::string monitors = onTerminal("monitors");
+  std::erase(monitors, '\r');
+  EXPECT_TRUE(monitors.starts_with("MONITOR             ENVIRONMENT         FILE\n")) << monitors;
+  EXPECT_TRUE(monitors.ends_with("\n" + Run("monitors").output)) << monitors;
+  const std::string large = WriteFile("large", 1);
+  std::filesystem::resize_file(large, 1'200'000'000);
+  const std::string print = onTerminal("print " + large);
+  EXPECT_NE(print.find("/large: "), std::string::npos) << print;
+  EXPECT_NE(print.find(" left"), std::string::npos) << print;
+}
+
+TEST_F(KvctlTest, PrintsSeveralFilesAndTheStandardInput) {
+  ASSERT_EQ(Run(kInstall).status, 0);
+  const std::string file = WriteFile("file", 70000), other = WriteFile("other", 5);
+  const ProgramResult input = Run("print - < " + file);
+  EXPECT_EQ(input.status, 0);
+  EXPECT_TRUE(input.output.starts_with("standard input: job ")) << input.output;
+  EXPECT_TRUE(Contains(input, "70000 bytes sent, 70000 bytes accepted")) << input.output;
+  const ProgramResult several = Run("print " + file + " nowhere " + other);
+  EXPECT_EQ(several.status, 1);
+  EXPECT_TRUE(Contains(several, "\n2 of 3 files: 70005 bytes sent, 70005 bytes accepted"))
+      << several.output;
+  const ProgramResult json = Run("print --json - < " + other);
+  EXPECT_TRUE(json.output.starts_with("[{\"file\": \"standard input\", \"job\": ")) << json.output;
+  EXPECT_TRUE(Contains(json, "\"sent\": 5, \"accepted\": 5, ")) << json.output;
+}
+
+TEST_F(KvctlTest, ShellsCompleteWhatTheTableKnows) {
+  const auto complete = [&](const std::string& words, int at) {
+    const std::string script = (directory() / "complete.bash").string();
+    std::ofstream(script) << Run("completion bash").output << "COMP_WORDS=(" << words
+                          << ")\nCOMP_CWORD=" << at << "\n_kvctl\necho \"${COMPREPLY[*]}\"\n";
+    return RunProgram("/bin/bash", script).output;
+  };
+  EXPECT_EQ(complete("kvctl pri", 1), "print printers printer\n");
+  EXPECT_EQ(complete("kvctl papers a", 2), "add\n");
+  EXPECT_EQ(complete("kvctl install --p", 2), "--paper --printer\n");
+  const ProgramResult powershell = Run("completion powershell");
+  EXPECT_TRUE(Contains(powershell, "    'completion' = @('bash', 'powershell', '--help')\n"))
+      << powershell.output;
+}
+
+TEST_F(KvctlTest, PackagesThatCannotWorkLeaveThePortThatWorks) {
+  ASSERT_EQ(Run(kInstall).status, 0);
+  const std::filesystem::path package = directory() / "package";
+  std::filesystem::create_directory(package);
+  for (const char* name : {"kvctl", "kvres832.dll"}) {
+    std::filesystem::copy_file(TestDirectory() / name, package / name);
+  }
+  const auto works = [&] { return Contains(Run("status"), "The port KVR8: works.\n"); };
+  const auto install = [&] {
+    return RunProgram(package / "kvctl", kInstall, "KV_MACHINE=" + directory().string());
+  };
+  WriteSpoiltModule(package / "kvmon8.dll", kMonitorEntry, [](char* name) { ++*name; });
+  const ProgramResult broken = install();
+  EXPECT_EQ(broken.status, 1);
+  EXPECT_TRUE(
+      broken.output.ends_with("kvctl: nothing was installed; what had been changed was put back\n"))
+      << broken.output;
+  // The first to turn to the spooler afterwards.
+  EXPECT_TRUE(Contains(Run("ports"), "KVR8:"));
+  EXPECT_TRUE(works());
+  std::ofstream(package / "kvmon8.dll") << "no module";
+  const ProgramResult unreadable = install();
+  EXPECT_EQ(unreadable.status, 1);
+  EXPECT_TRUE(unreadable.output.ends_with("\\package\\kvmon8.dll\" cannot be read\n"))
+      << unreadable.output;
+  EXPECT_TRUE(works());
 }
 
 TEST_F(KvctlTest, DocumentNames) {

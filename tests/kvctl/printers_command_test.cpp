@@ -36,6 +36,11 @@ TEST_F(PrintersCommandTest, PapersAreAddedShownAndRemoved) {
       "[{\"id\": 301, \"name\": \"Card\", \"width_um\": 88900, \"height_um\": 50800, "
       "\"units\": \"in\", \"custom\": true}, {\"id\": 300, \"name\": \"My \\\"A0\\\"\", "
       "\"width_um\": 841000, \"height_um\": 1189000, \"units\": \"mm\", \"custom\": true}]\n");
+  // Sizes may be written as the list shows them.
+  EXPECT_EQ(Output("papers add Legal2 '8.5 x 14 in'") + Output("papers add A4too '210 x 297 mm'"),
+            "");
+  EXPECT_EQ(Output("papers show legal2"), "303     Legal2                          8.5 x 14 in\n");
+  EXPECT_EQ(Output("papers show a4too"), "302     A4too                           210 x 297 mm\n");
   EXPECT_EQ(Output("papers add CARD 1x3276.7"), "") << "the largest and the smallest side";
   EXPECT_TRUE(
       Contains(Output("papers list"), "9       A4                              210 x 297 mm"));
@@ -56,15 +61,15 @@ TEST_F(PrintersCommandTest, PrintersTheirSettingsAndTheDefault) {
   EXPECT_EQ(Run("default").status, 1);
   EXPECT_EQ(Output("printers --json"), "[]\n");
   ASSERT_EQ(Run("install --driver 'Generic / Text Only' --printer='Preview 1'").status, 0);
-  EXPECT_EQ(Output("default 'Preview 1'"), "");
-  EXPECT_EQ(Output("default"), "Preview 1\n");
+  EXPECT_EQ(Output("default 'PREVIEW 1'"), "");
+  EXPECT_EQ(Output("default"), "Preview 1\n") << "as the spooler writes it";
   EXPECT_EQ(Output("printers"),
-            "*Preview 1                   Generic / Text Only         KVR8:       \n");
+            "*  Preview 1                   Generic / Text Only         KVR8:\n");
   EXPECT_EQ(Output("printers --json"),
-            "[{\"name\": \"Preview 1\", \"driver\": \"Generic / Text Only\", "
-            "\"driverFile\": \"unidrv\", \"port\": \"KVR8:\", \"server\": \"\", "
-            "\"share\": \"\", \"default\": true}]\n");
-  EXPECT_EQ(Output("printers --product"), "");
+            "[{\"default\": true, \"name\": \"Preview 1\", \"driver\": \"Generic / Text Only\", "
+            "\"driverFile\": \"unidrv\", \"port\": \"KVR8:\", \"share\": \"\", "
+            "\"server\": \"\"}]\n");
+  EXPECT_EQ(Output("printers --product"), Output("printers")) << "whatever its driver";
   EXPECT_EQ(Run("printers --product --all").status, 2);
   const std::string settings = Output("printer show 'Preview 1'");
   EXPECT_TRUE(
@@ -85,6 +90,9 @@ TEST_F(PrintersCommandTest, PrintersTheirSettingsAndTheDefault) {
             "Preview 1: 300 dpi, margins in thousandths of an inch: left 167, top 167, right 167, "
             "bottom 167\n");
   EXPECT_EQ(Run("printer margins Nobody").status, 1);
+  EXPECT_EQ(Output("printer margins 'Preview 1' --for Nobody"),
+            "1: kvctl: cannot open the printer \"Nobody\": The printer name is invalid\n");
+  EXPECT_FALSE(Contains(Output("settings list"), "Nobody"));
   platform::SetFact(platform::facts::kUserIsElevated, "0");
   EXPECT_EQ(Run("default 'Preview 1' --all-users").status, 3);
 }

@@ -42,8 +42,8 @@ TEST_F(KvctlRightsTest, ListsSessions) {
   platform::SetFact(facts::kSessionPrefix + std::string("2.client"), "LAPTOP");
   platform::SetFact(facts::kSessionPrefix + std::string("2.protocol"), "2");
   EXPECT_EQ(Run("sessions").output,
-            "*1      Console             Ada                                     0\n"
-            " 2                          Bob                 LAPTOP              2\n");
+            "*  1       Console             Ada                                     0\n"
+            "  2                           Bob                 LAPTOP              2\n");
   ASSERT_TRUE(platform::UseProfile("windows-98"));
   const ProgramResult none = Run("sessions");
   EXPECT_EQ(none.status, 1);

@@ -27,7 +27,8 @@ TEST_F(MachineTest, ShortcutsAreMadeAndShown) {
   EXPECT_EQ(run("show 'C:\\none.lnk'").status, 1);
   EXPECT_EQ(run("create 'C:\\a.lnk'").status, 2);
   EXPECT_EQ(run("create 'C:\\a.lnk' 'C:\\x' --icon-index=1x").output,
-            "kvctl: --icon-index needs a whole number, and \"1x\" is none\n");
+            "kvctl: --icon-index needs a whole number, and \"1x\" is none\n"
+            "kvctl: See \"kvctl shortcut --help\".\n");
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 #include "runtime/papers/paper_length.h"
 #include "runtime/registry/settings.h"
 #include "runtime/text/text.h"
+#include "tests/support/failing_new.h"
+#include "tests/support/helper_thread.h"
 #include "tests/support/peer.h"
 #include "tests/support/runtime_test.h"
 #include "tests/support/test_key.h"
@@ -57,31 +59,53 @@ TEST_F(CustomPapersTest, LoadingTakesWhatHasAnAreaAndGivesMissingIds) {
   PutPaper(TEXT("Flat"), 303, 1000, 0);
   Put(TEXT("Empty"), TEXT("ID"), 304);
   PutPaper(WideString(70, TEXT('n')), 65535);
+  PutPaper(TEXT("Large"), 0x10000 + 300);
   PutPaper(TEXT("Twin"), 300);
   Put(TEXT("A"), TEXT("Units"), 3);
   Put(TEXT("C"), TEXT("Units"), 2);
   SetText(Key::Create(HKEY_CURRENT_USER, WideString(kStore) + TEXT("Text")), TEXT("Width"),
           TEXT("100"));
   const CCustomPapers papers;
-  ASSERT_EQ(papers.count(), 6);
+  EXPECT_EQ(papers.loadError(), DWORD{ERROR_SUCCESS});
+  ASSERT_EQ(papers.count(), 7);
   EXPECT_EQ(papers.FindPaperByName(TEXT("b"))->id, 302);
   EXPECT_EQ(papers.FindPaperByName(TEXT("d"))->id, 303);
   EXPECT_EQ(Stored(TEXT("B"), TEXT("ID")), 302u);
   EXPECT_EQ(Stored(TEXT("D"), TEXT("ID")), 303u);
+  EXPECT_EQ(papers.FindPaperByName(TEXT("Large"))->id, 304) << "no second paper 300";
+  EXPECT_EQ(Stored(TEXT("Large"), TEXT("ID")), 304u);
   EXPECT_EQ(papers.FindPaperByName(TEXT("A"))->units, kPaperInches);
   EXPECT_EQ(papers.FindPaperByName(TEXT("B"))->units, startupContext.defaultUnits);
   EXPECT_EQ(papers.FindPaperByName(TEXT("C"))->units, kPaperMillimetres);
   EXPECT_EQ(WideView(papers.FindPaperById(65535)->name).size(), 63u);
   EXPECT_EQ(papers.FindPaperByName(TEXT("Flat")), nullptr);
   EXPECT_TRUE(IsStored(TEXT("Flat"))) << "left where it is";
-  EXPECT_EQ(papers.NextFreeCustomPaperId(), 304);
+  EXPECT_EQ(papers.NextFreeCustomPaperId(), 305);
+}
+
+// Two keys whose names are the same when they are cut.
+TEST_F(CustomPapersTest, LongNamesStandForTheirWholeKeys) {
+  const WideString cut(63, TEXT('n')), whole(70, TEXT('n'));
+  PutPaper(cut, 300);
+  PutPaper(whole, 0);
+  CCustomPapers papers;
+  EXPECT_EQ(Stored(cut, TEXT("ID")), 300u);
+  EXPECT_EQ(Stored(whole, TEXT("ID")), 301u);
+  EXPECT_TRUE(papers.RemoveCustomPaper(cut.c_str()));
+  EXPECT_FALSE(IsStored(cut));
+  EXPECT_TRUE(papers.AddCustomPaper(Paper(cut.c_str(), 0, 5, 6)));
+  EXPECT_FALSE(IsStored(cut)) << "it is the longer name's";
+  EXPECT_EQ(Stored(whole, TEXT("Height")), 6u);
+  EXPECT_TRUE(papers.RemoveCustomPaper(papers.GetPaperAt(0)->name));
+  EXPECT_FALSE(IsStored(whole));
 }
 
 TEST_F(CustomPapersTest, AddingReplacingAndRemoving) {
   CCustomPapers papers;
   EXPECT_EQ(papers.NextFreeCustomPaperId(), 300);
-  EXPECT_FALSE(papers.AddCustomPaper(Paper(TEXT(""))));
+  SetLastError(5);
   EXPECT_TRUE(papers.AddCustomPaper(Paper(TEXT("One"))));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_SUCCESS}) << "stored";
   EXPECT_TRUE(papers.AddCustomPaper(Paper(TEXT("Two"))));
   EXPECT_TRUE(papers.AddCustomPaper(Paper(TEXT("Four"), 303)));
   EXPECT_EQ(papers.NextFreeCustomPaperId(), 302);
@@ -95,30 +119,159 @@ TEST_F(CustomPapersTest, AddingReplacingAndRemoving) {
   EXPECT_EQ(Stored(TEXT("Two"), TEXT("Units")), 2u);
   EXPECT_EQ(papers.FindPaperById(0), nullptr);
   EXPECT_EQ(CCustomPapers().count(), 3) << "others see it";
-  papers.RemoveCustomPaper(TEXT("None"));
-  papers.RemoveCustomPaper(nullptr);
-  papers.RemoveCustomPaper(papers.GetPaperAt(0)->name);
+  for (const LPCWSTR none : {LPCWSTR{TEXT("None")}, LPCWSTR{TEXT("")}, LPCWSTR{nullptr}}) {
+    EXPECT_FALSE(papers.RemoveCustomPaper(none));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
+  }
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_TRUE(papers.AddCustomPaper(*papers.GetPaperAt(i))) << "an entry of its own";
+  }
+  EXPECT_EQ(papers.count(), 3);
+  EXPECT_TRUE(papers.RemoveCustomPaper(papers.GetPaperAt(0)->name));
   EXPECT_EQ(papers.NextFreeCustomPaperId(), 300);
-  papers.RemoveCustomPaper(TEXT("two"));
-  papers.RemoveCustomPaper(TEXT("FOUR"));
+  EXPECT_TRUE(papers.RemoveCustomPaper(TEXT("two")));
+  EXPECT_TRUE(papers.RemoveCustomPaper(TEXT("FOUR")));
   EXPECT_EQ(papers.count(), 0);
   EXPECT_EQ(papers.GetPaperAt(0), nullptr);
   EXPECT_FALSE(IsStored(TEXT("Two")));
 }
 
-TEST_F(CustomPapersTest, AStoreThatIsLockedOrClosedIsLeftAlone) {
+TEST_F(CustomPapersTest, WhatWouldNotComeBackIsRefused) {
+  PutPaper(TEXT("Old"), 300);
+  CCustomPapers papers;
+  PaperEntry endless = Paper(TEXT("Old"));
+  std::fill(std::begin(endless.name), std::end(endless.name), TEXT('x'));
+  PaperEntry units = Paper(TEXT("Old"));
+  units.units = 3;
+  const WideString longest(63, TEXT('x'));
+  const std::pair<PaperEntry, DWORD> kRefused[] = {
+      {Paper(TEXT("")), ERROR_INVALID_NAME},
+      {Paper(TEXT("A\\B")), ERROR_INVALID_NAME},
+      {Paper(TEXT("\\")), ERROR_INVALID_NAME},
+      {Paper((longest + TEXT('x')).c_str()), ERROR_INVALID_NAME},
+      {endless, ERROR_INVALID_NAME},
+      {Paper(TEXT("Old"), 0, 0, 5), ERROR_INVALID_PARAMETER},
+      {Paper(TEXT("Old"), 0, 5, 0), ERROR_INVALID_PARAMETER},
+      {units, ERROR_INVALID_PARAMETER},
+  };
+  for (const auto& [paper, error] : kRefused) {
+    SetLastError(0);
+    EXPECT_FALSE(papers.AddCustomPaper(paper));
+    EXPECT_EQ(GetLastError(), error);
+  }
+  EXPECT_EQ(papers.count(), 1);
+  EXPECT_EQ(Stored(TEXT("Old"), TEXT("Height")), 2000u);
+  // What is odd and does come back.
+  for (const WideString& name : {longest, WideString(TEXT(" A/B. "))}) {
+    EXPECT_TRUE(papers.AddCustomPaper(Paper(name.c_str(), 0, 0xFFFFFFFF, 1)));
+    const CCustomPapers again;
+    const PaperEntry* const paper = again.FindPaperByName(name.c_str());
+    ASSERT_NE(paper, nullptr);
+    EXPECT_EQ(WideView(paper->name), name);
+    EXPECT_EQ(paper->width, 0xFFFFFFFFu);
+  }
+}
+
+TEST_F(CustomPapersTest, ATableThatCouldNotBeReadIsNotChanged) {
+  PutPaper(TEXT("A"), 301);
+  PutPaper(TEXT("B"), 0);
+  const auto expect_refusals = [](DWORD error, const char* why) {
+    CCustomPapers papers;
+    platform::ResetFaults();
+    FailAllocation(0);
+    EXPECT_EQ(papers.loadError(), error) << why;
+    EXPECT_EQ(papers.count(), 0) << why;
+    for (const bool adds : {true, false}) {
+      SetLastError(0);
+      EXPECT_FALSE(adds ? papers.AddCustomPaper(Paper(TEXT("A")))
+                        : papers.RemoveCustomPaper(TEXT("A")));
+      EXPECT_EQ(GetLastError(), error) << why;
+    }
+    EXPECT_EQ(Stored(TEXT("A"), TEXT("ID")), 301u) << why;
+    EXPECT_EQ(Stored(TEXT("A"), TEXT("Width")), 1000u) << why;
+    EXPECT_EQ(Stored(TEXT("B"), TEXT("ID")), 0u) << why;
+  };
+  static constexpr struct {
+    const char* function;
+    uint64_t call, count;
+  } kFailures[] = {
+      {"WaitForSingleObject", 1, 100}, {"RegOpenKeyExW", 1, 1}, {"RegQueryInfoKeyW", 1, 1},
+      {"RegEnumKeyExW", 2, 1},         {"RegOpenKeyExW", 3, 1}, {"RegQueryValueExW", 5, 1},
+  };
+  for (const auto& failure : kFailures) {
+    platform::FailCall(failure.function, failure.call, ERROR_NO_SYSTEM_RESOURCES, failure.count);
+    expect_refusals(ERROR_NO_SYSTEM_RESOURCES, failure.function);
+  }
+  FailAllocation(2);  // the first is the lock's
+  expect_refusals(ERROR_NOT_ENOUGH_MEMORY, "memory");
+  UniqueHandle entered(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  UniqueHandle done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  HelperThread writer([&] {
+    CCustomPapersAccessManager lock;
+    EXPECT_TRUE(lock.Enter(TRUE, 1000));
+    SetEvent(entered.Get());
+    WaitForSingleObject(done.Get(), INFINITE);
+  });
+  WaitForSingleObject(entered.Get(), INFINITE);
+  expect_refusals(ERROR_TIMEOUT, "another writer");
+  SetEvent(done.Get());
+}
+
+TEST_F(CustomPapersTest, WhatDoesNotReachTheStoreStaysInTheTable) {
   PutPaper(TEXT("A"), 300);
   CCustomPapers papers;
-  {
-    platform::FailCall("WaitForSingleObject", 1, 0, 100);
-    EXPECT_EQ(CCustomPapers().count(), 0);
-    EXPECT_TRUE(papers.AddCustomPaper(Paper(TEXT("B"))));
-    papers.RemoveCustomPaper(TEXT("A"));
-    platform::ResetFaults();
-  }
+  platform::FailCall("WaitForSingleObject", 1, ERROR_NO_SYSTEM_RESOURCES, 100);
+  EXPECT_TRUE(papers.AddCustomPaper(Paper(TEXT("B"))));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_SYSTEM_RESOURCES});
+  EXPECT_TRUE(papers.RemoveCustomPaper(TEXT("A")));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_SYSTEM_RESOURCES});
   EXPECT_EQ(papers.count(), 1) << "the table has the changes";
   EXPECT_TRUE(IsStored(TEXT("A")));
   EXPECT_FALSE(IsStored(TEXT("B")));
+  // A process that may not open the lock reads all the same.
+  platform::ResetFaults();
+  platform::FailCall("CreateMutexW", 1, ERROR_ACCESS_DENIED, 100);
+  CCustomPapers unlocked;
+  EXPECT_EQ(unlocked.loadError(), DWORD{ERROR_SUCCESS});
+  EXPECT_EQ(unlocked.count(), 1);
+  EXPECT_TRUE(unlocked.AddCustomPaper(Paper(TEXT("B"))));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+  EXPECT_FALSE(IsStored(TEXT("B")));
+  // Half a paper is none.
+  platform::ResetFaults();
+  for (const LPCWSTR name : {TEXT("A"), TEXT("C")}) {
+    platform::FailCall("RegSetValueExW", 3, ERROR_NO_SYSTEM_RESOURCES);
+    EXPECT_TRUE(papers.AddCustomPaper(Paper(name, 310)));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_SYSTEM_RESOURCES});
+  }
+  EXPECT_EQ(Stored(TEXT("A"), TEXT("ID")), 300u);
+  EXPECT_EQ(Stored(TEXT("A"), TEXT("Width")), 1000u);
+  EXPECT_FALSE(IsStored(TEXT("C")));
+}
+
+TEST_F(CustomPapersTest, TheFirstPaperMakesTheStore) {
+  RegDeleteKeyW(HKEY_CURRENT_USER, TEXT("Software\\Veltmoor Software\\Folvane8"));
+  CCustomPapers papers;
+  EXPECT_EQ(papers.loadError(), DWORD{ERROR_SUCCESS}) << "there is none yet";
+  EXPECT_TRUE(papers.AddCustomPaper(Paper(TEXT("A"))));
+  EXPECT_EQ(Stored(TEXT("A"), TEXT("ID")), 300u);
+}
+
+// What other tables have stored since this one was loaded.
+TEST_F(CustomPapersTest, ATableThatIsOlderThanTheStoreRespectsItsIds) {
+  CCustomPapers papers, others;
+  EXPECT_TRUE(others.AddCustomPaper(Paper(TEXT("Theirs"))));
+  EXPECT_TRUE(others.AddCustomPaper(Paper(TEXT("Both"), 310)));
+  EXPECT_TRUE(papers.AddCustomPaper(Paper(TEXT("Mine"))));
+  EXPECT_EQ(papers.FindPaperByName(TEXT("Mine"))->id, 301) << "300 is taken";
+  EXPECT_EQ(Stored(TEXT("Mine"), TEXT("ID")), 301u);
+  EXPECT_TRUE(papers.AddCustomPaper(Paper(TEXT("BOTH"), 0, 5, 6)));
+  EXPECT_EQ(papers.FindPaperByName(TEXT("Both"))->id, 310);
+  EXPECT_EQ(Stored(TEXT("Both"), TEXT("ID")), 310u);
+  EXPECT_EQ(Stored(TEXT("Both"), TEXT("Width")), 5u);
+  EXPECT_TRUE(others.RemoveCustomPaper(TEXT("Both")));
+  EXPECT_TRUE(papers.RemoveCustomPaper(TEXT("Both")));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_SUCCESS}) << "it is gone";
 }
 
 TEST_F(CustomPapersTest, ProcessesAddAtTheSameTime) {
@@ -129,13 +282,15 @@ TEST_F(CustomPapersTest, ProcessesAddAtTheSameTime) {
     peers.push_back(StartPeer(directory(), [p] {
       for (int i = 0; i < kPapers; ++i) {
         const WCHAR name[] = {static_cast<WCHAR>('a' + p), static_cast<WCHAR>('a' + i), 0};
-        if (!CCustomPapers().AddCustomPaper(Paper(name))) return 1;
+        if (!CCustomPapers().AddCustomPaper(Paper(name)) || GetLastError() != 0) return 1;
       }
       return 0;
     }));
   }
   for (const pid_t peer : peers) EXPECT_EQ(FinishPeer(peer), 0);
-  EXPECT_EQ(CCustomPapers().count(), kProcesses * kPapers);
+  const CCustomPapers papers;
+  EXPECT_EQ(papers.count(), kProcesses * kPapers);
+  EXPECT_EQ(papers.NextFreeCustomPaperId(), 300 + kProcesses * kPapers) << "no id twice";
 }
 
 ProductDevMode Mode(short id, WORD dpi, short orientation = 0, short width = 0, short length = 0) {

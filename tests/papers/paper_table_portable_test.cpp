@@ -36,8 +36,10 @@ TEST(StandardPapersTest, DefaultPaperFallsBackToTheFirst) {
   const CStandardPapers papers;
   startupContext.defaultPaperSize = 9;
   EXPECT_EQ(WideView(papers.GetDefaultPaper()->name), TEXT("A4"));
-  startupContext.defaultPaperSize = 49;
-  EXPECT_EQ(WideView(papers.GetDefaultPaper()->name), TEXT("Letter"));
+  for (const DWORD none : {49, 0x10009}) {
+    startupContext.defaultPaperSize = none;
+    EXPECT_EQ(WideView(papers.GetDefaultPaper()->name), TEXT("Letter"));
+  }
   startupContext.defaultPaperSize = 0;
 }
 

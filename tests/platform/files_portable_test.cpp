@@ -187,6 +187,27 @@ TEST_F(FilesPortableTest, SearchesFindByPattern) {
   EXPECT_TRUE(FindClose(search));
 }
 
+TEST_F(FilesPortableTest, OpenedNamesTellWhichFileTheyLeadTo) {
+  CreateDirectoryW(TEXT("d"), nullptr);
+  SetContent(TEXT("d\\f"), "12345");
+  SetContent(TEXT("g"), "");
+  const auto number = [](LPCWSTR path, DWORD flags) -> ULONGLONG {
+    const HANDLE file = CreateFileW(path, 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                    nullptr, OPEN_EXISTING, flags, nullptr);
+    BY_HANDLE_FILE_INFORMATION information = {};
+    if (!GetFileInformationByHandle(file, &information)) return 0;
+    CloseHandle(file);
+    return ULONGLONG{information.nFileIndexHigh} << 32 | information.nFileIndexLow;
+  };
+  EXPECT_NE(number(TEXT("d\\f"), 0), 0u);
+  EXPECT_EQ(number(TEXT("d\\f"), 0), number(TEXT(".\\D\\..\\D\\F"), FILE_FLAG_BACKUP_SEMANTICS));
+  EXPECT_NE(number(TEXT("d\\f"), 0), number(TEXT("g"), 0));
+  EXPECT_EQ(number(TEXT("d"), 0), 0u);
+  EXPECT_EQ(ErrorOf(number(TEXT("d"), 0) != 0), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+  EXPECT_EQ(number(TEXT("d"), FILE_FLAG_BACKUP_SEMANTICS),
+            number((root_ + TEXT("\\D")).c_str(), FILE_FLAG_BACKUP_SEMANTICS));
+}
+
 TEST_F(FilesPortableTest, FullPathsReportTheirNeed) {
   WCHAR path[MAX_PATH] = {};
   LPWSTR part = nullptr;

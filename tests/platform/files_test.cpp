@@ -332,6 +332,77 @@ bool WaitForDeletion(LPCWSTR path) {
   return !fs::exists(HostPath(path));
 }
 
+TEST_F(FilesTest, LinksAreNamesOfTheirOwn) {
+  SetContent(TEXT("C:\\d\\f"), "12345");
+  SetFileAttributesW(TEXT("C:\\d\\f"), FILE_ATTRIBUTE_READONLY);
+  fs::create_directory_symlink(HostPath(TEXT("C:\\d")), HostPath(TEXT("C:\\link")));
+  fs::create_symlink(HostPath(TEXT("C:\\d\\f")), HostPath(TEXT("C:\\file")));
+  EXPECT_EQ(GetFileAttributesW(TEXT("C:\\link")),
+            DWORD{FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT});
+  WIN32_FIND_DATAW data;
+  const HANDLE search = FindFirstFileW(TEXT("C:\\file"), &data);
+  FindClose(search);
+  EXPECT_EQ(data.dwFileAttributes, DWORD{FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_REPARSE_POINT});
+  EXPECT_EQ(data.dwReserved0, DWORD{IO_REPARSE_TAG_SYMLINK});
+  EXPECT_EQ(data.nFileSizeLow, 0u);
+  // Opened, both are what they lead to.
+  BY_HANDLE_FILE_INFORMATION facts[4] = {};
+  const LPCWSTR kPaths[] = {TEXT("C:\\file"), TEXT("C:\\LINK\\F"), TEXT("C:\\link"), TEXT("C:\\d")};
+  for (int i = 0; i < 4; ++i) {
+    const HANDLE file = Open(kPaths[i], 0, kShareAll, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE) << i;
+    EXPECT_TRUE(GetFileInformationByHandle(file, &facts[i]));
+    CloseHandle(file);
+  }
+  EXPECT_EQ(facts[0].nFileSizeLow, 5u);
+  EXPECT_EQ(memcmp(&facts[0], &facts[1], sizeof facts[0]), 0);
+  EXPECT_EQ(memcmp(&facts[2], &facts[3], sizeof facts[2]), 0);
+  EXPECT_TRUE(facts[0].nFileIndexLow != facts[2].nFileIndexLow);
+  EXPECT_EQ(ErrorOf(Open(TEXT("C:\\d"), GENERIC_READ, kShareAll, OPEN_EXISTING,
+                         FILE_FLAG_BACKUP_SEMANTICS) != INVALID_HANDLE_VALUE),
+            DWORD{ERROR_CALL_NOT_IMPLEMENTED});
+  EXPECT_EQ(ErrorOf(DeleteFileW(TEXT("C:\\link"))), DWORD{ERROR_ACCESS_DENIED});
+  EXPECT_TRUE(SetFileAttributesW(TEXT("C:\\file"), FILE_ATTRIBUTE_NORMAL));
+  EXPECT_TRUE(DeleteFileW(TEXT("C:\\file")) && RemoveDirectoryW(TEXT("C:\\link")));
+  EXPECT_EQ(GetFileAttributesW(TEXT("C:\\link")), INVALID_FILE_ATTRIBUTES);
+  EXPECT_EQ(GetFileAttributesW(TEXT("C:\\d\\f")), DWORD{FILE_ATTRIBUTE_READONLY});
+}
+
+TEST_F(FilesTest, ScriptsReadTheirLinesAsTheShellDoes) {
+  for (const LPCWSTR name : {TEXT("C:\\s\\a1"), TEXT("C:\\s\\a2"), TEXT("C:\\s\\ab\\x"),
+                             TEXT("C:\\s\\b%c"), TEXT("C:\\s\\bVALUE"), TEXT("C:\\s\\c1"),
+                             TEXT("C:\\s\\hidden"), TEXT("C:\\s\\\u03A3"), TEXT("C:\\s\\\u00E4")}) {
+    SetContent(name, "x");
+  }
+  SetFileAttributesW(TEXT("C:\\s\\hidden"), FILE_ATTRIBUTE_HIDDEN);
+  platform::SetFact("environment.KV", "VALUE");
+  SetContent(TEXT("C:\\run.bat"),
+             "del \"C:\\s\\a?\"\r\ndel \"C:\\s\\b%%c\"\r\ndel \"C:\\s\\b%kv%\"\r\n"
+             "if not exist \"C:\\s\\c*\" goto END\r\ndel \"C:\\s\\c%1%none%1\"\r\n:END\r\n"
+             "del \"C:\\s\\hidden\"\r\ndel \"C:\\s\\\xE4\"\r\ndel \"%0%\"\r\n");
+  EXPECT_EQ(StartScript(TEXT("C:\\run.bat")), DWORD{ERROR_SUCCESS});
+  EXPECT_TRUE(WaitForDeletion(TEXT("C:\\run.bat")));
+  EXPECT_EQ(Found(TEXT("C:\\s\\*")), TEXT(". .. ab hidden \u00E4 "))
+      << "the byte E4 is a sigma in the code page of the shell";
+}
+
+TEST_F(FilesTest, ScriptsThatAreEndedNeverRun) {
+  SetContent(TEXT("C:\\run.bat"), "del \"C:\\run.bat\"\r\n");
+  STARTUPINFOW startup = {};
+  PROCESS_INFORMATION process = {};
+  WCHAR line[] = TEXT("C:\\run.bat");
+  ASSERT_TRUE(CreateProcessW(nullptr, line, nullptr, nullptr, FALSE,
+                             CREATE_SUSPENDED | IDLE_PRIORITY_CLASS, nullptr, nullptr, &startup,
+                             &process));
+  EXPECT_TRUE(TerminateProcess(process.hProcess, 1));
+  EXPECT_EQ(ErrorOf(TerminateProcess(process.hProcess, 1)), DWORD{ERROR_CALL_NOT_IMPLEMENTED});
+  EXPECT_EQ(ResumeThread(process.hThread), 0u);
+  CloseHandle(process.hProcess);
+  CloseHandle(process.hThread);
+  usleep(100'000);
+  EXPECT_TRUE(fs::exists(HostPath(TEXT("C:\\run.bat"))));
+}
+
 TEST_F(FilesTest, ScriptsDeleteAFileOnceItIsFree) {
   constexpr LPCWSTR kUsed = TEXT("C:\\a b\\used.dll"), kScript = TEXT("C:\\a b\\clean.bat");
   SetContent(kUsed, "x");

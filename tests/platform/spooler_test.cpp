@@ -443,6 +443,7 @@ TEST_F(SpoolerTest, AMonitorWrittenIntoTheRegistryWaitsForTheNextStart) {
   platform::StartSpooler();
   EXPECT_EQ(Write(printer, 1, written), DWORD{ERROR_INVALID_HANDLE});
   EXPECT_TRUE(ClosePrinter(printer));
+  platform::StopSpooler();
   EXPECT_TRUE(FreeLibrary(module));
   EXPECT_EQ(GetModuleHandleW(TEXT("C:\\Windows\\System32\\recmon.dll")), nullptr);
 }

@@ -49,6 +49,20 @@ TEST(DevModePortableTest, OnlyReadableMemoryIsValid) {
   SetLastError(5);
   EXPECT_FALSE(IsValidDevMode(reinterpret_cast<DEVMODEW*>(end)));
   EXPECT_EQ(GetLastError(), DWORD{5});
+  EXPECT_EQ(ReadableDevModeSize(put(224, 220, 4)), 224u);
+  EXPECT_EQ(ReadableDevModeSize(put(190, 188, 2)), 190u) << "an older structure";
+  EXPECT_EQ(ReadableDevModeSize(put(190, 188, 3)), 0u);
+  EXPECT_EQ(ReadableDevModeSize(put(300, 71, 0)), 0u) << "no structure at all";
+  EXPECT_EQ(ReadableDevModeSize(put(70, 220, 0)), 0u);
+  EXPECT_EQ(ReadableDevModeSize(nullptr), 0u);
+  for (const DEVMODEW* const mode : {put(220, 220, 1), put(190, 188, 3)}) {
+    SetLastError(0);
+    EXPECT_EQ(DuplicateDevmodePtr(mode, Quiet::kNo), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+  }
+  const UniqueDevMode older = DuplicateDevmodePtr(put(190, 188, 2), Quiet::kNo);
+  ASSERT_NE(older, nullptr);
+  EXPECT_EQ(older->dmSize, 188);
   EXPECT_TRUE(VirtualFree(pages, 0, MEM_RELEASE));
 }
 
@@ -77,6 +91,17 @@ TEST(DevModePortableTest, EqualMeansEveryByteButWhatFollowsTheNames) {
   EXPECT_FALSE(DevModesEqual(RawMode(10).get(), longer.get()));
 }
 
+TEST(DevModePortableTest, AnyAddressWillDo) {
+  RawMode mode(5);
+  std::memset(mode.At(0), 0x55, 5);
+  const OddCopy<DEVMODEW> odd(mode.dev());
+  EXPECT_TRUE(IsValidDevMode(odd.get()));
+  EXPECT_TRUE(DevModesEqual(odd.get(), mode.get()) && DevModesEqual(mode.get(), odd.get()));
+  EXPECT_EQ(PublicPartOf(odd.get()).dmDriverExtra, 5);
+  const UniqueDevMode copy = DuplicateDevmodePtr(odd.get(), Quiet::kNo);
+  EXPECT_TRUE(DevModesEqual(copy.get(), mode.get()));
+}
+
 TEST(DevModePortableTest, NarrowOnesAreWidened) {
   Bytes bytes(sizeof(DEVMODEA) + 3);
   auto* narrow = reinterpret_cast<DEVMODEA*>(bytes.data());
@@ -97,8 +122,10 @@ TEST(DevModePortableTest, NarrowOnesAreWidened) {
   EXPECT_EQ(wide->dmLogPixels, 600);
   EXPECT_EQ(wide->dmPanningHeight, 0x12345678u);
   EXPECT_EQ(std::memcmp(wide.get() + 1, "abc", 3), 0);
+  EXPECT_TRUE(DevModesEqual(DevModeFromA(OddCopy(*narrow).get()).get(), wide.get()));
   narrow->dmSize = 148;
   EXPECT_EQ(DevModeFromA(narrow), nullptr);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
 }
 
 TEST(DevModePortableTest, ModesByName) {

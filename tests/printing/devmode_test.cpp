@@ -100,6 +100,9 @@ TEST_F(DevModeTest, AllTenFormsAreReadSettingBySetting) {
         std::memcpy(reinterpret_cast<BYTE*>(&expected.settings) + setting.offset, &number, 2);
       }
       EXPECT_TRUE(Same(merged, expected)) << std::hex << setting.flag;
+      ProductDevMode from_odd = {};
+      MergeDevMode(OddCopy(raw.dev()).get(), from_odd);
+      EXPECT_TRUE(Same(from_odd, merged)) << "at an odd address";
     }
     raw.Put32(form.flags, 0x800);
     ProductDevMode merged = {};
@@ -222,8 +225,13 @@ TEST_F(DevModeTest, PublicSettingsAreTakenByTheirFlags) {
 TEST_F(DevModeTest, PapersAreTakenByIdByNameOrByTheirSides) {
   {
     UserSettingsKey make_place(KeyMode::kWrite);
-    PaperEntry poster = {333, TEXT("Poster"), 500'000, 700'000, kPaperMillimetres};
-    EXPECT_TRUE(CCustomPapers().AddCustomPaper(poster));
+    CCustomPapers papers;
+    for (const PaperEntry& paper :
+         {PaperEntry{333, TEXT("Poster"), 500'000, 700'000, kPaperMillimetres},
+          PaperEntry{334, TEXT("Longest"), 3'276'799, 3'276'799, kPaperMillimetres},
+          PaperEntry{335, TEXT("Too long"), 100'000, 3'276'800, kPaperMillimetres}}) {
+      EXPECT_TRUE(papers.AddCustomPaper(paper));
+    }
   }
   constexpr DWORD kSides = DM_PAPERWIDTH | DM_PAPERLENGTH;
   struct Case {
@@ -246,6 +254,9 @@ TEST_F(DevModeTest, PapersAreTakenByIdByNameOrByTheirSides) {
       {300, DM_PAPERSIZE | kSides, {}, 300, 1234, TEXT("Letter")},
       {300, DM_PAPERSIZE | kSides | DM_FORMNAME, TEXT("Mine"), 300, 1234, TEXT("Mine")},
       {300, DM_PAPERSIZE | kSides | DM_FORMNAME, TEXT("letter"), 300, 1234, TEXT("")},
+      {334, DM_PAPERSIZE, {}, 334, 32767, TEXT("Longest")},
+      {335, DM_PAPERSIZE, {}, 1, 0, TEXT("Letter")},
+      {335, DM_PAPERSIZE | kSides, {}, 335, 1234, TEXT("Letter")},
       {300, DM_PAPERSIZE | DM_PAPERWIDTH, {}, 1, 0, TEXT("Letter")},
       {300, DM_PAPERSIZE | DM_PAPERLENGTH | DM_FORMNAME, TEXT("Mine"), 1, 0, TEXT("Letter")},
   };
@@ -267,6 +278,16 @@ TEST_F(DevModeTest, PapersAreTakenByIdByNameOrByTheirSides) {
     MergeDevMode(source.get(), target);
     EXPECT_TRUE(Same(target, once)) << "again changes nothing";
   }
+  // Custom papers that cannot be read are none.
+  RawMode source(0);
+  source.dev().dmPaperSize = 333;
+  source.dev().dmFields = DM_PAPERSIZE | kSides;
+  source.dev().dmPaperWidth = 1234;
+  ProductDevMode target = Defaults();
+  platform::FailCall("RegEnumKeyExW", 1);
+  MergeDevMode(source.get(), target);
+  EXPECT_EQ(target.dev.dmPaperSize, 333);
+  EXPECT_EQ(target.dev.dmPaperWidth, 1234);
 }
 
 TEST_F(DevModeTest, MergingAgainChangesNothingAndDefaultsMergedTakeEverything) {
@@ -291,6 +312,9 @@ TEST_F(DevModeTest, MergingAgainChangesNothingAndDefaultsMergedTakeEverything) {
   source.settings.resolution = 1200;
   source.dev.dmOrientation = 2;
   MergeDevMode(&source.dev, target);
+  ProductDevMode own = Defaults();
+  MergeDevMode(&own.dev, own);
+  EXPECT_TRUE(Same(own, Defaults())) << "with itself";
   EXPECT_EQ(target.settings.flags, DWORD{kAllPrivateFlags});
   EXPECT_EQ(target.settings.resolution, 1200);
   EXPECT_STREQ(target.settings.printerEm, "e") << "an empty one is not taken";
@@ -320,6 +344,8 @@ TEST_F(DevModeTest, DefaultsByteByByte) {
   for (const auto& [offset, value] : kNumbers) EXPECT_EQ(word(220 + offset), value) << offset;
   DefaultDevMode(TEXT("\\\\ALPHA\\HP Laser"), mode);
   EXPECT_EQ(WideView(mode.dev.dmDeviceName), TEXT("HP Laser"));
+  DefaultDevMode(mode.dev.dmDeviceName, mode);
+  EXPECT_EQ(WideView(mode.dev.dmDeviceName), TEXT("HP Laser")) << "its own name";
   const WideString long_name(100, TEXT('n'));
   DefaultDevMode(long_name.c_str(), mode);
   EXPECT_EQ(WideView(mode.dev.dmDeviceName).size(), 31u);

@@ -1,6 +1,8 @@
 // The directories of printer drivers.
 #include "runtime/printing/driver_directories.h"
 
+#include <cstring>
+
 #include "platform/control/profiles.h"
 #include "platform/control/spooler.h"
 #include "tests/support/runtime_test.h"
@@ -71,10 +73,76 @@ TEST_F(DriverDirectoriesTest, NamesThatStandAlone) {
     EXPECT_EQ(WideView(path), name);
   }
   platform::StopSpooler();
-  EXPECT_EQ(GetProductDriverDirectory(TEXT("a.dll"), path), 0);
-  EXPECT_EQ(path[0], 0);
   EXPECT_EQ(GetProductDriverDirectory(TEXT("http://x"), path), TEXT('h')) << "no spooler needed";
-  EXPECT_EQ(GetDriverDirectory(TEXT("Windows Nowhere"), nullptr, path), 0);
+}
+
+std::basic_string<WCHAR> spoolers_directory;
+
+BOOL WINAPI SpoolersDirectory(LPWSTR, LPWSTR, DWORD, LPBYTE buffer, DWORD size, LPDWORD needed) {
+  *needed = static_cast<DWORD>((spoolers_directory.size() + 1) * sizeof(WCHAR));
+  if (*needed > size) {
+    SetLastError(ERROR_INSUFFICIENT_BUFFER);
+    return FALSE;
+  }
+  std::memcpy(buffer, spoolers_directory.c_str(), *needed);
+  return TRUE;
+}
+
+TEST_F(DriverDirectoriesTest, NoPathIsMadeOfNothingOrCut) {
+  using WideString = std::basic_string<WCHAR>;
+  WCHAR path[MAX_PATH] = TEXT("dirty");
+  const auto expect_refusal = [&](WCHAR first, DWORD error) {
+    EXPECT_EQ(GetLastError(), error);
+    EXPECT_EQ(first, 0);
+    EXPECT_EQ(path[0], 0);
+    path[0] = TEXT('d');
+  };
+  platform::Replace("GetPrinterDriverDirectoryW", &SpoolersDirectory);
+  struct Case {
+    size_t directory;  // characters
+    LPCWSTR file;
+    DWORD error;
+  };
+  // With "\\3" and "\\a.dll" 252 + 2 + 6 are one too many.
+  for (const Case& c :
+       {Case{0, TEXT("a.dll"), ERROR_PATH_NOT_FOUND}, Case{0, nullptr, ERROR_PATH_NOT_FOUND},
+        Case{252, TEXT("a.dll"), ERROR_FILENAME_EXCED_RANGE},
+        Case{258, nullptr, ERROR_FILENAME_EXCED_RANGE},
+        Case{300, nullptr, ERROR_FILENAME_EXCED_RANGE}}) {
+    spoolers_directory.assign(c.directory, TEXT('d'));
+    expect_refusal(GetProductDriverDirectory(c.file, path), c.error);
+  }
+  for (const auto& [length, file] :
+       {std::pair<size_t, LPCWSTR>(251, TEXT("a.dll")), {257, nullptr}}) {
+    spoolers_directory.assign(length, TEXT('d'));
+    EXPECT_NE(GetProductDriverDirectory(file, path), 0);
+    EXPECT_EQ(WideView(path).size(), 259u);
+  }
+  platform::ResetFaults();
+  const WideString link = TEXT("http://") + WideString(260, TEXT('x'));
+  expect_refusal(GetProductDriverDirectory(link.c_str(), path), ERROR_FILENAME_EXCED_RANGE);
+  expect_refusal(GetDriverDirectory(TEXT("Windows Nowhere"), TEXT("a.dll"), path),
+                 ERROR_INVALID_ENVIRONMENT);
+  expect_refusal(GetServerDriverShare(TEXT(""), TEXT("a.dll"), path), ERROR_INVALID_PARAMETER);
+  expect_refusal(GetServerDriverShare(nullptr, nullptr, path), ERROR_INVALID_PARAMETER);
+  const WideString server(250, TEXT('s'));
+  expect_refusal(GetServerDriverShare(server.c_str(), nullptr, path), ERROR_FILENAME_EXCED_RANGE);
+  startupContext.platform.wow64Arch = 0xFFFF;
+  expect_refusal(GetServerDriverShare(TEXT("S"), TEXT("a.dll"), path), ERROR_INVALID_ENVIRONMENT);
+  platform::StopSpooler();
+  expect_refusal(GetProductDriverDirectory(TEXT("a.dll"), path), RPC_S_SERVER_UNAVAILABLE);
+}
+
+TEST_F(DriverDirectoriesTest, TheNameMayLieInThePath) {
+  WCHAR path[MAX_PATH] = TEXT("a.dll");
+  EXPECT_NE(GetProductDriverDirectory(path, path), 0);
+  EXPECT_TRUE(WideView(path).ends_with(TEXT("\\3\\a.dll")));
+  const std::basic_string<WCHAR> whole(path);
+  EXPECT_NE(GetProductDriverDirectory(path, path), 0);
+  EXPECT_EQ(WideView(path), whole) << "with a drive it stands alone";
+  startupContext.platform.wow64Arch = 9;
+  EXPECT_NE(GetServerDriverShare(TEXT("S"), path + whole.size() - 5, path), 0);
+  EXPECT_EQ(WideView(path), TEXT("\\\\S\\print$\\x64\\3\\a.dll"));
 }
 
 }  // namespace

@@ -9,8 +9,11 @@
 #include "runtime/printing/printer_keys.h"
 #include "runtime/printing/printer_margins.h"
 #include "runtime/printing/printer_settings.h"
+#include "runtime/printing/spooler_list.h"
 #include "runtime/registry/settings.h"
+#include "tests/printing/growing_calls.h"
 #include "tests/printing/printer_test.h"
+#include "tests/printing/raw_mode.h"
 #include "tests/support/test_key.h"
 
 namespace kv::test {
@@ -55,6 +58,63 @@ TEST_F(InstallationTest, TheMonitorComesFromTheDirectoryOfDrivers) {
   EXPECT_TRUE(InstallPortMonitor()) << "it is there";
   EXPECT_EQ(platform::CallCount("ControlService"), 0u);
   EXPECT_EQ(platform::CallCount("CopyFileW"), 2u);
+}
+
+UINT system_directory_length;
+
+UINT WINAPI LongSystemDirectory(LPWSTR path, UINT size) {
+  if (system_directory_length < size) {
+    std::fill(path, path + system_directory_length, TEXT('d'));
+    path[system_directory_length] = 0;
+  }
+  return system_directory_length;
+}
+
+// What is copied goes to the system directory or nowhere.
+TEST_F(InstallationTest, WithoutASystemDirectoryNothingIsCopied) {
+  ProvideFiles();
+  const auto expect_refusal = [](DWORD error, WideView reason) {
+    platform::AnswerNextBox(IDOK);
+    EXPECT_FALSE(InstallPortMonitor());
+    EXPECT_EQ(GetLastError(), error);
+    EXPECT_TRUE(WideView(LastBox()).starts_with(
+        TEXT("The port monitor of Folvane could not be installed (GetSystemDirectory).\n\n")));
+    EXPECT_NE(LastBox().find(reason), WideString::npos);
+    EXPECT_EQ(platform::CallCount("CopyFileW"), 0u);
+    EXPECT_EQ(platform::CallCount("AddMonitorW"), 0u);
+    platform::ResetFaults();
+  };
+  platform::FailCall("GetSystemDirectoryW", 1, ERROR_ACCESS_DENIED, 100);
+  expect_refusal(ERROR_ACCESS_DENIED, TEXT("Access is denied."));
+  // Too long for a buffer, and with "\\kvres832.dll", 13 characters, for a path.
+  for (const UINT length : {300u, 247u}) {
+    system_directory_length = length;
+    platform::Replace("GetSystemDirectoryW", &LongSystemDirectory);
+    expect_refusal(ERROR_FILENAME_EXCED_RANGE, TEXT("."));
+  }
+  EXPECT_TRUE(InstallPortMonitor()) << "later";
+}
+
+TEST_F(InstallationTest, PortsThatAreAddedMeanwhileAreAskedForAgain) {
+  for (const auto& [times, found] : {std::pair(4, true), std::pair(5, false)}) {
+    LetGrow<&EnumPortsW>("EnumPortsW", times);
+    EXPECT_EQ(PortExists(TEXT("lpt1:")) != FALSE, found);
+    EXPECT_TRUE(found || GetLastError() == ERROR_INSUFFICIENT_BUFFER);
+  }
+  platform::ResetFaults();
+  SpoolerList<PORT_INFO_2W> ports;
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_TRUE(ports.Fetch([&](BYTE* buffer, DWORD size, DWORD* needed, DWORD* count) {
+      // What the list held before is there until it is replaced.
+      EXPECT_TRUE(i == 0 || View(ports[0].pPortName).ends_with(TEXT(":")));
+      return EnumPortsW(nullptr, 2, buffer, size, needed, count);
+    }));
+  }
+  EXPECT_FALSE(PortExists(TEXT("LPT9:")));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_UNKNOWN_PORT});
+  platform::FailCall("EnumPortsW", 2, ERROR_ACCESS_DENIED);
+  EXPECT_FALSE(PortExists(TEXT("LPT1:")));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
 }
 
 TEST_F(InstallationTest, WhatTheSpoolerRefuses) {
@@ -124,6 +184,12 @@ TEST_F(InstallationTest, APaperIsTheUsersUnlessOneIsChosen) {
   EXPECT_TRUE(CreateProductPrinter(TEXT("P"), kPort, DMPAPER_LETTER, kDriver));
   ReadUserPrinterSettings(nullptr, TEXT("P"), kStoredOnly, settings);
   EXPECT_EQ(settings.dev.dmPaperSize, DMPAPER_A4);
+  for (const char* const unreadable : {"RegOpenKeyExW", "RegQueryValueExW"}) {
+    platform::FailCall(unreadable, 1, ERROR_NO_SYSTEM_RESOURCES);
+    EXPECT_TRUE(CreateProductPrinter(TEXT("P"), kPort, DMPAPER_LETTER, kDriver));
+    ReadUserPrinterSettings(nullptr, TEXT("P"), kStoredOnly, settings);
+    EXPECT_EQ(settings.dev.dmPaperSize, DMPAPER_A4) << "perhaps the user has chosen it";
+  }
 }
 
 TEST_F(InstallationTest, PrintersOfServersAreConnectedTo) {
@@ -182,6 +248,25 @@ TEST_F(InstallationTest, GdiPlusIsTriedAgainAtTheUsersWish) {
   EXPECT_TRUE(EnsureGdiPlus());
 }
 
+int unprintable_pixels;
+
+// At 1000 dpi, with a margin on the left only.
+int WINAPI CapsOfMargins(HDC, int index) {
+  switch (index) {
+    case PHYSICALWIDTH:
+      return unprintable_pixels + 100;
+    case PHYSICALOFFSETX:
+      return unprintable_pixels;
+    case PHYSICALOFFSETY:
+      return 0;
+    case LOGPIXELSX:
+    case LOGPIXELSY:
+      return 1000;
+    default:
+      return 100;
+  }
+}
+
 TEST_F(InstallationTest, MarginsAreMeasuredAndPublishedOnce) {
   SetDriverFact("margins", "2540,5080,7620,10160");
   const auto is_published = [] {
@@ -205,6 +290,17 @@ TEST_F(InstallationTest, MarginsAreMeasuredAndPublishedOnce) {
   platform::ResetFaults();
   EXPECT_TRUE(StoreDeviceMargins(TEXT("P"), TEXT("Laser"), nullptr));
   EXPECT_EQ(platform::CallCount("RegSetValueExW"), 0u);
+  EXPECT_FALSE(StoreDeviceMargins(TEXT("P"), TEXT("Laser"), reinterpret_cast<DEVMODEW*>(16)));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+  // 16 bits hold 32767 thousandths of an inch.
+  for (const auto& [pixels, margin] : {std::pair(32767, 32767), std::pair(32768, 32767)}) {
+    unprintable_pixels = pixels;
+    platform::Replace("GetDeviceCaps", &CapsOfMargins);
+    EXPECT_TRUE(StoreDeviceMargins(TEXT("P"), TEXT("Laser"), nullptr));
+    platform::ResetFaults();
+    ReadUserPrinterSettings(nullptr, TEXT("P"), kStoredOnly, stored);
+    EXPECT_EQ(stored.settings.leftMargin, margin);
+  }
 }
 
 TEST_F(InstallationTest, SettingsOfDestinations) {
@@ -243,8 +339,17 @@ TEST_F(InstallationTest, SettingsOfDestinations) {
   EXPECT_TRUE(key.SetDevMode(&stored.mode));
   EXPECT_EQ(memcmp(key.GetDevMode(&size).get(), &stored, sizeof stored.mode + 3), 0);
   EXPECT_EQ(size, sizeof stored.mode + 3);
-  EXPECT_TRUE(key.SetDevMode(nullptr));
-  EXPECT_EQ(key.GetDevMode(&size), nullptr);
+  EXPECT_FALSE(key.SetDevMode(reinterpret_cast<DEVMODEW*>(16)));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+  EXPECT_TRUE(key.SetDevMode(OddCopy(stored.mode).get()));
+  EXPECT_EQ(memcmp(key.GetDevMode(&size).get(), &stored, sizeof stored.mode + 3), 0);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_TRUE(key.SetDevMode(nullptr));
+    EXPECT_EQ(key.GetDevMode(&size), nullptr);
+  }
+  EXPECT_FALSE(CDestPrinterKey(TEXT(""), nullptr, KeyMode::kWrite).SetDevMode(nullptr)) << "closed";
+  const WideString too_long(260, TEXT('d'));
+  EXPECT_FALSE(CDestPrinterKey(TEXT("P"), too_long.c_str(), KeyMode::kWrite).IsOpen());
   EXPECT_TRUE(CDestPrinterKey(TEXT("P"), nullptr, KeyMode::kRead).IsOpen());
 }
 

@@ -1,9 +1,12 @@
 // The printer device: its page, its settings and its bins.
 #include "runtime/printing/printer_device.h"
 
+#include <climits>
 #include <cstring>
 
 #include "tests/printing/printer_test.h"
+#include "tests/printing/raw_mode.h"
+#include "tests/support/failing_new.h"
 
 namespace kv::test {
 namespace {
@@ -34,6 +37,8 @@ class PrinterDeviceTest : public PrinterTest {
       mode.dmPaperSize = DMPAPER_A4;
     }
   };
+  // The address of nothing, with a device mode's alignment.
+  static const DEVMODEW* Unreadable() { return reinterpret_cast<const DEVMODEW*>(16); }
   static void ExpectRect(const RECT& r, LONG left, LONG top, LONG right, LONG bottom) {
     EXPECT_EQ(r.left, left);
     EXPECT_EQ(r.top, top);
@@ -125,6 +130,7 @@ TEST_F(PrinterDeviceTest, SettersStoreAndApply) {
   EXPECT_EQ(laser->physicalSize().cy, 3508) << "read with the context only";
   EXPECT_TRUE(laser->SetPaperSize(300, Apply::kYes));
   DEVMODEW named = {};
+  named.dmSize = sizeof named;
   named.dmFields = DM_PAPERWIDTH | DM_PAPERLENGTH | DM_ORIENTATION;
   named.dmPaperWidth = 1000;
   named.dmPaperLength = 2000;
@@ -137,7 +143,14 @@ TEST_F(PrinterDeviceTest, SettersStoreAndApply) {
   laser->ApplyPaperFrom(nullptr);
   named.dmFields |= DM_PAPERSIZE;
   named.dmPaperSize = 1;
+  named.dmSize = 188;
   laser->ApplyPaperFrom(&named);
+  laser->ApplyPaperFrom(Unreadable());
+  EXPECT_EQ(mode.dmPaperSize, 300) << "of one that is not valid";
+  named.dmSize = sizeof named;
+  laser->ApplyPaperFrom(laser->devMode());
+  EXPECT_EQ(resets(), 2u) << "its own";
+  laser->ApplyPaperFrom(OddCopy(named).get());
   EXPECT_EQ(mode.dmPaperSize, 1);
   EXPECT_EQ(mode.dmPaperWidth, 1000) << "set again behind the paper's id";
   EXPECT_TRUE(laser->SetPaperSize(300, Apply::kYes));
@@ -145,6 +158,7 @@ TEST_F(PrinterDeviceTest, SettersStoreAndApply) {
   EXPECT_EQ(mode.dmFields & (DM_PAPERWIDTH | DM_PAPERLENGTH | DM_FORMNAME), 0u);
 
   EXPECT_FALSE(laser->SetCopies(51));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
   EXPECT_EQ(laser->GetCopies(), 1);
   EXPECT_TRUE(laser->SetCopies(50));
   EXPECT_EQ(laser->GetCopies(), 50);
@@ -223,36 +237,127 @@ TEST_F(PrinterDeviceTest, DriversThatAnswerNonsense) {
   platform::Replace("DocumentPropertiesW", &LyingDocumentProperties);
   EXPECT_EQ(CPrinterDevice(TEXT("Laser"), 0, nullptr, nullptr).devMode(), nullptr)
       << "longer than it asked room for";
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_DATA});
   platform::ResetFaults();
   platform::Replace("GetDeviceCaps",
                     static_cast<int(WINAPI*)(HDC, int)>([](HDC, int) CALLBACK { return 0; }));
   const auto laser = Laser();
-  SIZE micrometres;
+  SIZE micrometres = {7, 7};
   laser->GetPaper(nullptr, nullptr, &micrometres);
-  EXPECT_EQ(micrometres.cx, -1) << "no resolution";
+  EXPECT_EQ(micrometres.cx, 0) << "no resolution";
+  EXPECT_EQ(micrometres.cy, 0);
   ExpectRect(laser->GetCenteredPrintableRect(), 0, 0, 0, 0);
   platform::ResetFaults();
   platform::FailCall("DeviceCapabilitiesW", 1, 0, 100);
   const auto mute = Laser();
   EXPECT_FALSE(mute->SupportsCollate());
+  EXPECT_EQ(mute->trueTypeCapabilities(), 0);
   EXPECT_FALSE(mute->SupportsDuplex());
   EXPECT_EQ(mute->GetMaxCopies(), 1);
 }
 
+TEST_F(PrinterDeviceTest, NumbersAtTheEdge) {
+  platform::Replace("GetDeviceCaps",
+                    static_cast<int(WINAPI*)(HDC, int)>([](HDC, int index) CALLBACK {
+                      return index == LOGPIXELSX || index == LOGPIXELSY ? 1
+                             : index == PHYSICALOFFSETX                 ? INT_MIN
+                                                                        : INT_MAX;
+                    }));
+  const auto laser = Laser();
+  SIZE micrometres;
+  laser->GetPaper(nullptr, nullptr, &micrometres);
+  EXPECT_EQ(micrometres.cx, 0) << "more than 31 bits";
+  ExpectRect(laser->GetPaperRect(), INT_MAX, -INT_MAX, INT_MAX, 0);
+  ExpectRect(laser->GetCenteredPrintableRect(), INT_MAX, 0, INT_MAX, -INT_MAX);
+  laser->SetMarginAdjust(INT_MIN, -1);
+  ExpectRect(laser->GetPrintableRect(), 0, 0, INT_MAX, INT_MAX);
+  platform::Replace("DeviceCapabilitiesW", static_cast<decltype(&DeviceCapabilitiesW)>(
+                                               [](LPCWSTR, LPCWSTR, WORD, LPWSTR, const DEVMODEW*)
+                                                   CALLBACK -> int { return 0x20000000; }));
+  EXPECT_EQ(laser->GetBinCount(), 0u) << "more bins than ids";
+}
+
 TEST_F(PrinterDeviceTest, WhatTheUserConfirmsBecomesTheDeviceMode) {
   const auto laser = Laser();
+  const DEVMODEW* const settings = laser->devMode();
   RawA4 other;
   other.mode.dmFields = DM_COPIES;
   other.mode.dmCopies = 7;
   platform::AnswerNextBox(IDCANCEL);
   EXPECT_EQ(laser->ShowProperties(nullptr, &other.mode), nullptr);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_CANCELLED});
   EXPECT_EQ(laser->GetCopies(), 1);
   platform::AnswerNextBox(IDOK);
-  EXPECT_EQ(laser->ShowProperties(nullptr, &other.mode), laser->devMode());
+  EXPECT_EQ(laser->ShowProperties(nullptr, &other.mode), settings);
+  EXPECT_EQ(laser->devMode(), settings) << "where callers know it";
   EXPECT_EQ(laser->GetCopies(), 7);
   platform::AnswerNextBox(IDOK);
   EXPECT_NE(laser->ShowProperties(nullptr, nullptr), nullptr);
   EXPECT_EQ(laser->GetCopies(), 7) << "its own";
+}
+
+// A driver with so many bytes of its own, and in the dialog one more than it asks room for when it
+// lies.
+WORD driver_extra;
+bool driver_lies;
+
+LONG WINAPI DocumentPropertiesOfGrowing(HWND, HANDLE, LPWSTR, PDEVMODEW out, PDEVMODEW in,
+                                        DWORD mode) {
+  const LONG size = static_cast<LONG>(sizeof(DEVMODEW)) + driver_extra;
+  if (mode == 0) return size;
+  std::memset(static_cast<void*>(out), 0x11, static_cast<size_t>(size));
+  out->dmSize = sizeof(DEVMODEW);
+  out->dmDriverExtra = static_cast<WORD>(driver_extra + (driver_lies ? 1 : 0));
+  out->dmCopies = in == nullptr ? short{1} : in->dmCopies;
+  return IDOK;
+}
+
+TEST_F(PrinterDeviceTest, TheDriverMayHaveMoreSettingsThanBefore) {
+  platform::Replace("DocumentPropertiesW", &DocumentPropertiesOfGrowing);
+  driver_extra = 10;
+  driver_lies = false;
+  CPrinterDevice laser(TEXT("Laser"), 0, nullptr, nullptr);
+  driver_extra = 10'000;
+  RawA4 other;
+  other.mode.dmCopies = 7;
+  ASSERT_NE(laser.ShowProperties(nullptr, OddCopy(other.mode).get()), nullptr);
+  EXPECT_EQ(laser.devMode()->dmDriverExtra, 10'000);
+  EXPECT_EQ(laser.devMode()->dmCopies, 7);
+  EXPECT_EQ(reinterpret_cast<const BYTE*>(laser.devMode())[sizeof(DEVMODEW) + 9'999], 0x11);
+  const DEVMODEW* const settings = laser.devMode();
+  const auto expect_kept = [&](DWORD error) {
+    EXPECT_EQ(GetLastError(), error);
+    EXPECT_EQ(laser.devMode(), settings);
+    EXPECT_EQ(settings->dmCopies, 7);
+  };
+  driver_lies = true;
+  EXPECT_EQ(laser.ShowProperties(nullptr, nullptr), nullptr);
+  expect_kept(ERROR_INVALID_DATA);
+  driver_lies = false;
+  EXPECT_EQ(laser.ShowProperties(nullptr, Unreadable()), nullptr);
+  expect_kept(ERROR_INVALID_PARAMETER);
+  other.mode.dmCopies = 8;
+  const uint64_t calls = platform::CallCount("DocumentPropertiesW");
+  platform::AnswerNextBox(IDOK);
+  FailAllocation(2);
+  EXPECT_EQ(laser.ShowProperties(nullptr, &other.mode), nullptr);
+  FailAllocation(0);
+  expect_kept(ERROR_NOT_ENOUGH_MEMORY);
+  EXPECT_EQ(platform::CallCount("DocumentPropertiesW"), calls + 1) << "no dialog";
+  EXPECT_NE(LastBox().find(TEXT("DuplicateDevmodePtr could not allocate DEVMODE")),
+            WideString::npos);
+}
+
+TEST_F(PrinterDeviceTest, SettingsThatCannotBeTakenOverAreNotReplacedByOthers) {
+  const CPrinterDevice unreadable(TEXT("Laser"), 0, Unreadable(), nullptr);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+  EXPECT_NE(unreadable.printer(), nullptr);
+  EXPECT_EQ(unreadable.devMode(), nullptr);
+  EXPECT_EQ(unreadable.dc(), nullptr);
+  RawA4 a4;
+  const CPrinterDevice odd(TEXT("Laser"), 0, OddCopy(a4.mode).get(), nullptr);
+  ASSERT_NE(odd.devMode(), nullptr);
+  EXPECT_EQ(odd.devMode()->dmPaperSize, DMPAPER_A4);
 }
 
 TEST_F(PrinterDeviceTest, WithoutRightsItOpensWithDefaultOnes) {

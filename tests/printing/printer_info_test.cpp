@@ -10,7 +10,10 @@
 #include "runtime/printing/printer_details.h"
 #include "runtime/printing/printer_devmodes.h"
 #include "runtime/registry/user_hives.h"
+#include "runtime/text/text.h"
+#include "tests/printing/growing_calls.h"
 #include "tests/printing/printer_test.h"
+#include "tests/support/failing_new.h"
 #include "tests/support/test_key.h"
 
 namespace kv::test {
@@ -77,6 +80,7 @@ TEST_F(PrinterInfoTest, BlocksGrowFiveTimes) {
   growing_succeeds_at = 7;
   EXPECT_EQ(GetPrinterInfo2(printer.Get(), Quiet::kNo), nullptr) << "and no box";
   EXPECT_EQ(growing_calls, 6u);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
 }
 
 TEST_F(PrinterInfoTest, FailuresAreReportedByTheFunctionOrTheLevel) {
@@ -108,11 +112,25 @@ TEST_F(PrinterInfoTest, FailuresAreReportedByTheFunctionOrTheLevel) {
     const size_t boxes = platform::ShownBoxes().size();
     fetch(Quiet::kYes);
     EXPECT_EQ(platform::ShownBoxes().size(), boxes);
+    const DWORD error = c.call == 0 ? ERROR_INVALID_LEVEL : ERROR_ACCESS_DENIED;
+    EXPECT_EQ(GetLastError(), error);
     platform::AnswerNextBox(IDOK);
     fetch(Quiet::kNo);
     EXPECT_TRUE(WideView(LastBox()).starts_with(c.text)) << c.call;
+    EXPECT_EQ(GetLastError(), error) << "behind the box, too";
   }
   EXPECT_EQ(GetPrinterInfo2(nullptr, Quiet::kNo), nullptr);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
+  platform::ResetFaults();
+  platform::AnswerNextBox(IDOK);
+  FailAllocation(1);
+  EXPECT_EQ(GetPrinterInfo2(printer.Get(), Quiet::kNo), nullptr);
+  FailAllocation(0);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
+  // The environment's name may lie in the block that is replaced.
+  ASSERT_TRUE(GetPrinterDriverInfo(printer.Get(), nullptr, 3, &driver, Quiet::kNo));
+  const LPCWSTR own = reinterpret_cast<DRIVER_INFO_3W*>(driver.get())->pEnvironment;
+  EXPECT_TRUE(GetPrinterDriverInfo(printer.Get(), own, 3, &driver, Quiet::kNo));
 }
 
 TEST_F(PrinterInfoTest, NarrowStructuresTakeAnotherName) {
@@ -180,6 +198,10 @@ TEST_F(PrinterInfoTest, DeviceModesAreWrittenOnceAndTheDefaultPrinterStays) {
   }
   EXPECT_EQ(SetPrinterUserDevMode(printer.Get(), nullptr, Quiet::kNo), kWritten);
   EXPECT_EQ(UserMode(printer.Get()), nullptr);
+  EXPECT_EQ(SetPrinterUserDevMode(printer.Get(), reinterpret_cast<DEVMODEW*>(16), Quiet::kNo),
+            kWriteFailed)
+      << "and no box";
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
 
   platform::ResetFaults();
   platform::FailCall("SetPrinterW", 1, ERROR_ACCESS_DENIED);
@@ -198,6 +220,7 @@ TEST_F(PrinterInfoTest, OldSystemsHaveOneDeviceMode) {
   EXPECT_TRUE(GetPrinterDevMode(printer.Get(), &mode, Quiet::kNo));
   EXPECT_FALSE(GetPrinterGlobalDevMode(printer.Get(), &mode, Quiet::kNo));
   EXPECT_FALSE(GetPrinterUserDevMode(printer.Get(), &mode, Quiet::kNo));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_LEVEL});
   EXPECT_EQ(mode, nullptr);
   WCHAR guid[MAX_PATH];
   platform::ResetFaults();
@@ -215,6 +238,21 @@ TEST_F(PrinterInfoTest, DetailsOfAPrinter) {
   EXPECT_EQ(WideView(title), TEXT("unidrv"));
   EXPECT_FALSE(GetPrinterPortName(TEXT("None"), port));
   EXPECT_EQ(port[0], 0);
+  for (const LPCWSTR none : {LPCWSTR{nullptr}, LPCWSTR{TEXT("")}}) {
+    port[0] = TEXT('d');
+    EXPECT_FALSE(GetPrinterPortName(none, port)) << "and no box";
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PRINTER_NAME});
+    EXPECT_EQ(port[0], 0);
+  }
+  WideString(TEXT("Laser")).copy(port, MAX_PATH);
+  port[5] = 0;
+  EXPECT_TRUE(GetPrinterPortName(port, port)) << "the name lies in the output";
+  EXPECT_EQ(WideView(port), TEXT("LPT1:"));
+  platform::AnswerNextBox(IDOK);
+  platform::FailCall("GetPrinterW", 1, ERROR_ACCESS_DENIED);
+  EXPECT_FALSE(GetPrinterDetails(TEXT("Laser"), driver, port, nullptr, title));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED}) << "though the other question succeeded";
+  EXPECT_NE(title[0], 0);
   platform::FailCall("GetPrinterDriverW", 1);
   EXPECT_FALSE(GetPrinterDetails(TEXT("Laser"), driver, port, nullptr, title)) << "without a box";
   EXPECT_NE(port[0], 0) << "one failure does not take the rest away";
@@ -263,11 +301,26 @@ TEST_F(PrinterInfoTest, WhatTheMachineRemembersOfOtherServersComesFirst) {
           TEXT("GuidPrinter"), TEXT("{GUID}"));
   SetText(Key::Create(HKEY_LOCAL_MACHINE, servers + TEXT("{GUID}\\DsSpooler")),
           TEXT("printShareName"), TEXT("by guid"));
-  EXPECT_TRUE(GetPrinterShareName(kRemote, share, MAX_PATH));
+  CopyStringW(share, kRemote);
+  EXPECT_TRUE(GetPrinterShareName(share, share, MAX_PATH)) << "the name lies in the output";
   EXPECT_EQ(WideView(share), TEXT("by guid"));
   CPrintServersKey key(KeyMode::kRead);
-  for (const LPCWSTR name : {TEXT("Laser"), TEXT("\\\\ALPHA"), TEXT("\\\\ALPHA\\")}) {
+  CopyStringW(share, kRemote);
+  EXPECT_TRUE(key.GetRemotePrinterShareName(share, share, MAX_PATH));
+  EXPECT_EQ(WideView(share), TEXT("by guid"));
+  CopyStringW(share, kRemote);
+  EXPECT_TRUE(CPrintServersKey::MakePrinterPath(share, share));
+  EXPECT_EQ(WideView(share), TEXT("ALPHA\\Printers\\{GUID}"));
+  const WideString longest =
+      TEXT("\\\\") + WideString(130, TEXT('s')) + TEXT("\\") + WideString(129, TEXT('p'));
+  for (const LPCWSTR name : {LPCWSTR{TEXT("Laser")}, LPCWSTR{TEXT("\\\\ALPHA")},
+                             LPCWSTR{TEXT("\\\\ALPHA\\")}, longest.c_str()}) {
+    share[0] = TEXT('d');
     EXPECT_FALSE(key.GetRemotePrinterShareName(name, share, MAX_PATH));
+    EXPECT_EQ(share[0], 0);
+    share[0] = TEXT('d');
+    EXPECT_FALSE(CPrintServersKey::MakePrinterPath(name, share));
+    EXPECT_EQ(share[0], 0);
   }
   EXPECT_FALSE(key.GetRemotePrinterShareName(kRemote, share, 3)) << "does not fit";
 }
@@ -295,9 +348,23 @@ TEST_F(PrinterInfoTest, SharedPrintersAreFoundThroughSpoolerAndNetwork) {
   EXPECT_TRUE(FindSharedPrinterName(TEXT("ALPHA"), TEXT("scan"), printer, MAX_PATH));
   EXPECT_FALSE(FindSharedPrinterName(TEXT("ALPHA"), TEXT("other"), printer, MAX_PATH));
   EXPECT_EQ(printer[0], 0);
+  LetGrow<&EnumPrintersW>("EnumPrintersW", 2);
+  CopyStringW(printer, TEXT("ALPHA"));
+  EXPECT_TRUE(FindSharedPrinterName(printer, TEXT("ink"), printer, MAX_PATH));
+  EXPECT_EQ(WideView(printer), TEXT("\\\\ALPHA\\Ink"));
   platform::ResetFaults();
   EXPECT_FALSE(FindSharedPrinterName(TEXT("BETA"), TEXT("scan"), printer, MAX_PATH));
   EXPECT_EQ(platform::CallCount("WNetOpenEnumW"), 0u) << "its spooler said nothing";
+  platform::ResetFaults();
+  const WideString too_long(258, TEXT('s'));
+  for (const auto& [server, share] : {std::pair<LPCWSTR, LPCWSTR>(TEXT(""), TEXT("ink")),
+                                      {TEXT("ALPHA"), TEXT("")},
+                                      {nullptr, nullptr},
+                                      {too_long.c_str(), TEXT("ink")}}) {
+    EXPECT_FALSE(FindSharedPrinterName(server, share, printer, MAX_PATH));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+  }
+  EXPECT_EQ(platform::CallCount("EnumPrintersW"), 0u);
 }
 
 LPARAM told;
@@ -331,6 +398,13 @@ TEST_F(PrinterInfoTest, TheDefaultPrinterIsSetAndAnnounced) {
   EXPECT_EQ(WideView(name), TEXT("Laser"));
   EXPECT_NE(SetDefaultPrinterName(TEXT("Any,thing,you:")), 0);
   EXPECT_EQ(Device(), TEXT("Any,thing,you:"));
+  const WideString too_long = TEXT(",") + WideString(779, TEXT('x'));
+  for (const LPCWSTR none : {LPCWSTR{TEXT("None")}, LPCWSTR{TEXT("")}, too_long.c_str()}) {
+    EXPECT_EQ(SetDefaultPrinterName(none), 0);
+    EXPECT_EQ(GetLastError(), none[0] == TEXT(',') ? DWORD{ERROR_INVALID_PARAMETER}
+                                                   : DWORD{ERROR_INVALID_PRINTER_NAME});
+    EXPECT_EQ(Device(), TEXT("Any,thing,you:")) << "not lost";
+  }
   startupContext.platform.win9xKind = 2;
   SetDefaultPrinterName(TEXT("Laser"));
   EXPECT_EQ(Device(), TEXT("Laser,unidrv,LPT1:"));
@@ -342,6 +416,13 @@ TEST_F(PrinterInfoTest, TheDefaultPrinterIsSetAndAnnounced) {
     SetDevice(TEXT("LASER,UNIDRV,lpt1:"));
   }
   EXPECT_EQ(times_told, 3u) << "letter case is no change";
+  const WideString ports = TEXT("Laser,winspool,") + WideString(300, TEXT('p'));
+  SetDevice(ports.c_str());
+  {
+    const CDefaultPrinterGuard guard;
+    SetDevice(TEXT("Meddled,winspool,X:"));
+  }
+  EXPECT_EQ(Device(), TEXT("Laser,WINSPOOL,LPT1:")) << "no half list of ports";
   EXPECT_TRUE(DestroyWindow(window));
   EXPECT_TRUE(UnregisterClassW(TEXT("Listener"), window_class.hInstance));
 }
@@ -357,9 +438,23 @@ TEST_F(PrinterInfoTest, TheDefaultPrinterOfAllUsers) {
   {
     UserHives hives(UserHives::kLoadAndUnload);
     SetText(section(bob, TEXT("Devices")), TEXT("Laser"), TEXT("winspool,Ne01:"));
+    SetText(section(bob, TEXT("Devices")), TEXT(""), TEXT("no device"));
     section(bob, TEXT("Windows"));
     section(eve, TEXT("Devices"));
     SetText(section(eve, TEXT("Windows")), TEXT("Device"), TEXT("Old,winspool,COM1:"));
+  }
+  const auto set_for_bob = [&](const WideString& name) {
+    UserHives hives(UserHives::kLoadAndUnload);
+    hives.FirstSubKey();
+    const Key root = Key::Open(HKEY_USERS, bob, KEY_ALL_ACCESS);
+    SetText(section(bob, TEXT("Windows")), TEXT("Device"), TEXT("Old,winspool,COM1:"));
+    SetDefaultPrinterForUser(root, name.empty() ? nullptr : name.c_str());
+    return Text(section(bob, TEXT("Windows")), TEXT("Device"));
+  };
+  EXPECT_EQ(set_for_bob(TEXT("Laser,and more")), TEXT("Laser,winspool,Ne01:"));
+  for (const WideString& none :
+       {WideString(), WideString(TEXT(",x")), TEXT("Laser,") + WideString(800, TEXT('x'))}) {
+    EXPECT_EQ(set_for_bob(none), TEXT("Old,winspool,COM1:"));
   }
   SetDefaultPrinterForAllUsers(TEXT("Laser"));
   EXPECT_EQ(Device(), TEXT("Laser,WINSPOOL,LPT1:"));

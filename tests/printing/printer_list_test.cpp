@@ -6,6 +6,7 @@
 #include "runtime/printing/printer_installation.h"
 #include "runtime/printing/printer_keys.h"
 #include "runtime/printing/product_printer_lists.h"
+#include "tests/printing/growing_calls.h"
 #include "tests/printing/printer_test.h"
 #include "tests/support/failing_new.h"
 #include "tests/support/test_key.h"
@@ -110,9 +111,39 @@ TEST_F(PrinterListTest, ListsThatCannotBeLoadedAreEmpty) {
   CPrinterList nameless(PRINTER_ENUM_NAME, TEXT("\\\\ALPHA"));
   FailAllocation(0);
   EXPECT_EQ(nameless.Count(), 0) << "not the printers of this machine";
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
   platform::Replace("EnumPrintersW", &EnumVanishingPrinters);
   EXPECT_FALSE(CPrinterList().LoadPrinters());
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_MORE_ITEMS});
   EXPECT_EQ(CProductPrinterList().Count() + CSiblingPrinterList().Count(), 0);
+  platform::ResetFaults();
+  platform::FailCall("EnumPrintersW", 2, ERROR_ACCESS_DENIED);
+  EXPECT_FALSE(CPrinterList().LoadPrinters());
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+}
+
+// One question for the room and five attempts, of which the first true one tells the room.
+constexpr std::pair<int, bool> kGrowing[] = {{1, true}, {4, true}, {5, false}};
+
+TEST_F(PrinterListTest, WhatIsAddedMeanwhileIsAskedForAgain) {
+  for (const auto& [times, loads] : kGrowing) {
+    LetGrow<&EnumPrintersW>("EnumPrintersW", times);
+    CPrinterList list;
+    EXPECT_EQ(list.LoadPrinters() != FALSE, loads) << times;
+    EXPECT_TRUE(loads || GetLastError() == ERROR_INSUFFICIENT_BUFFER);
+    EXPECT_EQ(platform::CallCount("EnumPrintersW"), static_cast<uint64_t>(std::min(times + 2, 6)));
+    growing_times = 0;
+    EXPECT_EQ(list.Count(), 1) << "and can be loaded later";
+    LetGrow<&EnumPrinterDriversW>("EnumPrinterDriversW", times);
+    const CPrinterDriverList drivers(startupContext.printEnvironment);
+    EXPECT_EQ(drivers.Count() != 0, loads) << times;
+    growing_times = 0;
+  }
+  UseXp();
+  LetGrow<&EnumPrintersW>("EnumPrintersW", 1);
+  CPrinterList list;
+  EXPECT_EQ(list.Count(), 2);
+  EXPECT_FALSE(AskedForTitles()) << "the registry's list, not the spooler's in its place";
 }
 
 TEST_F(PrinterListTest, BeforeVistaTheRegistryIsFaster) {
@@ -190,13 +221,24 @@ TEST_F(PrinterListTest, WalksEndWhenTheyAreToldTo) {
   walker.seen.clear();
   EXPECT_FALSE(walker.ForEach());
   EXPECT_EQ(walker.seen, TEXT("Aafolvane"));
+  class Clearer : public CPrinterList {
+   public:
+    BOOL OnPrinter(int, LPCWSTR, LPCWSTR, LPCWSTR) override {
+      ++calls;
+      Clear();
+      return TRUE;
+    }
+    int calls = 0;
+  } clearer;
+  EXPECT_TRUE(clearer.ForEach());
+  EXPECT_EQ(clearer.calls, 1);
 }
 
 TEST_F(PrinterListTest, TheProductsPrinters) {
   AddProductPrinters();
   AddPrinterWithDriver(TEXT("Stand"), TEXT("Folvane 8"), TEXT("kvgraph8.dll"));
-  CPrinterSettingsKey(TEXT("Stand"), KeyMode::kWrite, HKEY_LOCAL_MACHINE)
-      .SetSz(TEXT("ServerPrinter"), TEXT("\\\\GAMMA\\Ink"));
+  CPrinterSettingsKey stand(TEXT("Stand"), KeyMode::kWrite, HKEY_LOCAL_MACHINE);
+  stand.SetSz(TEXT("ServerPrinter"), TEXT("\\\\GAMMA\\Ink"));
   CProductPrinterList list;
   EXPECT_EQ(Describe(list), TEXT("folvane|FOLVANE 8|kvgraph8|LPT1:|-|-|1\n")
                                 TEXT("Bb|Other|KVGRAPH8|\\\\S\\shared|S|-|1\n")
@@ -207,8 +249,22 @@ TEST_F(PrinterListTest, TheProductsPrinters) {
   list.HideDriverFile(TEXT("kvgraph8"));
   list.ShowDriverFile(TEXT("kvgraph8"));
   EXPECT_EQ(list.GetAt(3)->state, DWORD{kPrinterShown});
-  CProductPrinterList servers(CProductPrinterList::Selection::kOfServers);
-  EXPECT_EQ(Names(servers), TEXT("Bb Stand "));
+  struct Case {
+    LPCWSTR printer, described;
+  };
+  constexpr WCHAR kBb[] = TEXT("Bb|Other|KVGRAPH8|\\\\S\\shared|S|-|1\n");
+  for (const Case& c :
+       {Case{TEXT("\\\\GAMMA\\Ink"), TEXT("GAMMA")}, Case{TEXT("GAMMA"), TEXT("GAMMA")},
+        Case{TEXT("GAMMA\\Ink"), TEXT("GAMMA")}, Case{TEXT("\\"), nullptr}}) {
+    stand.SetSz(TEXT("ServerPrinter"), c.printer);
+    CProductPrinterList servers(CProductPrinterList::Selection::kOfServers);
+    WideString expected = kBb;
+    if (c.described != nullptr) {
+      expected +=
+          TEXT("Stand|Folvane 8|kvgraph8|LPT1:|") + WideString(c.described) + TEXT("|-|2\n");
+    }
+    EXPECT_EQ(Describe(servers), expected);
+  }
   CSiblingPrinterList siblings;
   EXPECT_EQ(Names(siblings), TEXT("Old "));
   siblings.Clear();

@@ -73,7 +73,9 @@ TEST_F(PrinterSettingsTest, StoredValuesOfOtherTypesAndSizesAreLeftOut) {
   RegSetValueExW(key, TEXT("Orientation"), 0, REG_QWORD, eight, 8);
   RegSetValueExW(key, TEXT("JpegQuality"), 0, REG_BINARY, eight, 2);
   SetText(key, TEXT("MarginTop"), TEXT("250"));
-  SetText(key, TEXT("PaperName"), WideString(32, TEXT('n')));
+  const WideString endless(32, TEXT('n'));
+  RegSetValueExW(key, TEXT("PaperName"), 0, REG_SZ, reinterpret_cast<const BYTE*>(endless.data()),
+                 32 * sizeof(WCHAR));
   SetText(key, TEXT("DefaultFont"), WideString(260, TEXT('f')));
   SetNumber(key, TEXT("MarginLeft"), 0x12345);
   ProductDevMode read;
@@ -81,7 +83,7 @@ TEST_F(PrinterSettingsTest, StoredValuesOfOtherTypesAndSizesAreLeftOut) {
   EXPECT_EQ(read.dev.dmOrientation, 1);
   EXPECT_EQ(read.settings.jpegQuality, 0x0201);
   EXPECT_EQ(read.settings.topMargin, 250);
-  EXPECT_EQ(WideView(read.dev.dmFormName), TEXT("Letter")) << "33 characters with the terminator";
+  EXPECT_EQ(WideView(read.dev.dmFormName), TEXT("Letter")) << "33 characters with a terminator";
   EXPECT_STREQ(read.settings.defaultFont, "Courier New");
   EXPECT_EQ(read.settings.leftMargin, 0x2345);
 }
@@ -130,7 +132,7 @@ TEST_F(PrinterSettingsTest, LaterLayersWin) {
 
   struct Watch : SettingsObserver {
     std::vector<std::pair<SettingsLayer, short>> seen;
-    void AfterLayer(SettingsLayer layer, const DEVMODEW&, const ProductDevMode& result) override {
+    void AfterLayer(SettingsLayer layer, const DEVMODEW*, const ProductDevMode& result) override {
       seen.emplace_back(layer, result.dev.dmYResolution);
     }
   } watch;
@@ -147,11 +149,28 @@ TEST_F(PrinterSettingsTest, LaterLayersWin) {
   SetNumber(Key::Create(HKEY_CURRENT_USER, kOwnKey), TEXT("Resolution"), 105);
   GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), caller.get(), result);
   EXPECT_EQ(result.dev.dmYResolution, 105) << "the own key beats the caller";
+  // Arguments that lie in the result.
+  ProductDevMode own = result;
+  own.dev.dmCopies = 42;
+  own.dev.dmFields = DM_COPIES;
+  GetEffectiveDevMode(printer.Get(), nullptr, own.dev.dmDeviceName, &own.dev, own);
+  EXPECT_EQ(own.dev.dmCopies, 42);
+  EXPECT_EQ(own.dev.dmYResolution, 105);
+  own = result;
+  ReadUserPrinterSettings(nullptr, own.dev.dmDeviceName, 0, own);
+  EXPECT_EQ(WideView(own.dev.dmDeviceName), TEXT("Laser"));
+  EXPECT_EQ(own.dev.dmYResolution, 105);
+  EXPECT_EQ(own.settings.leftMargin, 103);
 
   startupContext.platform.ntKind = kNt4;
   watch.seen.clear();
   GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), nullptr, result, &watch);
   ASSERT_EQ(watch.seen.size(), 4u);
+  watch.seen.clear();
+  RawMode invalid(0);
+  invalid.dev().dmSize = 188;
+  GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), invalid.get(), result, &watch);
+  ASSERT_EQ(watch.seen.size(), 4u) << "what is not valid is no layer";
   EXPECT_EQ(watch.seen[1].first, SettingsLayer::kPrinter);
   startupContext.platform.ntKind = 0;
   startupContext.platform.win9xKind = 1;
@@ -205,11 +224,34 @@ TEST_F(PrinterSettingsTest, CopiesAreStoredWhereTheirKeysAre) {
   EXPECT_EQ(StoreDevModeA(TEXT("Laser"), &narrow, ForPrinter::kNo, ForUser::kYes), kWritten);
   EXPECT_EQ(StoreDevModeA(TEXT("Laser"), &narrow, ForPrinter::kNo, ForUser::kYes), kUnchanged);
   mode.dev().dmCopies = 4;
+  const OddCopy<DEVMODEW> odd(mode.dev());
+  EXPECT_EQ(StoreDevMode(TEXT("Laser"), odd.get(), ForPrinter::kNo, ForUser::kYes), kWritten);
+  EXPECT_EQ(StoreDevMode(TEXT("Laser"), mode.get(), ForPrinter::kNo, ForUser::kYes), kUnchanged);
+}
+
+// Names that would lead to keys and values of no printer, and device modes that are none.
+TEST_F(PrinterSettingsTest, CopiesThatCannotBeStored) {
+  RawMode mode(5);
+  platform::ResetFaults();
+  const auto expect_refusal = [&](LPCWSTR printer, DWORD error) {
+    SetLastError(0);
+    EXPECT_EQ(StoreDevMode(printer, mode.get(), ForPrinter::kYes, ForUser::kYes), kWriteFailed);
+    EXPECT_EQ(GetLastError(), error);
+    EXPECT_EQ(platform::CallCount("RegCreateKeyExW"), 0u);
+    EXPECT_EQ(platform::CallCount("RegSetValueExW"), 0u);
+  };
+  const WideString long_name(260, TEXT('n'));
+  for (const LPCWSTR name : {LPCWSTR{nullptr}, LPCWSTR{TEXT("")}, LPCWSTR{TEXT("\\\\")},
+                             LPCWSTR{TEXT("\\\\ALPHA")}, LPCWSTR{TEXT("\\\\ALPHA\\")},
+                             LPCWSTR{TEXT("\\\\\\Ink")}, LPCWSTR{TEXT("\\\\ALPHA\\Ink\\DsSpooler")},
+                             LPCWSTR{TEXT("Laser\\DsSpooler")}, long_name.c_str()}) {
+    expect_refusal(name, ERROR_INVALID_PRINTER_NAME);
+  }
   mode.dev().dmSize = 188;
-  EXPECT_EQ(store(TEXT("Laser")), kWriteFailed) << "not valid";
+  expect_refusal(TEXT("Laser"), ERROR_INVALID_PARAMETER);
   mode.dev().dmSize = 220;
   startupContext.platform.win9xKind = 1;
-  EXPECT_EQ(store(TEXT("Laser")), kWriteFailed);
+  expect_refusal(TEXT("Laser"), ERROR_CALL_NOT_IMPLEMENTED);
 }
 
 }  // namespace

@@ -40,4 +40,17 @@ class RawMode {
   size_t extra_;
 };
 
+// A copy of a device mode, narrow or wide, at an odd address, as blocks of others may hold it.
+template <class DevMode>
+class OddCopy {
+ public:
+  explicit OddCopy(const DevMode& mode) : bytes_(sizeof mode + mode.dmDriverExtra + 1) {
+    std::memcpy(bytes_.data() + 1, &mode, bytes_.size() - 1);
+  }
+  const DevMode* get() const { return reinterpret_cast<const DevMode*>(bytes_.data() + 1); }
+
+ private:
+  std::vector<BYTE> bytes_;
+};
+
 }  // namespace kv::test

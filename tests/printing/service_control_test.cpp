@@ -5,6 +5,7 @@
 #include "platform/control/profiles.h"
 #include "platform/control/services.h"
 #include "platform/control/spooler.h"
+#include "tests/printing/growing_calls.h"
 #include "tests/support/runtime_test.h"
 
 namespace kv::test {
@@ -62,6 +63,30 @@ TEST_F(ServiceControlTest, WithoutDependentsOnlyTheServiceItself) {
   EXPECT_EQ(platform::CallCount("StartServiceW"), 1u);
 }
 
+BOOL WINAPI EnumGrowingDependents(SC_HANDLE service, DWORD state, LPENUM_SERVICE_STATUSW list,
+                                  DWORD size, LPDWORD needed, LPDWORD count) {
+  if (growing_times == 0) return EnumDependentServicesW(service, state, list, size, needed, count);
+  --growing_times;
+  *needed = 8;
+  *count = 0;
+  SetLastError(ERROR_MORE_DATA);
+  return FALSE;
+}
+
+TEST_F(ServiceControlTest, DependentsThatStartMeanwhileAreAskedForAgain) {
+  InstallDependents();
+  platform::Replace("EnumDependentServicesW", &EnumGrowingDependents);
+  growing_times = 4;
+  EXPECT_TRUE(RestartSpooler());
+  EXPECT_EQ(platform::CallCount("ControlService"), 4u);
+  growing_times = 5;
+  platform::AnswerNextBox(IDOK);
+  EXPECT_FALSE(RestartSpooler());
+  ExpectBox(TEXT("EnumDependentServices failed"));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_MORE_DATA}) << "behind the box, too";
+  EXPECT_EQ(States(), "4444");
+}
+
 TEST_F(ServiceControlTest, StoppedDependentsStayStopped) {
   InstallDependents();
   platform::SetServiceState(TEXT("Mail"), SERVICE_STOPPED);
@@ -91,6 +116,7 @@ TEST_F(ServiceControlTest, AServiceThatHangsHasThirtySeconds) {
   platform::AnswerNextBox(IDOK);
   EXPECT_FALSE(RestartSpooler());
   ExpectBox(TEXT("WaitService failed--timed out waiting for service"));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_TIMEOUT});
   EXPECT_GE(platform::UpTime() - start, 30000u);
   EXPECT_EQ(States(), "4434") << "stop pending";
 
@@ -127,7 +153,9 @@ TEST_F(ServiceControlTest, OnlyElevatedAdministratorsRestart) {
   for (const auto& [administrator, elevated] : {std::pair{0, 1}, {1, 0}}) {
     platform::SetFactNumber(facts::kUserIsAdministrator, administrator);
     platform::SetFactNumber(facts::kUserIsElevated, elevated);
+    SetLastError(0);
     EXPECT_FALSE(RestartSpooler());
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
     EXPECT_TRUE(IsSpoolerRunning()) << "everybody may ask";
   }
   EXPECT_EQ(platform::CallCount("ControlService"), 0u);
@@ -152,7 +180,15 @@ TEST_F(ServiceControlTest, Windows9xHasNoServices) {
 
 TEST_F(ServiceControlTest, ServicesAreMadeAndDeleted) {
   CServiceControl created(TEXT("Converter"), ServiceAccess::kRead);
-  EXPECT_FALSE(created.IsServiceRunning()) << "there is none";
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_SERVICE_DOES_NOT_EXIST});
+  EXPECT_FALSE(created.IsOpen());
+  for (BOOL (CServiceControl::*operation)() :
+       {&CServiceControl::IsServiceRunning, &CServiceControl::StopWithDependents,
+        &CServiceControl::StartWithDependents, &CServiceControl::DeleteNamedService}) {
+    SetLastError(0);
+    EXPECT_FALSE((created.*operation)());
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
+  }
   const ServiceSettings settings = {TEXT("Converter"),
                                     TEXT("Document converter"),
                                     TEXT("C:\\converter.exe"),

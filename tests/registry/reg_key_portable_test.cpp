@@ -252,6 +252,7 @@ TEST_F(RegKeyPortableTest, AFormattedPathHasAtMost259Characters) {
   EXPECT_TRUE(
       key.Open(HKEY_CURRENT_USER, TEXT("%s%s"), path.substr(0, 9).c_str(), path.c_str() + 9));
   EXPECT_FALSE(key.Create(HKEY_CURRENT_USER, TEXT("%sb"), path.c_str()));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_FILENAME_EXCED_RANGE});
   EXPECT_FALSE(key.IsOpen());
   EXPECT_FALSE(key.Open(HKEY_CURRENT_USER, TEXT("%s\\"), path.c_str())) << "cut, it would exist";
   // The literal forms know no such limit and no formats.
@@ -315,6 +316,89 @@ TEST_F(RegKeyPortableTest, ValuesAreCopiedMovedAndRenamedWhole) {
   EXPECT_FALSE(key_.RenameValue(TEXT("none"), TEXT("x")));
 }
 
+// Each of the key's own texts is gone once the operation has read a value or grown a buffer.
+TEST_F(RegKeyPortableTest, ArgumentsMayBeTheKeysOwnTexts) {
+  const WideString longName(300, 'n');
+  for (const WideString& pointed : {WideString(TEXT("x")), longName}) {
+    RegKey source, target, path;
+    ASSERT_TRUE(source.Create(key_.handle(), TEXT("source")));
+    ASSERT_TRUE(target.Create(key_.handle(), TEXT("target")));
+    const auto fill = [&] {
+      source.SetSz(TEXT("which"), pointed.c_str());
+      source.SetSz(pointed.c_str(), TEXT("victim"));
+      source.SetSz(TEXT("victim"), TEXT("something else"));
+    };
+    fill();
+    EXPECT_EQ(View(source.GetString(source.GetString(TEXT("which")))), TEXT("victim"));
+    EXPECT_TRUE(target.CopyValueFrom(source, source.GetString(TEXT("which"))));
+    EXPECT_EQ(View(target.GetString(pointed.c_str())), TEXT("victim"));
+    EXPECT_TRUE(target.MoveValueFrom(source, source.GetString(TEXT("which")), nullptr));
+    EXPECT_EQ(source.valueCount(), 2u);
+    EXPECT_EQ(View(source.GetString(TEXT("victim"))), TEXT("something else"));
+    fill();
+    EXPECT_TRUE(source.RenameValue(source.GetString(TEXT("which")), TEXT("y")));
+    EXPECT_EQ(View(source.GetString(TEXT("y"))), TEXT("victim"));
+    EXPECT_EQ(View(source.GetString(TEXT("victim"))), TEXT("something else"));
+    EXPECT_TRUE(source.RenameValue(TEXT("y"), source.GetString(TEXT("which"))));
+    EXPECT_EQ(View(source.GetString(pointed.c_str())), TEXT("victim"));
+    EXPECT_EQ(source.valueCount(), 3u);
+
+    source.SetDword(TEXT("number"), 5);
+    EXPECT_EQ(View(source.GetString(TEXT("none"), source.GetString(TEXT("which")))), pointed);
+    EXPECT_EQ(View(source.GetString(TEXT("number"), source.GetString(TEXT("which")))), pointed);
+    // The buffers grow, which makes them others.
+    EXPECT_TRUE(source.SetSz(source.GetString(TEXT("which")), WideString(900, 'v').c_str()));
+    EXPECT_EQ(View(source.GetString(pointed.c_str())).size(), 900u);
+    EXPECT_TRUE(source.DeleteValue(source.GetString(TEXT("which"))));
+    EXPECT_EQ(source.GetValueType(pointed.c_str(), 0), 0u);
+
+    EXPECT_TRUE(path.OpenKey(KEY_READ, key_.handle(), TEXT("source")));
+    EXPECT_TRUE(path.OpenKey(KEY_READ, path.parent(), path.path()));
+    EXPECT_EQ(View(path.path()), TEXT("source"));
+    source.Close(Disposal::kDelete);
+    target.Close(Disposal::kDelete);
+  }
+  RegKey child;
+  child.Create(key_.handle(), TEXT("old"));
+  EXPECT_TRUE(key_.SetSz(TEXT("to"), TEXT("new")));
+  EXPECT_TRUE(key_.RenameSubKey(key_.FirstSubKey(), key_.GetString(TEXT("to"))));
+  EXPECT_EQ(Content(key_), TEXT("to=8 new "));
+}
+
+TEST_F(RegKeyPortableTest, AKeyOpensOneBelowItself) {
+  RegKey child, key;
+  ASSERT_TRUE(child.Create(key_.handle(), TEXT("a\\b")));
+  ASSERT_TRUE(key.Open(key_.handle(), TEXT("a")));
+  EXPECT_TRUE(key.OpenKey(KEY_READ, key.handle(), TEXT("b")));
+  EXPECT_EQ(key.parent(), nullptr) << "which is closed";
+  key.Close(Disposal::kDelete);
+  EXPECT_EQ(Content(TEXT("a")), TEXT("b ")) << "its place is not known";
+  ASSERT_TRUE(key.Open(key_.handle(), TEXT("a")));
+  EXPECT_TRUE(key.Create(key.handle(), TEXT("c")));
+  EXPECT_EQ(Content(TEXT("a")), TEXT("b c "));
+}
+
+// Two objects on the same key are no two keys.
+TEST_F(RegKeyPortableTest, AValueMovedOntoItselfStays) {
+  RegKey again, other;
+  key_.SetSz(TEXT("v"), TEXT("abc"));
+  key_.SetSz(TEXT("w"), TEXT("def"));
+  ASSERT_TRUE(again.OpenRW(HKEY_CURRENT_USER, kRoot));
+  EXPECT_TRUE(again.MoveValueFrom(key_, TEXT("v"), nullptr));
+  EXPECT_TRUE(again.MoveValueFrom(key_, TEXT("v"), TEXT("V")));
+  EXPECT_TRUE(again.MoveValueFrom(key_, TEXT("w"), TEXT("x")));
+  EXPECT_TRUE(again.RenameValue(TEXT("x"), nullptr)) << "the unnamed value";
+  key_.Refresh();
+  EXPECT_EQ(key_.valueCount(), 2u);
+  EXPECT_EQ(View(key_.GetString(TEXT("v"))), TEXT("abc"));
+  EXPECT_EQ(View(key_.GetDefaultString()), TEXT("def"));
+  ASSERT_TRUE(other.Create(key_.handle(), TEXT("other")));
+  EXPECT_TRUE(other.CopyValueFrom(key_, TEXT("v")));
+  EXPECT_TRUE(other.MoveValueFrom(key_, TEXT("v"), nullptr)) << "the same value of another key";
+  EXPECT_EQ(key_.GetValueType(TEXT("v"), 0), 0u);
+  EXPECT_EQ(View(other.GetString(TEXT("v"))), TEXT("abc"));
+}
+
 TEST_F(RegKeyPortableTest, TreesAreCopiedAndRenamed) {
   RegKey source, child, target;
   ASSERT_TRUE(source.Create(key_.handle(), TEXT("source")));
@@ -330,10 +414,28 @@ TEST_F(RegKeyPortableTest, TreesAreCopiedAndRenamed) {
   EXPECT_FALSE(target.SubKeyExists(TEXT("50%s")));
   EXPECT_EQ(target.CopyTree(source, Recurse::kYes), 3);
   EXPECT_EQ(Content(TEXT("target\\50%s\\deep")), TEXT("c=4 "));
+  EXPECT_EQ(child.CopyTree(source, Recurse::kYes), 0) << "into itself";
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+  EXPECT_EQ(Content(child), TEXT("c=4 "));
 
-  for (const LPCWSTR name : {TEXT("SOURCE"), TEXT("source\\50%s"), TEXT("")})
-    EXPECT_FALSE(key_.RenameSubKey(TEXT("source"), name));
-  EXPECT_FALSE(key_.RenameSubKey(TEXT("source\\50%s"), TEXT("source")));
+  const struct {
+    LPCWSTR name, newName;
+  } kSameOrBelow[] = {
+      {TEXT("source"), TEXT("SOURCE")},
+      {TEXT("source"), TEXT("source\\50%s")},
+      {TEXT("source"), TEXT("")},
+      {TEXT("source"), nullptr},
+      {TEXT("source"), TEXT("Source\\")},
+      {TEXT("source\\\\"), TEXT("source\\new")},
+      {TEXT("source\\50%s"), TEXT("source")},
+      {TEXT("source\\50%s"), TEXT("source\\\\50%S")},
+      {TEXT("source\\\\50%s\\"), TEXT("source\\50%s\\deep\\x")},
+  };
+  for (const auto& c : kSameOrBelow) {
+    SetLastError(0);
+    EXPECT_FALSE(key_.RenameSubKey(c.name, c.newName)) << &c - kSameOrBelow;
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+  }
   EXPECT_FALSE(key_.RenameSubKey(TEXT("none"), TEXT("target")));
   EXPECT_EQ(Content(TEXT("source")), TEXT("a=4 b=4 50%s "));
   EXPECT_EQ(Content(TEXT("target")), TEXT("a=4 b=4 50%s "));

@@ -8,6 +8,7 @@
 #include "runtime/registry/delete_key.h"
 #include "runtime/registry/expand_environment.h"
 #include "runtime/registry/shared_dll_counter.h"
+#include "runtime/text/wide_text.h"
 #include "tests/support/failing_new.h"
 #include "tests/support/peer.h"
 #include "tests/support/runtime_test.h"
@@ -69,7 +70,9 @@ TEST_F(RegKeyTest, ValuesThatGrewMeanwhileAreReadUpToTwiceTheirSize) {
 TEST_F(RegKeyTest, OnlyHighIntegrityCreatesDirectlyBelowTheMachinesRoots) {
   for (const HKEY root : {HKEY_LOCAL_MACHINE, HKEY_CLASSES_ROOT, HKEY_USERS}) {
     RegKey key;
+    SetLastError(0);
     EXPECT_FALSE(key.Create(root, kTestKey));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
     EXPECT_FALSE(key.Create64(root, kTestKey));
   }
   EXPECT_EQ(platform::CallCount("RegCreateKeyExW"), 0u);
@@ -93,9 +96,31 @@ TEST_F(RegKeyTest, SharedFilesAreCountedToTheLastUser) {
   EXPECT_EQ(counter.Release(file), 0u);
   EXPECT_EQ(counter.AddRef(file), 1u);
   EXPECT_EQ(counter.AddRef(file), 2u);
+  // The file's name is the key's own text, until others write a longer name.
+  const LPCWSTR listed = counter.FirstValue();
+  SetText(counter.handle(), WideString(300, 'n'), TEXT("x"));
+  EXPECT_EQ(counter.AddRef(listed), 3u);
+  counter.SetSz(TEXT("pointer"), file);
+  EXPECT_EQ(counter.Release(counter.GetString(TEXT("pointer"))), 2u);
   EXPECT_EQ(counter.Release(file), 1u);
   EXPECT_EQ(counter.Release(file), 0u);
   EXPECT_EQ(counter.GetValueType(file, 0), 0u) << "the value is gone";
+}
+
+// A variable that gets its 40 characters once its first length is known.
+int expansions;
+DWORD WINAPI ExpandWhatGrows(LPCWSTR, LPWSTR buffer, DWORD capacity) {
+  if (++expansions == 1) return 3;
+  if (capacity <= 40) return 41;
+  for (int i = 0; i < 40; ++i) buffer[i] = 'v';
+  buffer[40] = 0;
+  return 41;
+}
+
+TEST_F(RegKeyTest, AnExpansionThatGrowsMeanwhileIsWhole) {
+  platform::Replace("ExpandEnvironmentStringsW", &ExpandWhatGrows);
+  expansions = 0;
+  EXPECT_EQ(View(MyExpandEnvironmentStrings(TEXT("%x%")).get()), WideString(40, 'v'));
 }
 
 REGSAM asked_access;
@@ -146,6 +171,7 @@ TEST_F(RegKeyTest, WithoutMemoryAKeyIsNotOpenAndNothingIsDeleted) {
     SetText(Key::Open(HKEY_CURRENT_USER, kTestKey, KEY_ALL_ACCESS), TEXT("v"), TEXT("long text"));
     FailAllocation(1);
     EXPECT_FALSE(key.Refresh());
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
     FailAllocation(0);
     EXPECT_EQ(key.GetString(TEXT("v")), nullptr);
     EXPECT_EQ(key.valueCount(), 0u);
@@ -175,6 +201,203 @@ TEST_F(RegKeyTest, DeletingReportsTheCallThatFailed) {
   platform::SetFact(platform::facts::kPlatformId, "1");
   EXPECT_TRUE(MyDeleteKeyA(HKEY_CURRENT_USER, "Software\\Test"));
   EXPECT_FALSE(RegKey().Open(HKEY_CURRENT_USER, kTestKey));
+}
+
+TEST_F(RegKeyTest, AKeyThatHasTwoPathsIsNotRenamedToItself) {
+  Elevate();
+  SetText(Key::Create(HKEY_LOCAL_MACHINE, TEXT("Software\\Test\\sub")), TEXT("v"), TEXT("kept"));
+  RegKey machine;
+  ASSERT_TRUE(machine.Attach(HKEY_LOCAL_MACHINE));
+  // A 32-bit program of a 64-bit system finds its keys under both.
+  const bool two_keys = sizeof(void*) == 8;
+  for (const LPCWSTR path :
+       {TEXT("Software\\Wow6432Node\\Test"), TEXT("Software\\Wow6432Node\\Test\\sub\\new")}) {
+    if (two_keys) break;
+    EXPECT_FALSE(machine.RenameSubKey(TEXT("Software\\Test"), path));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+    EXPECT_FALSE(machine.RenameSubKey(path, TEXT("Software\\Test")));
+    RegKey sub;
+    ASSERT_TRUE(sub.Open(HKEY_LOCAL_MACHINE, TEXT("Software\\Test\\sub")));
+    EXPECT_EQ(View(sub.GetString(TEXT("v"))), TEXT("kept"));
+    EXPECT_EQ(sub.subKeyCount(), 0u);
+  }
+  // What is to be replaced stays when nothing may take its place.
+  platform::SetFact(platform::facts::kUserIsElevated, "0");
+  EXPECT_FALSE(machine.RenameSubKey(TEXT("System"), TEXT("Software\\Test")));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+}
+
+TEST_F(RegKeyTest, WhereKeysHaveNoNamesAValueIsMovedUnlessItsLikeIsThere) {
+  platform::FailCall("NtQueryObject", 1, 0, kCountOnly);
+  RegKey key, again, other;
+  ASSERT_TRUE(key.Create(HKEY_CURRENT_USER, kTestKey) &&
+              again.Create(HKEY_CURRENT_USER, kTestKey) &&
+              other.Create(key.handle(), TEXT("other")));
+  key.SetSz(TEXT("v"), TEXT("kept"));
+  EXPECT_FALSE(again.MoveValueFrom(key, TEXT("v"), nullptr));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_SUPPORTED});
+  EXPECT_EQ(View(key.GetString(TEXT("v"))), TEXT("kept"));
+  other.SetSz(TEXT("v"), TEXT("older"));
+  EXPECT_TRUE(other.MoveValueFrom(key, TEXT("v"), nullptr));
+  EXPECT_EQ(View(other.GetString(TEXT("v"))), TEXT("kept"));
+  EXPECT_EQ(key.valueCount(), 0u);
+}
+
+// Another program that changes keys just before a call comes for the n-th time.
+int calls_left;
+std::function<void()> others;
+void LetOthersChange() {
+  if (--calls_left != 0) return;
+  const platform::OutsideTest outside;
+  others();
+}
+LSTATUS WINAPI SetValueAfterOthers(HKEY key, LPCWSTR name, DWORD reserved, DWORD type,
+                                   const BYTE* data, DWORD size) {
+  LetOthersChange();
+  return RegSetValueExW(key, name, reserved, type, data, size);
+}
+LSTATUS WINAPI DeleteAfterOthers(HKEY key, LPCWSTR path) {
+  LetOthersChange();
+  return RegDeleteKeyW(key, path);
+}
+LSTATUS WINAPI EnumerateAfterOthers(HKEY key, DWORD index, LPWSTR name, LPDWORD size,
+                                    LPDWORD reserved, LPWSTR class_name, LPDWORD class_size,
+                                    PFILETIME last_write) {
+  LetOthersChange();
+  return RegEnumKeyExW(key, index, name, size, reserved, class_name, class_size, last_write);
+}
+LSTATUS WINAPI OpenAfterOthers(HKEY key, LPCWSTR path, DWORD options, REGSAM access, PHKEY result) {
+  LetOthersChange();
+  return RegOpenKeyExW(key, path, options, access, result);
+}
+
+void SetBelow(LPCWSTR path, LPCWSTR name, LPCWSTR text) {
+  const Key test = Key::Create(HKEY_CURRENT_USER, kTestKey);
+  SetText(Key::Create(test, path), name, text);
+}
+WideString TextBelow(LPCWSTR path, LPCWSTR name) {
+  const Key key = Key::Open(HKEY_CURRENT_USER, WideString(kTestKey) + TEXT("\\") + path);
+  return key.status == ERROR_SUCCESS ? Text(key, name) : TEXT("no key");
+}
+
+TEST_F(RegKeyTest, WhatOthersWriteWhileAKeyIsRenamedIsRenamedToo) {
+  const struct {
+    LPCWSTR path, name;
+    int calls;  // of the copy's three writes and the three deletions; behind them it is too late
+  } kChanges[] = {
+      {TEXT("a"), TEXT("v"), 6},
+      {TEXT("b\\a"), TEXT("v"), 6},
+      {TEXT("c"), TEXT("v"), 4},
+      {TEXT(""), TEXT("late"), 5},
+  };
+  platform::Replace("RegSetValueExW", &SetValueAfterOthers);
+  platform::Replace("RegDeleteKeyW", &DeleteAfterOthers);
+  for (const auto& c : kChanges) {
+    for (int call = 1; call <= c.calls; ++call) {
+      SCOPED_TRACE(testing::Message() << "change " << &c - kChanges << ", call " << call);
+      calls_left = 0;
+      for (const LPCWSTR path : {TEXT("old"), TEXT("old\\b"), TEXT("old\\c")})
+        SetBelow(path, TEXT("v"), TEXT("text"));
+      RegKey key;
+      ASSERT_TRUE(key.OpenRW(HKEY_CURRENT_USER, kTestKey));
+      calls_left = call;
+      others = [&] {
+        SetBelow((WideString(TEXT("old\\")) + c.path).c_str(), c.name, TEXT("new text"));
+      };
+      EXPECT_TRUE(key.RenameSubKey(TEXT("old"), TEXT("new")));
+      EXPECT_LE(calls_left, 0);
+      EXPECT_FALSE(key.SubKeyExists(TEXT("old")));
+      EXPECT_EQ(TextBelow((WideString(TEXT("new\\")) + c.path).c_str(), c.name), TEXT("new text"));
+      EXPECT_EQ(TextBelow(TEXT("new"), TEXT("v")), TEXT("text"));
+      EXPECT_EQ(TextBelow(TEXT("new\\b"), TEXT("v")), TEXT("text"));
+      calls_left = 0;
+      key.Close(Disposal::kDelete);
+    }
+  }
+}
+
+TEST_F(RegKeyTest, AKeyThatOthersFillMeanwhileIsNotEmpty) {
+  platform::Replace("RegOpenKeyExW", &OpenAfterOthers);
+  platform::Replace("RegEnumKeyExW", &EnumerateAfterOthers);
+  platform::Replace("RegDeleteKeyW", &DeleteAfterOthers);
+  // The key is opened, listed, read and deleted; a value that comes with the last call is too late.
+  for (const LPCWSTR path : {TEXT(""), TEXT("sub")}) {
+    for (int call = 1; call <= (path[0] == 0 ? 2 : 4); ++call) {
+      calls_left = 0;
+      RegKey key;
+      ASSERT_TRUE(key.Create(HKEY_CURRENT_USER, kTestKey));
+      calls_left = call;
+      others = [&] { SetBelow(path, TEXT("v"), TEXT("new")); };
+      key.Close(Disposal::kDeleteIfEmpty);
+      calls_left = 0;
+      EXPECT_EQ(TextBelow(path, TEXT("v")), TEXT("new")) << call;
+      MyDeleteKeyW(HKEY_CURRENT_USER, kTestKey);
+    }
+  }
+}
+
+TEST_F(RegKeyTest, AKeyThatOthersDeleteMeanwhileIsDeleted) {
+  platform::Replace("RegOpenKeyExW", &OpenAfterOthers);
+  platform::Replace("RegEnumKeyExW", &EnumerateAfterOthers);
+  platform::Replace("RegDeleteKeyW", &DeleteAfterOthers);
+  const struct {
+    LPCWSTR deleted;
+    bool again;  // made again at once
+  } kChanges[] = {
+      {TEXT(""), false}, {TEXT("\\a"), false}, {TEXT("\\a\\b"), false}, {TEXT("\\a"), true}};
+  for (const auto& c : kChanges) {
+    // Each of three keys is opened, listed until it is empty, and deleted.
+    for (int call = 1; call <= 11; ++call) {
+      SCOPED_TRACE(testing::Message() << "change " << &c - kChanges << ", call " << call);
+      calls_left = 0;
+      Key::Create(HKEY_CURRENT_USER, TEXT("Software\\Test\\a\\b"));
+      calls_left = call;
+      others = [&] {
+        MyDeleteKeyW(HKEY_CURRENT_USER, (WideString(kTestKey) + c.deleted).c_str());
+        if (c.again) Key::Create(HKEY_CURRENT_USER, TEXT("Software\\Test\\a\\b"));
+      };
+      EXPECT_TRUE(MyDeleteKeyW(HKEY_CURRENT_USER, kTestKey));
+    }
+  }
+}
+
+TEST_F(RegKeyTest, TwoProcessesDeleteATreeTogether) {
+  for (int round = 0; round < 3; ++round) {
+    for (int i = 0; i < 300; ++i) {
+      const WCHAR name[] = {static_cast<WCHAR>('a' + i % 20), '\\', static_cast<WCHAR>('0' + i), 0};
+      Key::Create(Key::Create(HKEY_CURRENT_USER, kTestKey), name);
+    }
+    const auto deleted = [] { return MyDeleteKeyW(HKEY_CURRENT_USER, kTestKey) ? 0 : 1; };
+    const pid_t peers[] = {StartPeer(directory(), deleted), StartPeer(directory(), deleted)};
+    for (const pid_t peer : peers) EXPECT_EQ(FinishPeer(peer), 0);
+    EXPECT_NE(Key::Open(HKEY_CURRENT_USER, kTestKey).status, ERROR_SUCCESS);
+  }
+}
+
+TEST_F(RegKeyTest, NothingIsDeletedByAnEmptyPath) {
+  const WideString settings = TEXT("Software\\Test\\kept");
+  Key::Create(HKEY_CURRENT_USER, settings);
+  const Key key = Key::Open(HKEY_CURRENT_USER, kTestKey, KEY_ALL_ACCESS);
+  for (const HKEY parent : {HKEY_CURRENT_USER, key.handle}) {
+    for (const DWORD win9x : {0, 1}) {
+      startupContext.platform.win9xKind = win9x;
+      for (const LPCSTR path : {static_cast<LPCSTR>(nullptr), ""}) {
+        SetLastError(0);
+        EXPECT_FALSE(MyDeleteKeyA(parent, path));
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+      }
+    }
+    startupContext.platform.win9xKind = 0;
+    for (const LPCWSTR path : {static_cast<LPCWSTR>(nullptr), TEXT("")}) {
+      SetLastError(0);
+      EXPECT_FALSE(MyDeleteKeyW(parent, path));
+      EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+    }
+  }
+  RegKey opened;
+  ASSERT_TRUE(opened.OpenKey(KEY_ALL_ACCESS, key, TEXT("")));
+  opened.Close(Disposal::kDelete);
+  EXPECT_EQ(Key::Open(HKEY_CURRENT_USER, settings).status, ERROR_SUCCESS);
 }
 
 TEST_F(RegKeyTest, ProcessesThatWriteDifferentValuesLoseNone) {

@@ -99,7 +99,7 @@ TEST_F(UserHivesTest, HivesNeedThePrivilegeAndTheirFiles) {
 
 TEST_F(UserHivesTest, NamesOfProfiles) {
   const auto name_of = [](const WideString& sid) {
-    WCHAR name[4];
+    WCHAR name[MAX_PATH];
     return GetProfileUserName(sid.c_str(), name, 4) ? WideString(name) : WideString();
   };
   EXPECT_EQ(name_of(bob_), TEXT("Bob"));

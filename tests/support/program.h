@@ -10,7 +10,8 @@ struct ProgramResult {
   std::string output;  // standard output and standard error, in their order
 };
 
-// Runs `program` of the test's directory with `arguments`, quoted as the shell wants them;
+// Runs `program` of the test's directory with `arguments`, quoted as the shell wants them, and with
+// an empty standard input unless they name another one;
 // `environment` ("NAME=value …") is set for it.
 ProgramResult RunProgram(const std::string& program, const std::string& arguments,
                          const std::string& environment = "");

@@ -126,14 +126,15 @@ SCENARIO(PrinterSettings, StorePaperSize) {
   StorePaperSize(TEXT("P"), DMPAPER_LETTER);
   BOOL had = FALSE;
   attempt.Call([&] {
-    had = CPrinterSettingsKey(TEXT("P"), KeyMode::kRead).HasPaperSize();
+    had = MayHavePaperSize(TEXT("P"));
     CPrinterSettingsKey(TEXT("P"), KeyMode::kRead).GetServerPrinter();
     StorePaperSize(TEXT("P"), DMPAPER_A4);
   });
   ProductDevMode stored;
   ReadUserPrinterSettings(nullptr, TEXT("P"), kStoredOnly, stored);
   const short paper = stored.dev.dmPaperSize;
-  attempt.Expect(paper == DMPAPER_A4, had || attempt.hit(), paper == DMPAPER_LETTER);
+  EXPECT_TRUE(had);
+  attempt.Expect(paper == DMPAPER_A4, true, paper == DMPAPER_LETTER);
 }
 
 SCENARIO(PrinterSettings, Destinations) {
@@ -170,7 +171,8 @@ SCENARIO(PrinterSettings, DevModeCopies) {
     copy = DuplicateDevmodePtr(mode.get(), Quiet::kNo);
     wide = DevModeFromA(&narrow);
   });
-  attempt.Expect(copy != nullptr, DevModesEqual(copy.get(), mode.get()), attempt.reports() == 1);
+  attempt.Expect(copy != nullptr, DevModesEqual(copy.get(), mode.get()),
+                 attempt.reports() == (attempt.failed().starts_with("VirtualQuery") ? 0 : 1));
   attempt.Expect(wide != nullptr, IsValidDevMode(wide.get()));
   attempt.Expect(is_system, true);
 }
@@ -236,10 +238,15 @@ class InstallationMachine : public PrinterTest {
 SWEEP_AREA(Installation, InstallationMachine);
 
 SCENARIO(Installation, PortMonitor) {
+  EXPECT_TRUE(SetCurrentDirectoryW(TEXT("C:\\")));
   const BOOL done = attempt.Call([] { return InstallPortMonitor(); });
   platform::ScriptBoxes(true);
   attempt.Expect(done, PortExists(kPort) || attempt.hit(), attempt.reports() > 0);
   EXPECT_TRUE(platform::SpoolerRuns() || attempt.hit());
+  for (const LPCWSTR stray :
+       {TEXT("kvmon8.dll"), TEXT("C:\\kvmon8.dll"), TEXT("C:\\kvres832.dll")}) {
+    EXPECT_EQ(GetFileAttributesW(stray), DWORD{INVALID_FILE_ATTRIBUTES});
+  }
   if (!platform::SpoolerRuns()) platform::StartSpooler();
   EXPECT_TRUE(InstallPortMonitor() && PortExists(kPort)) << "the second try";
   InstallationMachine::RemoveAll();
@@ -265,9 +272,13 @@ SCENARIO(Installation, AddProductPrinter) {
 SCENARIO(Installation, CreateProductPrinter) {
   EXPECT_TRUE(InstallPortMonitor());
   NoSettings();
+  StorePaperSize(TEXT("Q"), DMPAPER_LETTER);
   const BOOL done =
       attempt.Call([] { return CreateProductPrinter(TEXT("Q"), kPort, DMPAPER_A4, kDriver); });
   attempt.Expect(done, InstallationMachine::PrinterExists(TEXT("Q")));
+  ProductDevMode stored;
+  ReadUserPrinterSettings(nullptr, TEXT("Q"), kStoredOnly, stored);
+  EXPECT_EQ(stored.dev.dmPaperSize, DMPAPER_LETTER) << "the user's choice stays";
   InstallationMachine::RemoveAll();
 }
 

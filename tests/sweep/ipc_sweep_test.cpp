@@ -84,7 +84,7 @@ SCENARIO(Accounts, CurrentUser) {
 }
 
 SCENARIO(Accounts, LookupAccountByRid) {
-  startupContext.network = {};
+  startupContext.netapi32IsMissing = false;
   WCHAR name[20];
   DWORD size = 20;
   const BOOL found = attempt.Call([&] { return LookupAccountByRid(nullptr, 1002, name, &size); });

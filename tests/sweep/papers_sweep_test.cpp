@@ -27,57 +27,88 @@ void PutOld() {
   EXPECT_TRUE(CCustomPapers().AddCustomPaper(Paper(TEXT("Old"), 1000, 2000)));
 }
 
-// Whether the store has the paper of that name, if it has it, whole.
-bool IsWhole(LPCWSTR name, DWORD width, DWORD height) {
+// The paper's width in the store, 0 when it does not have the paper.
+DWORD StoredWidth(LPCWSTR name) {
   const CCustomPapers stored;
+  EXPECT_EQ(stored.loadError(), DWORD{ERROR_SUCCESS});
   const PaperEntry* const paper = stored.FindPaperByName(name);
-  return paper == nullptr || (paper->width == width && paper->height == height);
+  if (paper == nullptr) return 0;
+  EXPECT_EQ(paper->height, paper->width + 1000) << "no half papers";
+  return paper->width;
 }
 
 SWEEP_AREA(Papers, RuntimeTest);
 
 SCENARIO(Papers, Load) {
   PutOld();
-  bool found = false, has_id = false;
-  attempt.Call([&] {
+  bool found = false;
+  const DWORD error = attempt.Call([&] {
     const CCustomPapers papers;
     const PaperEntry* const paper = papers.FindPaperByName(TEXT("old"));
-    found = paper != nullptr;
-    has_id = found && papers.FindPaperById(paper->id) == paper &&
-             papers.NextFreeCustomPaperId() != paper->id;
+    found = paper != nullptr && papers.FindPaperById(300) == paper &&
+            papers.NextFreeCustomPaperId() == 301;
+    return papers.loadError();
   });
-  attempt.Expect(found, has_id || attempt.hit(), CCustomPapers().count() == 1);
+  attempt.Expect(error == ERROR_SUCCESS, found, !found && StoredWidth(TEXT("Old")) == 1000);
+}
+
+SCENARIO(Papers, GiveId) {
+  PutOld();
+  UniqueKey key;
+  RegOpenKeyExW(HKEY_CURRENT_USER, TEXT("Software\\Veltmoor Software\\Folvane8\\CustomPapers\\Old"),
+                0, KEY_WRITE, key.Receive());
+  RegDeleteValueW(key.Get(), TEXT("ID"));
+  key.Reset();
+  WORD id = 0;
+  const DWORD error = attempt.Call([&] {
+    const CCustomPapers papers;
+    if (papers.count() == 1) id = papers.GetPaperAt(0)->id;
+    return papers.loadError();
+  });
+  attempt.Expect(error == ERROR_SUCCESS, id == 300, id == 0);
+  EXPECT_EQ(CCustomPapers().GetPaperAt(0)->id, 300);
+}
+
+// A change of the table is one of the store, or the last error tells why not.
+void Change(Attempt& attempt, BOOL (*change)(CCustomPapers& papers), int count, LPCWSTR name,
+            DWORD width) {
+  PutOld();
+  CCustomPapers papers;
+  const DWORD before = StoredWidth(name);
+  DWORD error = ERROR_SUCCESS;
+  const BOOL changed = attempt.Call([&] {
+    const BOOL result = change(papers);
+    error = GetLastError();
+    return result;
+  });
+  const DWORD now = StoredWidth(name);
+  attempt.Expect(changed && error == ERROR_SUCCESS, now == width, now == before);
+  EXPECT_TRUE(changed || error != ERROR_SUCCESS);
+  EXPECT_EQ(papers.count(), changed ? count : 1);
+  if (WideView(name) != TEXT("Old")) {
+    EXPECT_EQ(StoredWidth(TEXT("Old")), 1000u);
+  }
 }
 
 SCENARIO(Papers, Add) {
-  PutOld();
-  CCustomPapers papers;
-  const BOOL added =
-      attempt.Call([&] { return papers.AddCustomPaper(Paper(TEXT("New"), 3000, 4000)); });
-  attempt.Expect(added, papers.count() == 2, papers.count() == 1);
-  EXPECT_TRUE(IsWhole(TEXT("New"), 3000, 4000));
-  EXPECT_TRUE(IsWhole(TEXT("Old"), 1000, 2000));
-  EXPECT_GE(CCustomPapers().count(), 1);
+  constexpr auto kAdd = [](CCustomPapers& papers) {
+    return papers.AddCustomPaper(Paper(TEXT("New"), 3000, 4000));
+  };
+  Change(attempt, kAdd, 2, TEXT("New"), 3000);
 }
 
 SCENARIO(Papers, Replace) {
-  PutOld();
-  CCustomPapers papers;
-  const BOOL added =
-      attempt.Call([&] { return papers.AddCustomPaper(Paper(TEXT("Old"), 3000, 4000)); });
-  attempt.Expect(added, papers.GetPaperAt(0)->width == 3000);
-  EXPECT_TRUE(IsWhole(TEXT("Old"), 1000, 2000) || IsWhole(TEXT("Old"), 3000, 4000));
+  constexpr auto kReplace = [](CCustomPapers& papers) {
+    return papers.AddCustomPaper(Paper(TEXT("Old"), 3000, 4000));
+  };
+  Change(attempt, kReplace, 1, TEXT("Old"), 3000);
 }
 
 SCENARIO(Papers, Remove) {
-  PutOld();
-  CCustomPapers papers;
-  EXPECT_TRUE(papers.AddCustomPaper(Paper(TEXT("New"), 3000, 4000)));
-  attempt.Call([&] { papers.RemoveCustomPaper(TEXT("New")); });
-  attempt.Expect(papers.count() == 1, papers.FindPaperByName(TEXT("New")) == nullptr,
-                 papers.count() == 2);
-  EXPECT_TRUE(IsWhole(TEXT("Old"), 1000, 2000));
-  EXPECT_TRUE(CCustomPapers().FindPaperByName(TEXT("Old")) != nullptr);
+  constexpr auto kRemove = [](CCustomPapers& papers) {
+    return papers.RemoveCustomPaper(TEXT("Old"));
+  };
+  Change(attempt, kRemove, 0, TEXT("Old"), 0);
 }
 
 SCENARIO(Papers, Descriptions) {

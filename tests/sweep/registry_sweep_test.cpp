@@ -228,10 +228,22 @@ SCENARIO(RegKey, MoveValueFrom) {
   attempt.Expect(done, moved && !old, moved || old);
 }
 
+SCENARIO(RegKey, MoveValueOntoItself) {
+  RegKey key, again;
+  OpenSource(key);
+  EXPECT_TRUE(again.Create(HKEY_CURRENT_USER, kSource));
+  const BOOL done = attempt.Call([&] { return again.MoveValueFrom(key, TEXT("text"), nullptr); });
+  const bool kept = TextAt(kSource, TEXT("text")) == TEXT("content");
+  attempt.Expect(done, kept, kept);
+}
+
 SCENARIO(RegKey, RenameValue) {
   RegKey key;
   OpenSource(key);
-  const BOOL done = attempt.Call([&] { return key.RenameValue(TEXT("text"), TEXT("renamed")); });
+  SetText(key.handle(), TEXT("new name"), TEXT("renamed"));
+  const BOOL done = attempt.Call([&] {
+    return key.RenameValue(TEXT("text"), key.GetString(TEXT("new name"), TEXT("renamed")));
+  });
   const bool old = TextAt(kSource, TEXT("text")) == TEXT("content");
   const bool renamed = TextAt(kSource, TEXT("renamed")) == TEXT("content");
   attempt.Expect(done, renamed && !old, renamed || old);

@@ -56,8 +56,9 @@ TEST_F(LocaleListTest, LocalesAreFoundByTheirShortNames) {
     EXPECT_EQ(list.FindLocaleByName(TEXT("xx-yy")), 0u);
   }
   WCHAR name[4] = TEXT("?");
-  EXPECT_EQ(GetLocaleShortName(0x0409, name, 4), 'e');
-  EXPECT_EQ(WideView(name), TEXT("en-")) << "cut";
+  EXPECT_EQ(GetLocaleShortName(0x0409, name, 4), 0) << "cut, it would name another";
+  EXPECT_EQ(WideView(name), TEXT(""));
+  EXPECT_EQ(GetEnglishCountryName(0x0409, name, 4), 0);
   EXPECT_EQ(GetLocaleShortName(0x7777, name, 4), 0);
   EXPECT_EQ(GetLocaleShortName(0x0409, nullptr, 4), 0);
   EXPECT_EQ(GetAbbrevLanguageName(0x0409, name, 4), 'E');

@@ -2,7 +2,9 @@
 
 #include <string>
 
+#include "runtime/core/resource_text.h"
 #include "runtime/core/startup_context.h"
+#include "runtime/text/format.h"
 #include "runtime/text/number_text.h"
 #include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
@@ -46,6 +48,40 @@ TEST(CopyStringTest, NeverSplitsADoubleByteCharacter) {
     CopyStringA(out, c.capacity, text);
     EXPECT_EQ(strlen(out), c.kept) << "capacity " << c.capacity;
   }
+  // The code page of a conversion need not be that of the font.
+  startupContext.guiFontCodePage = 1252;
+  const struct {
+    UINT code_page;
+    LPCWSTR text;
+    int capacity;
+    const char* kept;
+  } kConversions[] = {
+      {932, TEXT("\u30E3\u3042"), 2, ""},
+      {932, TEXT("\u30E3\u3042"), 4, "\x83\x83"},
+      {932, TEXT("\u30E3\u3042x"), 5, "\x83\x83\x82\xA0"},
+      {1252, TEXT("\u0192\u0192"), 2, "\x83"},
+      {CP_UTF8, TEXT("a\u00E4\u3042"), 3, "a"},
+      {CP_UTF8, TEXT("a\u00E4\u3042"), 4, "a\xC3\xA4"},
+      {CP_UTF8, TEXT("a\u00E4\u3042"), 6, "a\xC3\xA4"},
+      {CP_UTF8, TEXT("a\u00E4\u3042"), 7, "a\xC3\xA4\xE3\x81\x82"},
+      {CP_UTF8,
+       TEXT("a\xD83D\xDE00"
+            "b"),
+       5, "a"},
+      {CP_UTF8,
+       TEXT("a\xD83D\xDE00"
+            "b"),
+       6, "a\xF0\x9F\x98\x80"},
+  };
+  for (const UINT font : {1252u, 932u}) {
+    startupContext.guiFontCodePage = font;
+    for (const auto& c : kConversions) {
+      for (char& byte : out) byte = '#';
+      WideToAnsi(out, c.capacity, c.text, c.code_page);
+      EXPECT_STREQ(out, c.kept) << &c - kConversions << ", font " << font;
+      EXPECT_EQ(out[c.capacity], '#');
+    }
+  }
   const BYTE counted[] = {3, 'x', 0x82, 0xA0, 'z'};
   CopyCountedStringA(out, 3, counted);
   EXPECT_STREQ(out, "x");
@@ -53,6 +89,27 @@ TEST(CopyStringTest, NeverSplitsADoubleByteCharacter) {
   EXPECT_STREQ(out, "x\x82\xA0");
   startupContext.dbcsEnabled = 0;
   startupContext.guiFontCodePage = 0;
+}
+
+TEST(CopyStringTest, NeverSplitsACharacterOfTwoUnits) {
+  const LPCWSTR text = TEXT(
+      "a\xD83D\xDE00"
+      "b\xDE00\xD83D");
+  for (int capacity = 1; capacity <= 7; ++capacity) {
+    WCHAR copy[8], formatted[8], filled[8], converted[8];
+    CopyStringW(copy, capacity, text);
+    FormatText(formatted, static_cast<size_t>(capacity), TEXT("%s"), text);
+    FillInserts(TEXT("^1"), filled, capacity, std::span<const LPCWSTR>(&text, 1));
+    AnsiToWide(converted, capacity,
+               "a\xF0\x9F\x98\x80"
+               "b",
+               CP_UTF8);
+    const size_t kept = capacity == 3 ? 1 : static_cast<size_t>(capacity) - 1;
+    EXPECT_EQ(WideView(copy), WideView(text).substr(0, kept)) << capacity;
+    EXPECT_EQ(WideView(formatted), WideView(text).substr(0, kept)) << capacity;
+    EXPECT_EQ(WideView(filled), WideView(text).substr(0, kept)) << capacity;
+    EXPECT_EQ(WideView(converted), WideView(text).substr(0, std::min<size_t>(kept, 4))) << capacity;
+  }
 }
 
 TEST(ConversionTest, CutsWhatDoesNotFitAndReportsTheDefaultCharacter) {
@@ -92,6 +149,8 @@ TEST(ConversionTest, NewCopiesHoldTheWholeText) {
   EXPECT_EQ(WideView(wide.get()), TEXT("\u3042b"));
   const std::unique_ptr<CHAR[]> narrow(UnicodeToAnsiNew(TEXT("\u3042\u3042"), 932));
   EXPECT_STREQ(narrow.get(), "\x82\xA0\x82\xA0");
+  const std::unique_ptr<CHAR[]> utf8(UnicodeToAnsiNew(TEXT("\u3042\u3042\u3042"), CP_UTF8));
+  EXPECT_STREQ(utf8.get(), "\xE3\x81\x82\xE3\x81\x82\xE3\x81\x82");
 }
 
 TEST(WhiteSpaceTest, KnowsExactlyFourCharacters) {
@@ -147,6 +206,26 @@ TEST(NumberTextTest, Doubles) {
   }
 }
 
+// Some digits of a number are another number.
+TEST(NumberTextTest, ANumberFitsWholeOrNotAtAll) {
+  for (size_t capacity = 0; capacity <= 8; ++capacity) {
+    CHAR narrow[10] = "#########";
+    WCHAR wide[10] = {'#', '#', '#', '#', '#', '#', '#', '#', '#'};
+    SetLastError(0);
+    EXPECT_EQ(FormatDoubleA(-123.5, 6, narrow, capacity), narrow);
+    EXPECT_EQ(GetLastError(), capacity > 6 ? 0 : DWORD{ERROR_INSUFFICIENT_BUFFER});
+    EXPECT_EQ(FormatDoubleW(-123.5, 6, wide, capacity), wide);
+    EXPECT_EQ(narrow[capacity], '#');
+    EXPECT_EQ(wide[capacity], '#');
+    if (capacity == 0) continue;
+    EXPECT_STREQ(narrow, capacity > 6 ? "-123.5" : "");
+    EXPECT_EQ(WideView(wide), capacity > 6 ? TEXT("-123.5") : TEXT(""));
+  }
+  CHAR longest[512];
+  EXPECT_EQ(strlen(FormatDoubleA(-1.7976931348623157e308, 6, longest, 512)), 310u);
+  EXPECT_STREQ(FormatDoubleA(1e300, 400, longest, 512), "") << "more digits than it writes";
+}
+
 TEST(NumberTextTest, SizesDurationsAndResolutions) {
   WCHAR text[kNumberTextCapacity];
   const struct {
@@ -195,6 +274,32 @@ TEST(ParseTest, NumbersAsPeopleWriteThem) {
   for (const auto& c : kCases) {
     EXPECT_EQ(ParseDecimal(c.text), c.decimal);
     EXPECT_EQ(ParseHex(c.text), c.hex);
+  }
+}
+
+TEST(ParseTest, AWholeTextIsANumberOrNone) {
+  const struct {
+    LPCWSTR text;
+    bool is_number;
+    int number;
+  } kCases[] = {{TEXT("12"), true, 12},
+                {TEXT(" -7\t"), true, -7},
+                {TEXT("+0"), true, 0},
+                {TEXT("2147483647"), true, 0x7FFFFFFF},
+                {TEXT("-2147483648"), true, -0x7FFFFFFF - 1},
+                {TEXT("2147483648"), false, 0},
+                {TEXT("-2147483649"), false, 0},
+                {TEXT("99999999999999999999999"), false, 0},
+                {TEXT("11x17"), false, 0},
+                {TEXT("1 2"), false, 0},
+                {TEXT("-"), false, 0},
+                {TEXT(" "), false, 0},
+                {TEXT(""), false, 0},
+                {nullptr, false, 0}};
+  for (const auto& c : kCases) {
+    int number = 4711;
+    EXPECT_EQ(ParseWholeDecimal(c.text, number), c.is_number) << &c - kCases;
+    EXPECT_EQ(number, c.number) << &c - kCases;
   }
 }
 

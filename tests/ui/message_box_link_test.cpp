@@ -1,6 +1,7 @@
 // The extra button of message boxes.
 #include "runtime/ui/message_box_link.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -108,6 +109,56 @@ TEST_F(MessageBoxLinkTest, OneBoxOfTheProductGetsIt) {
     brief.SetTarget(TEXT("text"));
   }
   EXPECT_FALSE(NextBoxHasLink());
+}
+
+// Refuses every window, before or after the older hooks have seen it.
+class RefusingHook : public CThreadHook {
+ public:
+  explicit RefusingHook(bool asks) : CThreadHook(WH_CBT), asks_(asks) {}
+  LRESULT CALLBACK HookProc(int code, WPARAM wparam, LPARAM lparam) override {
+    if (asks_) CThreadHook::HookProc(code, wparam, lparam);
+    return code == HCBT_CREATEWND;
+  }
+
+ private:
+  bool asks_;
+};
+
+TEST_F(MessageBoxLinkTest, ABoxThatAnotherHookRefusesLeavesTheLinkToTheNext) {
+  for (const bool newer : {false, true}) {
+    CMessageBoxLink link;
+    {
+      std::optional<RefusingHook> older;
+      if (!newer) older.emplace(false);
+      link.SetTarget(TEXT("text"));
+      std::optional<RefusingHook> hook;
+      if (newer) hook.emplace(true);
+      EXPECT_EQ(MessageBoxW(nullptr, TEXT("x"), TEXT("Folvane"), MB_OK), 0);
+      EXPECT_EQ(MessageBoxW(nullptr, TEXT("x"), TEXT("Folvane"), MB_OK), 0);
+    }
+    EXPECT_TRUE(NextBoxHasLink()) << newer;
+    EXPECT_FALSE(NextBoxHasLink()) << newer;
+  }
+}
+
+// Ends the box, as what comes in while the shell works may do.
+HWND opened_from;
+HINSTANCE WINAPI EndBoxAndRefuse(HWND owner, LPCWSTR, LPCWSTR, LPCWSTR, LPCWSTR, INT) {
+  opened_from = owner;
+  DestroyWindow(owner);
+  return nullptr;
+}
+
+TEST_F(MessageBoxLinkTest, TheBoxMayGoWhileTheShellWorks) {
+  CMessageBoxLink link;
+  link.SetTarget(TEXT("http://folvane/gone"));
+  platform::Replace("ShellExecuteW", EndBoxAndRefuse);
+  platform::AnswerNextBox(kLinkButton);
+  platform::AnswerNextBox(IDOK);
+  ShowInfoF(TEXT("x"));
+  ASSERT_EQ(platform::ShownBoxes().size(), 2u);
+  EXPECT_EQ(platform::ShownBoxes()[1].text, TEXT("http://folvane/gone"));
+  EXPECT_NE(platform::ShownBoxes()[1].owner, opened_from);
 }
 
 TEST_F(MessageBoxLinkTest, TargetsAreOpenedOrShown) {

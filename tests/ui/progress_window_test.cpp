@@ -330,6 +330,36 @@ TEST_F(ProgressWindowTest, TextsAndTheBar) {
   EXPECT_EQ(TextOf(window.window()), TEXT(" 50%"));
 }
 
+TEST_F(ProgressWindowTest, WhatItShowsIsItsOwn) {
+  CProgressWnd window;
+  ASSERT_TRUE(Create(window));
+  window.SetRange(0, 10);
+  const HWND first = window.window();
+  SendMessageW(first, WM_COMMAND, IDCANCEL, 0);
+  ASSERT_TRUE(Create(window, FALSE)) << "another window in place of the first";
+  EXPECT_FALSE(IsWindow(first));
+  EXPECT_TRUE(window.Pump()) << "which was cancelled, not this one";
+  const HWND focused = CreateWindowExW(0, TEXT("button"), TEXT(""), WS_POPUP, 0, 0, 9, 9, nullptr,
+                                       nullptr, nullptr, nullptr);
+  SetFocus(focused);
+  window.Show(TRUE);
+  SendMessageW(window.window(), WM_ACTIVATE, WA_ACTIVE, 0);
+  EXPECT_EQ(GetFocus(), focused) << "there is no Cancel button";
+  DestroyWindow(focused);
+  // Somebody destroys the window, or its owner.
+  DestroyWindow(window.window());
+  EXPECT_EQ(window.window(), nullptr);
+  EXPECT_FALSE(window.Pump());
+  window.Show(TRUE);
+  window.SetPos(5);
+  window.SetText(TEXT("x"));
+  EXPECT_EQ(TextOf(window), TEXT(""));
+  ASSERT_TRUE(window.Create(GetModuleHandleW(nullptr), nullptr, kClass, TEXT("t"), 11, 11, TRUE,
+                            nullptr, 0, 0, 0, 0, nullptr, nullptr));
+  EXPECT_FALSE(window.SetTextFromResource(kDots, TEXT("x"))) << "without resources";
+  window.Destroy();
+}
+
 TEST_F(ProgressWindowTest, OneClassForManyWindows) {
   WNDCLASSW found;
   const HINSTANCE instance = GetModuleHandleW(nullptr);
