@@ -10,6 +10,9 @@ target_compile_definitions(kv_options INTERFACE UNICODE _UNICODE WINVER=0x0A00 _
 target_include_directories(kv_options INTERFACE ${PROJECT_SOURCE_DIR})
 if(WIN32)
   target_compile_definitions(kv_options INTERFACE NOMINMAX)
+  # The same sources give the same files, whenever and in whatever directory they are built.
+  target_compile_options(kv_options INTERFACE -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
+  add_link_options(-Wl,--no-insert-timestamp)
 else()
   target_include_directories(kv_options SYSTEM BEFORE INTERFACE ${PROJECT_SOURCE_DIR}/platform/include)
   # Stops inline variables and static locals of a module from becoming one per process.

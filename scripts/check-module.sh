@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
-# Checks the Windows module: what it is, what it exports and what it asks of the system.
-# scripts/check-module.sh [FILE]: build/windows-x86/bin/kvmon8.dll when no file is named.
+# Checks the Windows module: what it is, what it exports, that it carries the library whole, and what it asks of the
+# system. scripts/check-module.sh [FILE]: the module of a build directory, build/windows-x86/bin/kvmon8.dll when no file
+# is named.
 set -euo pipefail
+export LC_ALL=C
 cd "$(dirname "$0")/.."
 module=${1:-build/windows-x86/bin/kvmon8.dll}
 objdump=i686-w64-mingw32-objdump
@@ -21,6 +23,16 @@ exports=$(sed -n '/^\[Ordinal\/Name Pointer\] Table/,/^$/p' <<< "$dump" | sed -n
 wanted=$'0 DllMain\n1 InitializeMonitorEx\n2 InitializePrintMonitor'
 [ "$exports" = "$wanted" ] || fail "exports are: ${exports//$'\n'/, }"
 grep -q '^Ordinal Base.*1$' <<< "$dump" || fail "the ordinal base is not 1"
+
+# Every object of the library is in it, with everything that the object defines.
+symbols() { i686-w64-mingw32-nm --defined-only "$@"; }
+library=$(dirname "$module")/../runtime/libkv_runtime.a
+objects=$(i686-w64-mingw32-ar t "$library" | sort)
+defined=$(symbols -A -g "$library" | awk '$2 ~ /^[TDBR]$/ { sub(/^.*\.a:/, "", $1); sub(/:.*/, "", $1); print $3, $1 }' | sort)
+silent=$(comm -23 <(echo "$objects") <(awk '{ print $2 }' <<< "$defined" | sort -u))
+[ -z "$silent" ] || fail "objects that define nothing: ${silent//$'\n'/, }"
+absent=$(join -v 1 <(echo "$defined") <(symbols "$module" | awk '{ print $3 }' | sort -u) | awk '{ print $2 }' | sort -u)
+[ -z "$absent" ] || fail "objects that are not in it, or not whole: ${absent//$'\n'/, }"
 
 # Section flags stand on the line behind the section's own; CODE marks what may be executed.
 while read -r name flags; do
@@ -44,4 +56,4 @@ translation=$(printf 'Translation' | iconv -t UTF-16LE | od -An -v -tx1 | tr -d 
 grep -q "$translation" <<< "$bytes" || fail "no translation table"
 
 [ "$failures" = 0 ] || exit 1
-echo "check-module: $module is as it should be ($(wc -l <<< "$imports") imports)"
+echo "check-module: $module is as it should be ($(wc -l <<< "$objects") objects of the library, $(wc -l <<< "$imports") imports)"

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing for the given purposes and nothing else. Purposes: host (default), windows, wine, wine32,
-# checks, coverage, package, pictures, fuzz. Exit status 0 when everything is there; 1 when something that cannot be done
-# without is missing. A missing 32-bit compiler is not fatal: the callers fall back to the 64-bit host build (see
-# preset.sh).
+# checks, coverage, mutate, package, pictures, fuzz. Exit status 0 when everything is there; 1 when something that
+# cannot be done without is missing. A missing 32-bit compiler is not fatal: the callers fall back to the 64-bit host
+# build (see preset.sh).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -52,6 +52,10 @@ look() {
         ;;
       coverage)
         need gcovr have gcovr
+        ;;
+      mutate)
+        need ccache have ccache
+        need python3 have python3
         ;;
       package)
         need nsis have makensis
