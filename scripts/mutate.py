@@ -242,6 +242,7 @@ def main():
     parser.add_argument('--count', type=int, default=100, help='changes a folder that build and do something (100)')
     parser.add_argument('--seed', default='1', help='another seed, other changes')
     parser.add_argument('--jobs', type=int, default=os.cpu_count(), help='builds side by side')
+    parser.add_argument('--own', action='store_true', help="try the folder's own test program and no other")
     parser.add_argument('--list', action='store_true', help='show the changes and try none')
     parser.add_argument('--survivors', action='store_true', help='show those that survived again, at the end')
     parser.add_argument('folders', nargs='*', metavar='FOLDER', help=', '.join(all_folders))
@@ -263,6 +264,9 @@ def main():
         if name.endswith(('.cpp', '.h', '.S', '.rc', '.txt', '.cmake', '.json')):
             digest.update(name.encode() + (ROOT / name).read_bytes())
     programs = list(dict.fromkeys(all_folders.values())) + ['sweep_test']
+    if arguments.own:
+        programs = [p for p in programs if p in {all_folders[f] for f in chosen}]
+        digest.update(b'own')
     WORK.mkdir(parents=True, exist_ok=True)
     results = Results(WORK / 'verdicts.jsonl', digest.hexdigest())
     trees = [Tree(number) for number in range(arguments.jobs)]
@@ -273,7 +277,7 @@ def main():
     rows, survivors = [], []
     for folder in chosen:
         own = all_folders[folder]
-        tried = try_folder(folder, own, programs, arguments, results, trees)
+        tried = try_folder(folder, own, [own] if arguments.own else programs, arguments, results, trees)
         row = collections.Counter('own' if v == own else 'survived' if v == 'survived' else 'others' for _, v in tried)
         row['made'] = len(tried)
         total.update(row)
