@@ -5,8 +5,9 @@
 # the folder's own tests, found by others, survived.
 #
 # scripts/mutate.sh [--count N] [--seed S] [--jobs N] [--own] [--list] [--survivors] [FOLDER...]: N changes (100) in each
-# of the folders (all). With --own, the other programs are not tried, which is quicker where tests are being written. The same seed gives the same changes, and an interrupted run goes on where it was. All work is done on
-# copies below build/mutate/.
+# of the folders (all). With --own, the other programs are not tried, which is quicker while tests are being written. The
+# same seed gives the same changes, and an interrupted run goes on where it was. All work is done on copies below
+# build/mutate/.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh host mutate
