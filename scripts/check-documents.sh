@@ -42,7 +42,7 @@ for document in README.md docs/*.md; do
         in_machine "kvctl $name --help" > "$work/log"
         grep -qxF "Usage: $line" "$work/log" || fail "is not what 'kvctl $name --help' says"
         ;;
-      kvctl\ *) in_machine "$line" > "$work/log" 2>&1 || fail "exit status $?" ;;
+      kvctl\ * | source\ *kvctl\ *) in_machine "$line" > "$work/log" 2>&1 || fail "exit status $?" ;;
       scripts/setup.sh\ *) $line > "$work/log" 2>&1 || fail "exit status $?" ;;
       scripts/*.sh*)
         [ -x "${line%% *}" ] || fail "no such script"
