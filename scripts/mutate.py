@@ -1,6 +1,7 @@
 """Puts small faults into the product, one at a time, and tells which of them no test notices. See scripts/mutate.sh."""
 
 import argparse
+import atexit
 import collections
 import concurrent.futures
 import dataclasses
@@ -24,7 +25,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 WORK = ROOT / 'build' / 'mutate'
 # Bounds of a mutant: what its programs may use beyond what the sound ones do.
 SECONDS_MORE, TIMES_AS_LONG = 10, 5
-MOST_MEMORY = 6 << 30
+MOST_MEMORY = 3 << 30
 MOST_OF_A_FILE = 16 << 30
 
 
@@ -87,7 +88,8 @@ class Tree:
     def __init__(self, number):
         self.root = WORK / str(number)
         self.build = self.root / 'build' / 'mutate'
-        self.temporary = pathlib.Path('/dev/shm' if os.path.isdir('/dev/shm') else '/tmp') / f'kvmutate{number}'
+        memory = pathlib.Path('/dev/shm' if os.path.isdir('/dev/shm') else '/tmp')
+        self.temporary = memory / f'kvmutate{os.getpid()}-{number}'
         self.seconds = {}  # what each sound test program takes
 
     def copy_sources(self, files):
@@ -141,6 +143,7 @@ class Tree:
     def prepare(self, files, programs):
         """Builds the sound product and measures its tests."""
         self.temporary.mkdir(exist_ok=True)
+        atexit.register(shutil.rmtree, self.temporary, ignore_errors=True)
         self.copy_sources(files)
         if self.run(['cmake', '--preset', 'mutate']) is not True or not self.make(*programs):
             sys.exit(f'mutate: the sound product does not build:\n{self.log()[-3000:]}')

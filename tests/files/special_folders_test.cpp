@@ -165,7 +165,11 @@ TEST_F(DeleteWhenFreeTest, AFileInUseGoesWithItsScriptOnceItsUserEnds) {
     const int before = TemporaryFiles();
     const auto live = platform::LiveResources();
     const pid_t user = StartPeer(directory(), [] {
-      CreateFileW(kUsed, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+      // Not while the other process tries whether it can write.
+      while (CreateFileW(kUsed, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0,
+                         nullptr) == INVALID_HANDLE_VALUE) {
+        usleep(1000);
+      }
       return pause();
     });
     ASSERT_TRUE(WaitFor([] { return !CanWriteFile(kUsed); }));

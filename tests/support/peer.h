@@ -1,6 +1,8 @@
 // Another process on the same machine.
 #pragma once
 
+#include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,10 +13,12 @@
 
 namespace kv::test {
 
-// Runs `body` in a child process that opens the machine anew; returns the child's process id.
+// Runs `body` in a child process that opens the machine anew and ends with this one at the latest;
+// returns the child's process id.
 inline pid_t StartPeer(const std::filesystem::path& machine, const std::function<int()>& body) {
   const pid_t child = fork();
   if (child == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
     platform::UseMachine(machine);
     _exit(body());
   }
