@@ -8,6 +8,8 @@
 namespace kv::test {
 namespace {
 
+namespace facts = platform::facts;
+
 class StartupTest : public RuntimeTest {
  protected:
   using Strings = std::map<UINT, LPCWSTR>;
@@ -33,40 +35,96 @@ class StartupTest : public RuntimeTest {
 StartupTest::Strings StartupTest::strings_;
 
 TEST_F(StartupTest, FillsTheRecordOnAPlainMachine) {
+  platform::SetFact(facts::kMetricPrefix + std::to_string(SM_MIDEASTENABLED), "3");
+  platform::SetFact(facts::kMetricPrefix + std::to_string(SM_DBCSENABLED), "5");
+  Restart();
   const StartupContext& context = startupContext;
-  EXPECT_EQ(WideView(context.productName), TEXT("Folvane"));
-  EXPECT_EQ(WideView(context.productNameVersion), TEXT("Folvane 8"));
-  EXPECT_EQ(WideView(context.displayName), TEXT("Folvane"));
-  EXPECT_EQ(WideView(context.portName), TEXT("KVR8:"));
-  EXPECT_EQ(WideView(context.companyName), TEXT("Veltmoor Software, LLC"));
-  EXPECT_EQ(WideView(context.printEnvironment),
-            sizeof(void*) == 4 ? TEXT("Windows NT x86") : TEXT("Windows x64"));
-  EXPECT_EQ(WideView(context.dispatcherTitle), TEXT("Folvane Dispatcher"));
-  EXPECT_EQ(WideView(context.webSite).substr(7), WideView(context.webHost));
-  EXPECT_TRUE(WideView(context.helpUrl).ends_with(TEXT("/help/folvane8")));
-  EXPECT_EQ(WideView(context.systemLanguageName), TEXT("English"));
+  const struct {
+    LPCWSTR field, text;
+  } kTexts[] = {
+      {context.productName, TEXT("Folvane")},
+      {context.productNameVersion, TEXT("Folvane 8")},
+      {context.displayName, TEXT("Folvane")},
+      {context.portName, TEXT("KVR8:")},
+      {context.companyName, TEXT("Veltmoor Software, LLC")},
+      {context.legalNotice, TEXT("Copyright \u00A9 Veltmoor Software, LLC. All rights reserved.")},
+      {context.printEnvironment, sizeof(void*) == 4 ? TEXT("Windows NT x86") : TEXT("Windows x64")},
+      {context.resourceDllName, TEXT("kvres832.dll")},
+      {context.graphicsDriverFile, TEXT("kvgraph8.dll")},
+      {context.interfaceFile, TEXT("kvinter8.dll")},
+      {context.displayFile, TEXT("kvdspl8.dll")},
+      {context.moduleFile, TEXT("kvmon8.dll")},
+      {context.monitorFile, TEXT("kvmon8.dll")},
+      {context.userInterfaceFile, TEXT("kvui8.dll")},
+      {context.dispatcherFile, TEXT("kvdisp8.exe")},
+      {context.dispatcherTitle, TEXT("Folvane Dispatcher")},
+      {context.webSite, TEXT("http://www.veltmoor.example")},
+      {context.webHost, TEXT("www.veltmoor.example")},
+      {context.helpUrl, TEXT("http://www.veltmoor.example/help/folvane8")},
+      {context.systemLanguageName, TEXT("English")},
+      {context.resourceText12003, TEXT(".")},
+      {context.resourceText10084, TEXT("Folvane Printer")},
+      {context.appDir, TEXT("")},
+  };
+  for (const auto& text : kTexts) EXPECT_EQ(WideView(text.field), text.text);
+  EXPECT_EQ(context.hInstance, GetModuleHandleW(nullptr));
   EXPECT_EQ(context.systemLangId, 0x0409);
   EXPECT_EQ(context.systemAnsiCodePage, 1252);
   EXPECT_EQ(context.defaultUnits, 1u);
   EXPECT_EQ(context.guiFontCodePage, 1252u);
   EXPECT_FALSE(context.guiFontDbcs);
+  EXPECT_EQ(context.midEastEnabled, 3);
+  EXPECT_EQ(context.dbcsEnabled, 5);
   EXPECT_EQ(context.resourceLangId, 0x0409);
   EXPECT_EQ(context.productKindCode, 109u);
   EXPECT_EQ(context.defaultPaperSize, 1u);
   EXPECT_EQ(context.resourceNumber12004, 8);
-  // Another process of the product registers the same messages; each of the fourteen has a number
-  // of its own.
-  const auto first = &context.messages.addSpoolFile;
-  for (int i = 0; i < 14; ++i) {
-    EXPECT_GE(first[i], 0xC000u);
-    for (int j = 0; j < i; ++j) EXPECT_NE(first[i], first[j]);
+  const LPCWSTR kMessages[] = {
+      TEXT("AddSpoolFile"),     TEXT("AnnotDeleted"),    TEXT("CtlColorEditThis"),
+      TEXT("EditNotifyThis"),   TEXT("EndEdit"),         TEXT("GetNoteInvalidateExtra"),
+      TEXT("IdiotProof"),       TEXT("KillRedraw"),      TEXT("NoteCommand"),
+      TEXT("PostChangeKvFile"), TEXT("PreChangeKvFile"), TEXT("SaveNote"),
+      TEXT("SelectNote"),       TEXT("WaitRedraw")};
+  static_assert(std::size(kMessages) * sizeof(UINT) == sizeof(context.messages));
+  for (size_t i = 0; i < std::size(kMessages); ++i) {
+    const std::basic_string<WCHAR> name = TEXT("Folvane-081B-WM_");
+    EXPECT_EQ((&context.messages.addSpoolFile)[i],
+              RegisterWindowMessageW((name + kMessages[i]).c_str()));
   }
-  EXPECT_EQ(context.messages.addSpoolFile,
-            RegisterWindowMessageW(TEXT("Folvane-081B-WM_AddSpoolFile")));
-  EXPECT_EQ(context.messages.waitRedraw,
-            RegisterWindowMessageW(TEXT("Folvane-081B-WM_WaitRedraw")));
-  EXPECT_EQ(context.clipboardFormats.kvNote,
-            LOWORD(RegisterClipboardFormatW(TEXT("VeltmoorSoftware_CF_KvNote"))));
+  const auto format = [](LPCWSTR name) { return LOWORD(RegisterClipboardFormatW(name)); };
+  EXPECT_EQ(context.clipboardFormats.kvFile, format(TEXT("VeltmoorSoftware_CF_KvFile")));
+  EXPECT_EQ(context.clipboardFormats.kvNote, format(TEXT("VeltmoorSoftware_CF_KvNote")));
+  EXPECT_EQ(context.clipboardFormats.metadata, format(TEXT("VeltmoorSoftware_CF_Metadata")));
+}
+
+HMODULE searched;
+int WINAPI NoteWhoHasTheString(HINSTANCE module, UINT number, LPWSTR buffer, int capacity) {
+  searched = module;
+  *buffer = 0;
+  return number == IDS_RESOURCE_ERROR && capacity == MAX_PATH ? 1 : 0;
+}
+
+TEST_F(StartupTest, WithoutALibraryTheModuleMayHaveTheStringsItself) {
+  const HINSTANCE instance = GetModuleHandleW(nullptr);
+  for (const bool has : {true, false}) {
+    ProcessDetach();
+    RenewContext();
+    startupContext.resourceDllName = nullptr;
+    if (has) platform::Replace("LoadStringW", &NoteWhoHasTheString);
+    EXPECT_EQ(ProcessAttach(instance), has);
+    EXPECT_EQ(startupContext.hResources, has ? instance : nullptr);
+    EXPECT_EQ(startupContext.productKindCode, 0u);
+    if (has) {
+      EXPECT_EQ(searched, instance);
+      EXPECT_EQ(WideView(startupContext.resourceText10084), TEXT("Folvane"));
+    } else {
+      EXPECT_EQ(startupContext.webSite[0], 0) << "nothing goes on";
+    }
+    platform::ResetFaults();
+    ProcessDetach();
+    EXPECT_EQ(platform::CallCount("FreeLibrary"), 0u) << "it is not a library of its own";
+    EXPECT_EQ(startupContext.hResources, nullptr);
+  }
 }
 
 TEST_F(StartupTest, TheResourceLibrarysPathFitsWholeOrNotAtAll) {
@@ -80,7 +138,7 @@ TEST_F(StartupTest, TheResourceLibrarysPathFitsWholeOrNotAtAll) {
 }
 
 TEST_F(StartupTest, FollowsTheSystemLocaleAndTheDialogFont) {
-  platform::SetFact(platform::facts::kSystemLocale, "0x0411");
+  platform::SetFact(facts::kSystemLocale, "0x0411");
   Restart();
   EXPECT_EQ(WideView(startupContext.systemLanguageName), TEXT("Japanese"));
   EXPECT_EQ(startupContext.systemLangId, 0x0411);
@@ -102,7 +160,7 @@ TEST_F(StartupTest, MapsCharacterSetsToCodePages) {
                 {178, 1256, FALSE}, {186, 1257, FALSE}, {204, 1251, FALSE}, {222, 874, FALSE},
                 {238, 1250, FALSE}, {200, 0, FALSE}};
   for (const auto& c : kCases) {
-    platform::SetFactNumber(platform::facts::kGuiFontCharset, c.charset);
+    platform::SetFactNumber(facts::kGuiFontCharset, c.charset);
     Restart();
     EXPECT_EQ(startupContext.guiFontCodePage, c.codePage) << "character set " << c.charset;
     EXPECT_EQ(startupContext.guiFontDbcs, c.doubleByte) << "character set " << c.charset;
