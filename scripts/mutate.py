@@ -4,8 +4,10 @@ import argparse
 import atexit
 import collections
 import concurrent.futures
+import ctypes
 import dataclasses
 import difflib
+import fcntl
 import hashlib
 import json
 import os
@@ -27,6 +29,9 @@ WORK = ROOT / 'build' / 'mutate'
 SECONDS_MORE, TIMES_AS_LONG = 10, 5
 MOST_MEMORY = 3 << 30
 MOST_OF_A_FILE = 16 << 30
+# What is started ends with this program, however that ends.
+PR_SET_PDEATHSIG = 1
+libc = ctypes.CDLL(None)
 
 
 def folders():
@@ -112,6 +117,7 @@ class Tree:
     def run(self, command, seconds=None):
         """True, or why it failed. What it starts is ended with it."""
         def bound():
+            libc.prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
             resource.setrlimit(resource.RLIMIT_FSIZE, (MOST_OF_A_FILE, MOST_OF_A_FILE))
             if seconds is not None:
                 resource.setrlimit(resource.RLIMIT_AS, (MOST_MEMORY, MOST_MEMORY))
@@ -271,6 +277,11 @@ def main():
         programs = [p for p in programs if p in {all_folders[f] for f in chosen}]
         digest.update(b'own')
     WORK.mkdir(parents=True, exist_ok=True)
+    lock = open(WORK / 'lock', 'w')
+    try:
+        fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+    except BlockingIOError:
+        sys.exit(f'mutate: another run works in {WORK}')
     results = Results(WORK / 'verdicts.jsonl', digest.hexdigest())
     trees = [Tree(number) for number in range(arguments.jobs)]
     for tree in trees:

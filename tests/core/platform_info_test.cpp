@@ -3,6 +3,7 @@
 
 #include "platform/control/pe_writer.h"
 #include "platform/control/profiles.h"
+#include "runtime/core/version_record.h"
 #include "runtime/files/current_directory.h"
 #include "tests/support/machine_test.h"
 
@@ -79,6 +80,97 @@ TEST_F(PlatformInfoTest, VersionsOfNoName) {
   // Windows XP for x64 is a workstation of the server's version.
   ASSERT_TRUE(platform::UseProfile("windows-xp", "x64"));
   ExpectFacts({"", 0, kWindowsXp, 5, 2, 0, 2, 5});
+}
+
+DWORD WINAPI VersionOfNt() {
+  return 0x0A280105;
+}
+
+// The number that systems report of themselves may say less than the record.
+TEST_F(PlatformInfoTest, WhatTheRecordTellsOfOlderSystems) {
+  platform::SetFactNumber(platform::facts::kPlatformId, VER_PLATFORM_WIN32_WINDOWS);
+  platform::Replace("GetVersion", &VersionOfNt);
+  const struct {
+    WORD major, minor;
+    DWORD win9x;
+  } kOld[] = {{4, 0, 1}, {4, 10, 2}, {4, 90, 3}, {5, 0, 3}};
+  for (const auto& old : kOld) {
+    platform::SetFactNumber(platform::facts::kMajor, old.major);
+    platform::SetFactNumber(platform::facts::kMinor, old.minor);
+    platform::InstallSystemFiles();
+    ExpectFacts({"", old.win9x, 0, old.major, old.minor, 0, 0, 5});
+  }
+  platform::SetFactNumber(platform::facts::kPlatformId, VER_PLATFORM_WIN32_NT);
+  platform::SetFactNumber(platform::facts::kMajor, 6);
+  platform::SetFactNumber(platform::facts::kMinor, 4);
+  platform::InstallSystemFiles();
+  ExpectFacts({"", 0, kWindows10, 6, 4, 0, 0, 5});
+}
+
+TEST_F(PlatformInfoTest, TheRegistryTellsServersWhereTheRecordDoesNot) {
+  platform::SetFact(platform::facts::kExtendedVersion, "0");
+  platform::SetFact(platform::facts::kUserIsElevated, "1");
+  HKEY key = nullptr;
+  ASSERT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE,
+                            TEXT("System\\CurrentControlSet\\Control\\ProductOptions"), 0, nullptr,
+                            0, KEY_WRITE, nullptr, &key, nullptr),
+            ERROR_SUCCESS);
+  const struct {
+    std::basic_string<WCHAR> type;
+    DWORD is_server;
+  } kTypes[] = {{TEXT("ServerNT"), 1},
+                {TEXT("serverNt"), 1},
+                {TEXT("LanmanNT"), 0},
+                {TEXT("WinNT"), 0},
+                {TEXT("ServerNT2"), 0}};
+  for (const auto& type : kTypes) {
+    RegSetValueExW(key, TEXT("ProductType"), 0, REG_SZ,
+                   reinterpret_cast<const BYTE*>(type.type.c_str()),
+                   static_cast<DWORD>((type.type.size() + 1) * sizeof(WCHAR)));
+    ExpectFacts({"", 0, kWindows10, 10, 0, type.is_server, 0, 5});
+  }
+  RegDeleteValueW(key, TEXT("ProductType"));
+  ExpectFacts({"", 0, kWindows10, 10, 0, 0, 0, 5});
+  // 256 characters without a terminator are the longest.
+  WCHAR text[257];
+  for (const DWORD units : {256, 257}) {
+    const std::basic_string<WCHAR> longest(units, 'x');
+    RegSetValueExW(key, TEXT("ProductType"), 0, REG_SZ,
+                   reinterpret_cast<const BYTE*>(longest.c_str()), units * 2);
+    for (WCHAR& c : text) c = '#';
+    ReadProductType(text);
+    EXPECT_EQ(WideView(text), units == 256 ? WideView(longest) : TEXT(""));
+  }
+  RegCloseKey(key);
+}
+
+BOOL WINAPI IsUnderWow64(HANDLE, BOOL* wow64) {
+  *wow64 = TRUE;
+  return TRUE;
+}
+BOOL WINAPI CannotTell(HANDLE, BOOL* wow64) {
+  *wow64 = TRUE;
+  return FALSE;
+}
+WORD native_architecture;
+void WINAPI NativeArchitecture(SYSTEM_INFO* info) {
+  info->wProcessorArchitecture = native_architecture;
+}
+
+TEST_F(PlatformInfoTest, TheArchitectureBelowIsAmd64OrUnknown) {
+  platform::Replace("IsWow64Process", &IsUnderWow64);
+  platform::Replace("GetNativeSystemInfo", &NativeArchitecture);
+  native_architecture = PROCESSOR_ARCHITECTURE_AMD64;
+  EXPECT_EQ(GetWow64Arch(), 9u);
+  native_architecture = 6;  // Itanium
+  EXPECT_EQ(GetWow64Arch(), 0xFFFFu);
+  platform::SetFact(platform::facts::kEntryPrefix + std::string("kernel32.GetNativeSystemInfo"),
+                    "0");
+  EXPECT_EQ(GetWow64Arch(), 0xFFFFu);
+  platform::Replace("IsWow64Process", &CannotTell);
+  EXPECT_EQ(GetWow64Arch(), 0u);
+  platform::SetFact(platform::facts::kEntryPrefix + std::string("kernel32.IsWow64Process"), "0");
+  EXPECT_EQ(GetWow64Arch(), 0u);
 }
 
 TEST_F(PlatformInfoTest, RecordsThatCannotBeRead) {
