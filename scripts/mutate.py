@@ -6,7 +6,6 @@ import collections
 import concurrent.futures
 import ctypes
 import dataclasses
-import difflib
 import fcntl
 import hashlib
 import json

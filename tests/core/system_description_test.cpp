@@ -27,6 +27,9 @@ class SystemDescriptionTest : public RuntimeTest {
   }
 };
 
+constexpr const char* kArchitecture =
+    sizeof(void*) == 4 ? "\nArchitecture: x86 (reported), AMD64 (actual)" : "\nArchitecture: AMD64";
+
 // "x64" and "x86" of a text, by how this program runs on a machine of that architecture.
 std::string WithProcessor(std::string text) {
   const size_t mark = text.find('#');
@@ -93,10 +96,7 @@ std::string FullText(const Version& version) {
   const bool x64 = platform::Fact(facts::kArchitecture) == "x64";
   std::string text =
       "computer WORKSTATION, user Ada\n" + WithProcessor(version.name) + version.service_pack;
-  if (x64) {
-    text += sizeof(void*) == 4 ? "\nArchitecture: x86 (reported), AMD64 (actual)"
-                               : "\nArchitecture: AMD64";
-  }
+  if (x64) text += kArchitecture;
   if (version.terminal != nullptr) {
     text += std::string("\n") + version.terminal;
     text += vista ? "\ncurrent session ID = 1, active console session ID = 1\n"
@@ -139,6 +139,7 @@ TEST_F(SystemDescriptionTest, EditionsFollowSuitesAndMetrics) {
       {"windows-vista", VER_SUITE_PERSONAL, 0, "Windows Vista Home Basic x64"},
       {"windows-vista", VER_SUITE_PERSONAL, SM_MEDIACENTER, "Windows Vista Home Premium x64"},
       {"windows-vista", 0, SM_MEDIACENTER, "Windows Vista Ultimate x64"},
+      {"windows-7", VER_SUITE_PERSONAL, 0, "Windows 7 Home Basic x64"},
       {"windows-7", VER_SUITE_PERSONAL, SM_MEDIACENTER, "Windows 7 Home Premium x64"},
       {"windows-7", 0, SM_MEDIACENTER, "Windows 7 Ultimate x64"},
       {"windows-7", 0, SM_STARTER, "Windows 7 Starter x64"},
@@ -150,6 +151,10 @@ TEST_F(SystemDescriptionTest, EditionsFollowSuitesAndMetrics) {
        "Windows Server 2003 Enterprise Edition x64"},
       {"windows-server-2008", VER_SUITE_ENTERPRISE, SM_SERVERR2,
        "Windows Server 2008 R2 Enterprise x64"},
+      {"windows-server-2008", VER_SUITE_DATACENTER | VER_SUITE_ENTERPRISE, 0,
+       "Windows Server 2008 Datacenter x64"},
+      {"windows-server-2008-r2", VER_SUITE_ENTERPRISE, 0, "Windows Server 2008 R2 Enterprise x64"},
+      {"windows-server-2012", VER_SUITE_DATACENTER, 0, "Windows Server 2012 Datacenter x64"},
       {"windows-server-2012", VER_SUITE_ENTERPRISE, 0, "Windows Server 2012 x64"},
       {"windows-server-2012-r2", VER_SUITE_DATACENTER, 0, "Windows 8.1 Datacenter x64"},
   };
@@ -189,14 +194,11 @@ TEST_F(SystemDescriptionTest, TheFullTextTellsAll) {
   WCHAR computer[MAX_PATH];
   DWORD size = MAX_PATH;
   GetComputerNameW(computer, &size);
-  const std::string architecture = sizeof(void*) == 4
-                                       ? "\nArchitecture: x86 (reported), AMD64 (actual)"
-                                       : "\nArchitecture: AMD64";
   EXPECT_EQ(Description(kFullDetail),
             "computer " + platform::ToUtf8(computer) +
                 ", user Ada\n"
                 "Windows 7 Ultimate x64 SP1" +
-                architecture +
+                kArchitecture +
                 "\nTablet PC Edition"
                 "\n"
                 "\nTerminal Server (single user)"
@@ -217,14 +219,64 @@ TEST_F(SystemDescriptionTest, TheFullTextTellsAll) {
 TEST_F(SystemDescriptionTest, WhatIsUnusualIsTold) {
   const std::string client = facts::kSessionPrefix + std::string("1.client");
   const std::string media_center = facts::kMetricPrefix + std::to_string(SM_MEDIACENTER);
+  const std::string starter = facts::kMetricPrefix + std::to_string(SM_STARTER);
+  const std::string tablet = facts::kMetricPrefix + std::to_string(SM_TABLETPC);
+  const std::string personal = facts::kSuiteMask;
   const std::string remote = facts::kMetricPrefix + std::to_string(SM_REMOTESESSION);
+  using Facts = std::vector<std::pair<std::string, std::string>>;
+  const auto Old = [](const char* major, const char* minor, const char* release) {
+    return Facts{{facts::kPlatformId, "1"},
+                 {facts::kMajor, major},
+                 {facts::kMinor, minor},
+                 {facts::kServicePackText, release}};
+  };
   const struct {
     const char* profile;
-    std::vector<std::pair<std::string, std::string>> facts;
-    const char* line;
+    Facts facts;
+    const char* line;  // "#" stands for the architecture, "@" for the processor
   } kUnusual[] = {
       {"windows-7", {{facts::kServicePackMinor, "2"}}, "Windows 7 Professional x64 SP1.02\n"},
       {"windows-xp", {{media_center, "1"}}, "\nMedia Center Edition\n"},
+      {"windows-xp", {{starter, "1"}}, "\nStarter Edition\n"},
+      {"windows-xp", {{tablet, "1"}}, "\nTablet PC Edition\n"},
+      {"windows-7", {{starter, "1"}, {personal, "512"}}, "Windows 7 Home Basic x64 SP1\n"},
+      {"windows-7", {{starter, "1"}, {personal, "512"}}, "\nStarter Edition\n"},
+      {"windows-10", {{media_center, "1"}, {personal, "512"}}, "\nMedia Center Edition\n"},
+      {"windows-10", {{media_center, "1"}}, "#\n\nTerminal Server"},
+      {"windows-7", {{starter, "1"}, {media_center, "1"}}, "#\n\nTerminal Server"},
+      {"windows-vista", {{media_center, "1"}}, "#\n\nTerminal Server"},
+      // Names of versions without a profile.
+      {"windows-10", Old("4", "0", " B"), "Windows 95 OSR2\n"},
+      {"windows-10", Old("4", "10", "B"), "Windows 98\n"},
+      {"windows-10", Old("4", "10", " A"), "Windows 98 SE\n"},
+      {"windows-10", Old("4", "11", " A"), "Windows 9x/Me v4.11\n"},
+      {"windows-10", {{facts::kPlatformId, "0"}}, "\nWin32s\n"},
+      {"windows-10", {{facts::kMajor, "6"}, {facts::kMinor, "4"}}, "Windows 10 x64#"},
+      {"windows-xp", {{facts::kMinor, "2"}}, "Windows XP Professional x64 SP2#"},
+      {"windows-server-2003",
+       {{facts::kMajor, "4"}, {facts::kMinor, "1"}},
+       "Windows Server Server @ 4.01 SP2\n"},
+      {"windows-server-2003",
+       {{facts::kMajor, "4"}, {personal, "2"}},
+       "Windows Server Server Enterprise Edition @ 4.02 SP2\n"},
+      {"windows-xp", {{facts::kMajor, "4"}}, "Windows NT Workstation @ 4.02 SP2\n"},
+      {"windows-10",
+       {{facts::kExtendedVersion, "0"}, {facts::kServicePackText, " "}},
+       "Windows 10 Workstation x64#"},
+      {"windows-10",
+       {{facts::kExtendedVersion, "0"}, {facts::kServicePackText, "SP 7"}},
+       "Windows 10 Workstation x64 SP 7#"},
+      {"windows-10", {{facts::kProductType, "2"}}, "\nVER_NT_DOMAIN_CONTROLLER\n"},
+      {"windows-10", {{facts::kProductType, "4"}}, "\nunknown\n"},
+      {"windows-10", {{facts::kUserIntegrity, "4095"}}, "\nprocess integrity level: untrusted\n"},
+      {"windows-10", {{facts::kUserIntegrity, "4096"}}, "\nprocess integrity level: low\n"},
+      {"windows-10", {{facts::kUserIntegrity, "8191"}}, "\nprocess integrity level: low\n"},
+      {"windows-10", {{facts::kUserIntegrity, "12287"}}, "\nprocess integrity level: medium\n"},
+      {"windows-10", {{facts::kUserIntegrity, "16383"}}, "\nprocess integrity level: high\n"},
+      {"windows-10", {{facts::kUserIntegrity, "20479"}}, "\nprocess integrity level: system\n"},
+      {"windows-10", {{facts::kUserIsElevated, "1"}}, "\nadministrative user (elevated)\n"},
+      {"windows-10", {{facts::kUserIsAdministrator, "0"}}, "\nnon-administrative user\n"},
+      {"windows-10", {{remote, "1"}}, "\nremote session\n"},
       {"windows-10", {{remote, "1"}, {client, "LAPTOP"}}, "\nremote session from client LAPTOP\n"},
       {"windows-10", {{facts::kUserIntegrity, "12288"}}, "\nprocess integrity level: high\n"},
       {"windows-10", {{facts::kUserIntegrity, "16384"}}, "\nprocess integrity level: system\n"},
@@ -233,8 +285,14 @@ TEST_F(SystemDescriptionTest, WhatIsUnusualIsTold) {
   for (const auto& unusual : kUnusual) {
     Use(unusual.profile, "x64");
     for (const auto& [name, value] : unusual.facts) platform::SetFact(name, value);
+    platform::InstallSystemFiles();
     const std::string text = Description(kFullDetail);
-    EXPECT_NE(text.find(unusual.line), std::string::npos) << text;
+    std::string line = unusual.line;
+    if (const size_t mark = line.find('#'); mark != std::string::npos)
+      line.replace(mark, 1, kArchitecture);
+    if (const size_t mark = line.find('@'); mark != std::string::npos)
+      line.replace(mark, 1, sizeof(void*) == 4 ? "x86" : "x64");
+    EXPECT_NE(text.find(line), std::string::npos) << line << "\n  is not in:\n" << text;
     for (const auto& [name, value] : unusual.facts) platform::ClearFact(name);
   }
 }
