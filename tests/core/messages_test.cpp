@@ -70,12 +70,39 @@ TEST_F(MessagesTest, LongTextsAreCut) {
   EXPECT_EQ(platform::ShownBoxes().back().text.size(), 1023u);
 }
 
-TEST_F(MessagesTest, FailedCallsCarryTheSystemsWords) {
-  platform::AnswerNextBox(IDOK);
-  SetLastError(ERROR_FILE_NOT_FOUND);
-  ShowLastError(TEXT("WriteFile"));
-  EXPECT_EQ(WideView(platform::ShownBoxes().back().text),
-            TEXT("WriteFile failed.\n\nThe system cannot find the file specified."));
+TEST_F(MessagesTest, ReportsCarryTheSystemsWordsAndLeaveTheLastError) {
+  const LPCWSTR failed = TEXT("WriteFile failed.\n\nThe system cannot find the file specified.");
+  const struct {
+    int (*report)();
+    LPCWSTR text;
+    int answer;
+    DWORD error;
+  } kReports[] = {
+      {[] { return ShowLastError(TEXT("WriteFile")); }, failed, IDOK, ERROR_FILE_NOT_FOUND},
+      {[] { return ShowErrorCode(TEXT("WriteFile"), ERROR_ACCESS_DENIED); },
+       TEXT("WriteFile failed.\n\nAccess is denied."), IDOK, ERROR_FILE_NOT_FOUND},
+      {[] { return ReportFailedCall(TEXT("WriteFile")); }, failed, FALSE, ERROR_FILE_NOT_FOUND},
+      {[] { return ReportNoMemory(TEXT("Here")); }, TEXT("An internal error occurred: Here."),
+       FALSE, ERROR_NOT_ENOUGH_MEMORY},
+      {[] { return ShowInternalError(TEXT("Here")); }, TEXT("An internal error occurred: Here."),
+       IDOK, ERROR_FILE_NOT_FOUND},
+      {ShowResourceError,
+       TEXT("A text or picture of the program could not be loaded. Please install the program "
+            "again."),
+       IDOK, ERROR_FILE_NOT_FOUND},
+      {[] { return ShowErrorF(TEXT("%s-%d"), TEXT("a"), 7); }, TEXT("a-7"), IDOK,
+       ERROR_FILE_NOT_FOUND},
+  };
+  for (const auto& report : kReports) {
+    platform::AnswerNextBox([](HWND) {
+      SetLastError(4711);
+      return IDOK;
+    });
+    SetLastError(ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(report.report(), report.answer);
+    EXPECT_EQ(GetLastError(), report.error) << (&report - kReports);
+    EXPECT_EQ(WideView(platform::ShownBoxes().back().text), report.text);
+  }
 }
 
 TEST_F(MessagesTest, ErrorTextsNeedRoomAndACode) {
@@ -97,6 +124,15 @@ TEST_F(MessagesTest, ErrorTextsNeedRoomAndACode) {
   GetSystemErrorText(ERROR_FILE_NOT_FOUND, nullptr, 256);
   GetSystemErrorText(ERROR_FILE_NOT_FOUND, text, 256);
   EXPECT_EQ(WideView(text), TEXT("The system cannot find the file specified.\r\n"));
+  SetLastError(ERROR_ACCESS_DENIED);
+  GetLastErrorText(text, 256);
+  EXPECT_EQ(WideView(text), TEXT("Access is denied.\r\n"));
+  SetLastError(ERROR_FILE_NOT_FOUND);
+  GetLastErrorSuffix(text, 256);
+  EXPECT_EQ(WideView(text), TEXT(".\n\nThe system cannot find the file specified"));
+  text[0] = '#';
+  GetLastErrorSuffix(text, 0);
+  EXPECT_EQ(text[0], '#') << "there is no room at all";
 }
 
 TEST_F(MessagesTest, AnErrorTextThatIsTooLongIsCut) {
