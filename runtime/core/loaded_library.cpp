@@ -62,8 +62,6 @@ LoadedLibrary::~LoadedLibrary() {
 }
 
 void LoadedLibrary::Free() {
-  fileTitle_.reset();
-  modulePath_.reset();
   if (const HMODULE module = Detach()) FreeLibrary(module);
 }
 

@@ -169,16 +169,23 @@ TEST_F(LibraryTest, WhereDllDirectoriesAreMissingTheCurrentDirectoryServes) {
   EXPECT_EQ(WideView(after), WideView(before));
 }
 
+HMODULE WINAPI FailDifferently(LPCWSTR) {
+  static bool again;
+  SetLastError(std::exchange(again, true) ? ERROR_BAD_EXE_FORMAT : ERROR_MOD_NOT_FOUND);
+  return nullptr;
+}
+
 TEST_F(LibraryTest, FailureIsReportedWithTheErrorOfTheLastTry) {
-  platform::FailCall("LoadLibraryW", 1, ERROR_MOD_NOT_FOUND);
-  platform::FailCall("LoadLibraryW", 1, ERROR_BAD_EXE_FORMAT, 2);
+  platform::Replace("LoadLibraryW", &FailDifferently);
   platform::AnswerNextBox(IDOK);
   LoadedLibrary library;
   EXPECT_FALSE(library.Load(kPath, Quiet::kNo));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_BAD_EXE_FORMAT));
-  EXPECT_TRUE(
-      WideView(platform::ShownBoxes().back().text)
-          .starts_with(TEXT("The library \"C:\\libs\\some.dll\" could not be loaded.\n\n")));
+  EXPECT_EQ(
+      WideView(platform::ShownBoxes().back().text),
+      TEXT("The library \"C:\\libs\\some.dll\" could not be loaded.\n\n%1 is not a valid Win32 "
+           "application."));
+  platform::ResetFaults();
   EXPECT_FALSE(library.Load(TEXT("missing.dll"), Quiet::kYes));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_MOD_NOT_FOUND));
   EXPECT_EQ(platform::ShownBoxes().size(), 1u);

@@ -4,6 +4,7 @@
 #include "resources/string_ids.h"
 #include "runtime/core/resource_library.h"
 #include "tests/support/runtime_test.h"
+#include "tests/support/test_key.h"
 
 namespace kv::test {
 namespace {
@@ -135,6 +136,25 @@ TEST_F(StartupTest, TheResourceLibrarysPathFitsWholeOrNotAtAll) {
   EXPECT_FALSE(FindResourceLibrary(path, length));
   EXPECT_EQ(GetLastError(), DWORD{ERROR_FILENAME_EXCED_RANGE});
   EXPECT_EQ(WideView(path), TEXT(""));
+}
+
+TEST_F(StartupTest, TheUsersHelpAddressGoesBeforeTheMachines) {
+  using Text = std::basic_string<WCHAR>;
+  platform::SetFact(facts::kUserIsElevated, "1");
+  const auto set = [](HKEY root, const Text& text) {
+    const Key key = Key::Create(root, TEXT("Software\\Veltmoor Software\\Folvane8"));
+    SetText(key, TEXT("Help"), text);
+  };
+  const auto help = [&](LPCWSTR machine, const Text& user) {
+    set(HKEY_LOCAL_MACHINE, machine);
+    set(HKEY_CURRENT_USER, user);
+    Restart();
+    return Text(startupContext.helpUrl);
+  };
+  EXPECT_EQ(help(TEXT(""), TEXT("")), TEXT("http://www.veltmoor.example/help/folvane8"));
+  EXPECT_EQ(help(TEXT("m"), TEXT("")), TEXT("m"));
+  EXPECT_EQ(help(TEXT("m"), TEXT("u")), TEXT("u"));
+  EXPECT_EQ(help(TEXT("m"), Text(300, u'u')), Text(259, u'u'));
 }
 
 TEST_F(StartupTest, FollowsTheSystemLocaleAndTheDialogFont) {

@@ -76,20 +76,6 @@ TEST_F(SettingsTest, TheProgramDirectoryIsTheMachinesAndFitsOrIsMissing) {
   EXPECT_EQ(WideView(startupContext.appDir), TEXT(""));
 }
 
-TEST_F(SettingsTest, TheUsersHelpAddressGoesBeforeTheMachines) {
-  const WideString built_in = startupContext.helpUrl;
-  const auto help = [&](LPCWSTR machine, const WideString& user) {
-    SetText(Settings(HKEY_LOCAL_MACHINE), TEXT("Help"), machine);
-    SetText(Settings(HKEY_CURRENT_USER), TEXT("Help"), user);
-    Restart();
-    return WideString(startupContext.helpUrl);
-  };
-  EXPECT_EQ(help(TEXT(""), TEXT("")), built_in);
-  EXPECT_EQ(help(TEXT("m"), TEXT("")), TEXT("m"));
-  EXPECT_EQ(help(TEXT("m"), TEXT("u")), TEXT("u"));
-  EXPECT_EQ(help(TEXT("m"), WideString(300, 'u')), WideString(259, 'u'));
-}
-
 TEST_F(SettingsTest, KeysOpenByModeAndRootAndWriteTheWideView) {
   EXPECT_FALSE(UserSettingsKey(KeyMode::kRead).IsOpen());
   EXPECT_FALSE(UserSettingsKey(static_cast<KeyMode>(2)).IsOpen());
