@@ -44,10 +44,7 @@ void GetErrorSuffix(DWORD code, LPWSTR buffer, int capacity) {
   CopyStringW(buffer, capacity, kSeparator);
   LPWSTR text = buffer + kSeparatorLength;
   ReadSystemText(code, text, capacity - kSeparatorLength);
-  if (text[0] == 0) {
-    buffer[0] = 0;
-    return;
-  }
+  if (text[0] == 0) buffer[0] = 0;
   size_t length = View(text).size();
   while (length > 0 && IsSpaceW(text[length - 1])) --length;
   if (length > 0 && (text[length - 1] == '.' || text[length - 1] == kIdeographicFullStop)) --length;

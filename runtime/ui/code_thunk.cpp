@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <utility>
 
 extern "C" {
 extern const BYTE kvHookTemplateBegin[];
@@ -48,8 +49,8 @@ void* CCodeThunk::Build(const CodeTemplate& code, const void* object) {
 }
 
 void CCodeThunk::Free() {
-  if (code_ != nullptr) VirtualFreeEx(GetCurrentProcess(), code_, 0, MEM_RELEASE);
-  code_ = nullptr;
+  if (void* const code = std::exchange(code_, nullptr))
+    VirtualFreeEx(GetCurrentProcess(), code, 0, MEM_RELEASE);
 }
 
 }  // namespace kv

@@ -57,6 +57,7 @@ void ExpectFacts(const Row& row) {
   EXPECT_EQ(facts.isServer, row.is_server);
   EXPECT_EQ(facts.servicePackMajor, row.service_pack);
   EXPECT_EQ(facts.comctlMajor, row.comctl);
+  EXPECT_EQ(facts.wow64Arch, row.major == 0 ? 0 : GetWow64Arch());
 }
 
 TEST_F(PlatformInfoTest, EveryVersion) {

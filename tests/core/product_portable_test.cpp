@@ -139,6 +139,14 @@ TEST(ProductKindTest, NamesFollowFamilyVersionAndCapacity) {
   EXPECT_EQ(GetDispatcherObjectName(*FindProductKind(109), text, 14), 0)
       << "half a name would be another name";
   EXPECT_EQ(WideView(text), TEXT(""));
+  for (const auto name : {GetDispatcherObjectName, GetProductRegistryRoot}) {
+    text[0] = 'x';
+    EXPECT_EQ(name(*FindProductKind(109), text, 1), 0);
+    EXPECT_EQ(text[0], 0);
+  }
+  text[0] = 'x';
+  EXPECT_EQ(GetProductDisplayName(*FindProductKind(109), text, 1, TRUE), 0);
+  EXPECT_EQ(text[0], 0);
   text[0] = 'x';
   EXPECT_EQ(GetDispatcherObjectName(*FindProductKind(109), text, 0), 0);
   EXPECT_EQ(GetProductDisplayName(*FindProductKind(109), text, 0, TRUE), 0);

@@ -1,6 +1,7 @@
 // Which language resource library the module loads.
 #include "platform/control/message_boxes.h"
 #include "runtime/core/product.h"
+#include "runtime/core/resource_library.h"
 #include "runtime/registry/deferred_file_ops.h"
 #include "tests/support/module_test.h"
 
@@ -112,6 +113,31 @@ TEST_F(ResourceChoiceTest, ADefaultLibraryOfAnotherVersionIsLoadedFromACopy) {
   ASSERT_TRUE(pending.FirstPendingRename(source, target));
   EXPECT_NE(WideView(source).find(TEXT("\\~KV")), WideView::npos);
   EXPECT_EQ(target, nullptr) << "the copy goes at the next restart";
+}
+
+TEST_F(ResourceChoiceTest, WhatCannotBeFoundOrLoadedIsReportedOnce) {
+  for (const bool exists : {false, true}) {
+    if (exists) Put("kvres832.dll", 0x0409, TEXT("97"), 26);
+    platform::ResetFaults();
+    platform::FailCall("LoadLibraryW", kLoadByLanguage, ERROR_NOT_ENOUGH_MEMORY, 2);
+    platform::AnswerNextBox(IDOK);
+    EXPECT_EQ(WideView(Loaded()), TEXT("not loaded"));
+    EXPECT_EQ(platform::ShownBoxes().back().text,
+              exists ? TEXT("Could not load resource DLL C:\\Windows\\System32\\kvres832.dll.")
+                     : TEXT("Could not find resource DLL kvres832.dll."));
+    EXPECT_EQ(platform::CallCount("LoadLibraryW"), exists ? 4u : 2u);
+  }
+}
+
+TEST_F(ResourceChoiceTest, TheLanguageOfResourcesIsTheFirstOneOfTheFirstBlock) {
+  platform::PeWriter()
+      .AddString(0x040C, 100, TEXT("x"))
+      .AddString(0x0409, 100, TEXT("x"))
+      .AddString(0x0407, 5000, TEXT("x"))
+      .WriteTo(platform::HostPath(TEXT("C:\\x.dll")));
+  const HMODULE module = LoadLibraryW(TEXT("C:\\x.dll"));
+  EXPECT_EQ(GetResourceLanguage(module), 0x0409);
+  EXPECT_TRUE(FreeLibrary(module));
 }
 
 TEST_F(ResourceChoiceTest, WithoutACopyTheFileItselfServes) {

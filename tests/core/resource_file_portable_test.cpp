@@ -114,6 +114,10 @@ TEST(ResourceFilePortableTest, TheLanguageIsThatOfTheOnlyNumberedEntryOfTheFirst
       image.Put(change.offset, change.value);
       EXPECT_EQ(image.Language(), change.expected) << change.what << (wide ? ", 64 bits" : "");
     }
+    TestImage at_zero(wide);
+    at_zero.Put(directory, 0);
+    at_zero.Put(second + 12, 0);
+    EXPECT_EQ(at_zero.Language(), 0) << "no resources, although a section begins there";
     TestImage image(wide);
     image.Put(second + 8, 0);
     image.Put(directory, 0x2180);

@@ -230,9 +230,15 @@ TEST_F(StartupTest, NumbersOfTheResourceLibraryHaveTheirDefaults) {
   }
 }
 
+RPC_STATUS RPC_ENTRY LocalUuid(UUID* uuid) {
+  memset(uuid, 7, sizeof(*uuid));
+  return RPC_S_UUID_LOCAL_ONLY;
+}
+
 TEST_F(StartupTest, ALocalOnlyUuidGivesATimeBasedName) {
-  platform::FailCall("UuidCreate", 1, RPC_S_UUID_LOCAL_ONLY);
+  platform::Replace("UuidCreate", &LocalUuid);
   const InstanceName fallback;
+  platform::ResetFaults();
   const UUID zero = {};
   EXPECT_EQ(memcmp(&fallback.guid(), &zero, sizeof(zero)), 0);
   const WideView text = fallback.guidText();

@@ -1,12 +1,14 @@
 // The extra button of message boxes.
 #include "runtime/ui/message_box_link.h"
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/control/message_boxes.h"
 #include "platform/control/shell.h"
+#include "platform/user/window.h"
 #include "resources/string_ids.h"
 #include "runtime/core/messages.h"
 #include "runtime/ui/link_button.h"
@@ -34,7 +36,7 @@ class MessageBoxLinkTest : public RuntimeTest {
   static bool NextBoxHasLink(LPCWSTR title = nullptr) {
     bool has = false;
     platform::AnswerNextBox([&](HWND box) {
-      has = GetDlgItem(box, kLinkButton) != nullptr;
+      has = GetDlgItem(box, 3239) != nullptr;
       return IDOK;
     });
     if (title != nullptr) {
@@ -63,24 +65,67 @@ TEST_F(MessageBoxLinkTest, TheButtonStandsBehindTheOthersAndTheRowInTheMiddle) {
     link.SetCaption(one.caption);
     link.SetTarget(TEXT("http://%s"), TEXT("folvane"));
     platform::AnswerNextBox([&](HWND box) {
-      EXPECT_EQ(TextOf(GetDlgItem(box, kLinkButton)), one.shown);
+      EXPECT_EQ(TextOf(GetDlgItem(box, 3239)), one.shown);
       std::vector<int> row = one.ids;
-      row.push_back(kLinkButton);
+      row.push_back(3239);
       for (size_t i = 1; i < row.size(); ++i) {
         EXPECT_EQ(PlaceOf(box, row[i]).left - PlaceOf(box, row[i - 1]).right, one.gap);
       }
-      const RECT first = PlaceOf(box, row.front()), last = PlaceOf(box, kLinkButton);
+      const RECT first = PlaceOf(box, row.front()), last = PlaceOf(box, 3239);
       EXPECT_EQ(last.right - last.left, one.width);
       EXPECT_TRUE(first.top == last.top && first.bottom == last.bottom);
       RECT client;
       GetClientRect(box, &client);
       EXPECT_LE(std::abs((first.left + last.right) - client.right), 1) << "centred";
       EXPECT_EQ(SendMessageW(GetDlgItem(box, row[0]), WM_GETFONT, 0, 0),
-                SendMessageW(GetDlgItem(box, kLinkButton), WM_GETFONT, 0, 0));
+                SendMessageW(GetDlgItem(box, 3239), WM_GETFONT, 0, 0));
       return one.ids.back();
     });
     EXPECT_EQ(one.show(TEXT("A long text so that the row has room in the box that it is in.")),
               one.ids.back());
+  }
+}
+
+// Buttons of any box, in the order of their places.
+TEST_F(MessageBoxLinkTest, TheRowIsTakenAsItStands) {
+  const auto child = [](HWND box, int id, int left, int width) {
+    CreateWindowExW(0, TEXT("button"), TEXT(""), WS_CHILD | WS_VISIBLE, left, 30, width, 20, box,
+                    reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), nullptr, nullptr);
+  };
+  platform::SetFact(platform::facts::kMetricPrefix + std::to_string(SM_CXEDGE), "5");
+  const struct {
+    std::vector<std::pair<int, int>> buttons;  // identifier and left
+    int left, link;                            // of the first one, and of the link's
+  } cases[] = {
+      {{{9, 10}}, 142, 207},           // three edges apart
+      {{{9, 10}, {1, 100}}, 85, 265},  // as far apart as the first two
+      {{{1, 100}, {2, 10}, {7, 200}}, 35, 315},
+      {{{0, 10}, {10, 100}}, 10, 0},  // identifiers of no button of a box
+  };
+  for (const auto& one : cases) {
+    const HWND box = CreateWindowExW(0, TEXT("static"), TEXT(""), WS_POPUP, 50, 60, 400, 100,
+                                     nullptr, nullptr, nullptr, nullptr);
+    for (const auto& [id, left] : one.buttons) child(box, id, left, 50);
+    AddLinkButton(box, TEXT("Go"));
+    const HWND link = GetDlgItem(box, 3239);
+    ASSERT_EQ(link != nullptr, one.link != 0);
+    const auto first = std::min_element(one.buttons.begin(), one.buttons.end(),
+                                        [](auto a, auto b) { return a.second < b.second; });
+    EXPECT_EQ(PlaceOf(box, first->first).left, one.left);
+    if (link != nullptr) {
+      const RECT place = PlaceOf(box, 3239);
+      EXPECT_EQ(place.left, one.link);
+      EXPECT_TRUE(place.top == 30 && place.bottom == 50 && place.right == one.link + 50);
+      EXPECT_EQ(GetWindowLongW(link, GWL_STYLE), 0x50010000);
+      const auto children = platform::ChildrenNow(box);
+      const auto place_of_link = std::find_if(children.begin(), children.end(),
+                                              [&](const auto& c) { return c->handle == link; });
+      const auto last = std::max_element(one.buttons.begin(), one.buttons.end(),
+                                         [](auto a, auto b) { return a.second < b.second; });
+      ASSERT_NE(place_of_link, children.begin());
+      EXPECT_EQ((*std::prev(place_of_link))->handle, GetDlgItem(box, last->first)) << "tab order";
+    }
+    DestroyWindow(box);
   }
 }
 
@@ -153,7 +198,7 @@ TEST_F(MessageBoxLinkTest, TheBoxMayGoWhileTheShellWorks) {
   CMessageBoxLink link;
   link.SetTarget(TEXT("http://folvane/gone"));
   platform::Replace("ShellExecuteW", EndBoxAndRefuse);
-  platform::AnswerNextBox(kLinkButton);
+  platform::AnswerNextBox(3239);
   platform::AnswerNextBox(IDOK);
   ShowInfoF(TEXT("x"));
   ASSERT_EQ(platform::ShownBoxes().size(), 2u);
@@ -189,7 +234,7 @@ TEST_F(MessageBoxLinkTest, TargetsAreOpenedOrShown) {
     const size_t opened = platform::ShellRequests().size();
     const size_t shown = platform::ShownBoxes().size();
     if (one.refused) platform::FailCall("ShellExecuteW", 1, ERROR_FILE_NOT_FOUND);
-    platform::AnswerNextBox(kLinkButton);
+    platform::AnswerNextBox(3239);
     if (one.opened == nullptr) platform::AnswerNextBox(IDOK);
     platform::AnswerNextBox(IDCANCEL);
     EXPECT_EQ(AskOkCancelF(TEXT("x")), IDCANCEL) << "the box stayed open";

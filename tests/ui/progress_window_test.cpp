@@ -94,6 +94,20 @@ class ProgressWindowTest : public RuntimeTest {
     return nullptr;
   }
 
+  // Class, identifier and style of each child.
+  static std::string PartsOf(HWND parent) {
+    std::string parts;
+    platform::WindowLock lock;
+    for (const platform::WindowPointer& child : platform::ChildrenOf(parent)) {
+      const std::u16string& name = child->window_class->name;
+      char text[32];
+      snprintf(text, sizeof text, " %d %x\n", static_cast<int>(child->id),
+               static_cast<unsigned>(child->style));
+      parts += std::string(name.begin(), name.end()) + text;
+    }
+    return parts;
+  }
+
   HMODULE resources_ = nullptr;
 };
 
@@ -190,6 +204,63 @@ TEST_F(ProgressWindowTest, TheLayoutFollowsPictureFontAndTexts) {
     GetWindowRect(parent, &r);
     EXPECT_TRUE(r.left + r.right == 1920 && std::abs(r.top + r.bottom - 1080) <= 1) << "centred";
   }
+}
+
+TEST_F(ProgressWindowTest, ItsPartsAreThoseThatOthersLookFor) {
+  const HINSTANCE instance = GetModuleHandleW(nullptr);
+  const HWND owner = CreateWindowExW(0, TEXT("static"), TEXT(""), WS_POPUP | WS_VISIBLE, 0, 0, 9, 9,
+                                     nullptr, nullptr, nullptr, nullptr);
+  CProgressWnd window;
+  const RECT place = {5, 7, 6, 8};
+  ASSERT_TRUE(window.Create(instance, resources_, kClass, TEXT("t"), 0, 11, TRUE, nullptr, 0, 0,
+                            0x80800000u, 0x8, nullptr, &place));
+  EXPECT_EQ(PartsOf(window.window()),
+            "Static -1 50000003\nButton 3087 5000000b\nStatic -1 50000000\n"
+            "msctls_progress32 -1 40000001\nButton 2 50000000\n");
+  EXPECT_EQ(GetWindowLongW(window.window(), GWL_STYLE), static_cast<LONG>(0x80800000u));
+  EXPECT_EQ(GetWindowLongW(window.window(), GWL_EXSTYLE), 0x8);
+  EXPECT_EQ(platform::WindowOf(window.window())->owner, owner);
+  WCHAR name[80];
+  startupContext.instanceName.MakeUniqueName(name, 80, TEXT("CProgressWnd"));
+  EXPECT_EQ(GetPropW(window.window(), name), &window);
+  WNDCLASSW found;
+  ASSERT_TRUE(GetClassInfoW(instance, kClass, &found));
+  EXPECT_EQ(found.hbrBackground, reinterpret_cast<HBRUSH>(INT_PTR{16}));
+  EXPECT_EQ(found.cbWndExtra, 4);
+  ASSERT_TRUE(Create(window, FALSE));
+  EXPECT_EQ(PartsOf(window.window()), "Static -1 50000001\nmsctls_progress32 -1 40000001\n");
+  EXPECT_EQ(GetWindowLongW(window.window(), GWL_STYLE),
+            static_cast<LONG>(WS_POPUP | WS_CAPTION | WS_DISABLED));
+  window.SetControlIcon(11);
+  EXPECT_EQ(PartsOf(window.window()), "Static -1 50000001\nmsctls_progress32 -1 40000001\n");
+  platform::ResetFaults();
+  window.SetControlIcon(11);
+  EXPECT_EQ(platform::CallCount("LoadImageW"), 0u) << "there is no place for it";
+  DestroyWindow(owner);
+}
+
+TEST_F(ProgressWindowTest, MessagesOfOthersChangeNothing) {
+  CProgressWnd window;
+  ASSERT_TRUE(Create(window));
+  DRAWITEMSTRUCT item = {};
+  const auto send = [&](HWND to) {
+    EXPECT_EQ(SendMessageW(to, WM_COMMAND, 7, 0), 0);
+    EXPECT_EQ(SendMessageW(to, WM_TIMER, 7, 0), 0);
+    EXPECT_EQ(SendMessageW(to, WM_DRAWITEM, 7, reinterpret_cast<LPARAM>(&item)), TRUE);
+    EXPECT_EQ(SendMessageW(to, WM_PAINT, 0, 0), 0);
+    EXPECT_EQ(SendMessageW(to, WM_ACTIVATE, WA_INACTIVE, 0), 0);
+  };
+  send(window.window());
+  EXPECT_EQ(platform::CallCount("GetObjectW"), 0u) << "nothing is drawn";
+  EXPECT_FALSE(IsWindowVisible(window.window()));
+  EXPECT_TRUE(window.Pump());
+  const HWND left = window.Detach();
+  send(left);
+  EXPECT_EQ(SendMessageW(left, WM_COMMAND, IDCANCEL, 0), 0);
+  EXPECT_EQ(SendMessageW(left, WM_TIMER, 1, 0), 0);
+  EXPECT_EQ(SendMessageW(left, WM_DRAWITEM, 3087, reinterpret_cast<LPARAM>(&item)), TRUE);
+  EXPECT_EQ(SendMessageW(left, WM_CLOSE, 0, 0), 0);
+  EXPECT_TRUE(DestroyWindow(left));
 }
 
 BOOL WINAPI SeeBitmap(HDC, int x, int y, int width, int height, HDC, int, int, int, int,
@@ -316,10 +387,23 @@ TEST_F(ProgressWindowTest, TextsAndTheBar) {
   EXPECT_FALSE(shown());
   window.SetRangeAndStep(0, 0, 3);
   EXPECT_TRUE(shown());
+  window.SetRangeAndStep(0, 0, 0);
+  EXPECT_FALSE(shown());
+  for (const auto& [from, to] : {std::pair(0, 10), std::pair(-10, 0)}) {
+    window.SetRange(0, 0);
+    window.SetRangeAndStep(from, to, 0);
+    EXPECT_TRUE(shown());
+    window.SetRange(0, 0);
+    window.SetRange(from, to);
+    EXPECT_TRUE(shown());
+  }
   window.SetRangeAndStep(1000, 2000, 250);
   EXPECT_EQ(window.GetPos(), 1000);
   window.StepIt();
+  EXPECT_TRUE(IsWindowVisible(window.window()));
+  window.Show(FALSE);
   window.StepIt();
+  EXPECT_TRUE(IsWindowVisible(window.window()));
   EXPECT_EQ(window.GetPos(), 1500);
   EXPECT_TRUE(window.GetRange(&low, nullptr));
   EXPECT_EQ(low, 1000);
@@ -391,23 +475,31 @@ TEST_F(ProgressWindowTest, FailuresAreReported) {
   const struct {
     const char* function;
     LPCWSTR text;
-  } reports[] = {{"RegisterClassW", TEXT("RegisterClass ")},
-                 {"GetDC", TEXT("GetDC ")},
-                 {"CreateWindowExW", TEXT("CreateWindowEx ")}};
+    unsigned windows;
+  } reports[] = {{"RegisterClassW", TEXT("RegisterClass failed.\n\nAccess is denied."), 0},
+                 {"GetDC", TEXT("GetDC failed.\n\nAccess is denied."), 0},
+                 {"CreateWindowExW", TEXT("CreateWindowEx failed.\n\nAccess is denied."), 1}};
   for (const auto& report : reports) {
-    platform::FailCall(report.function, 1);
+    platform::ResetFaults();
+    platform::FailCall(report.function, 1, ERROR_ACCESS_DENIED);
     platform::AnswerNextBox(IDOK);
     CProgressWnd window;
     EXPECT_FALSE(Create(window));
-    EXPECT_NE(platform::ShownBoxes().back().text.find(report.text), Wide::npos);
+    EXPECT_EQ(platform::ShownBoxes().back().text, report.text);
+    EXPECT_EQ(platform::CallCount("CreateWindowExW"), report.windows);
+  }
+  {
+    platform::FailCall("GetDC", 2);
+    CProgressWnd window;
+    EXPECT_FALSE(Create(window)) << "the screen went in between";
   }
   FailAllocation(1);
   platform::AnswerNextBox(IDOK);
   {
     CProgressWnd window;
     EXPECT_FALSE(Create(window));
-    EXPECT_NE(platform::ShownBoxes().back().text.find(TEXT("CProgressWnd::Create _tcsdup")),
-              Wide::npos);
+    EXPECT_EQ(platform::ShownBoxes().back().text,
+              TEXT("An internal error occurred: CProgressWnd::Create _tcsdup."));
   }
   FailAllocation(0);
 }

@@ -102,6 +102,7 @@ TEST_F(SubclassTest, TheLastOneAttachedComesFirst) {
   EXPECT_EQ(Send(3), 6);
   EXPECT_EQ(Seen(), "+b proc -b ");
   EXPECT_NE(ProcedureOf(window_), original);
+  EXPECT_EQ(HeadOf(window_), &b);
   b.Detach();
   b.Detach();
   EXPECT_EQ(ProcedureOf(window_), original);
