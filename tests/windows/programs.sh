@@ -108,7 +108,7 @@ says "Module:       $windows\\kvmon8.dll is missing" 'Registered:   no' 'Spooler
 # Nobody has made a printer driver for Wine, so that there is the port but no printer.
 for _ in first again; do
   kvctl 1 install
-  says 'kvctl: the port monitor is installed, but no printer was created: the printer driver "Folvane 8" is not on this computer'
+  says 'kvctl: the port monitor is installed, but no printer was created: the printer driver "Folvane 8" is not on this computer; --driver names another one, "kvctl drivers" lists them'
 done
 kvctl 0 status
 says "Module:       $windows\\kvmon8.dll (version $version)" 'Registered:   yes' 'Port:         KVR8:, listed: yes' \
