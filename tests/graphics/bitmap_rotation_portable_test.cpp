@@ -34,9 +34,10 @@ Bits RandomBits(int width, int height, int depth) {
 }
 
 // Whether the target is the source turned, by quarter (to `height` by `width`, its rows filled up
-// with zeros) or half.
-void ExpectQuarter(const BYTE* source, const BYTE* target, int width, int height, int depth) {
-  for (int x = 0; x < width; ++x) {
+// with zeros) or half. Of large bitmaps one column in `step` will do.
+void ExpectQuarter(const BYTE* source, const BYTE* target, int width, int height, int depth,
+                   int step = 1) {
+  for (int x = 0; x < width; x += step) {
     for (int y = 0; y < height; ++y) {
       ASSERT_EQ(PixelAt(target, height, depth, y, x),
                 PixelAt(source, width, depth, x, height - 1 - y))
@@ -97,13 +98,20 @@ TEST(TurnBitsTest, EveryDepthAndManySizes) {
 // Large targets are written past the cache, from the first whole line on; rows of other distances
 // are not.
 TEST(TurnBitsTest, LargeBitmapsWhereverTheyLie) {
-  for (int height : {2048, 2000}) {
-    const int width = 2100, depth = 8;
+  const struct {
+    int depth, width, height;
+    std::vector<size_t> offsets;
+  } kLarge[] = {{4, 1040, 8192, {5}},  {8, 2100, 2048, {0, 5, 63}}, {8, 2100, 2000, {5}},
+                {16, 1040, 2048, {6}}, {24, 1400, 1024, {3}},       {32, 1040, 1024, {0, 4}}};
+  for (const auto& [depth, width, height, offsets] : kLarge) {
     const Bits source = RandomBits(width, height, depth);
-    Bits target(static_cast<size_t>(DibStride(height, depth)) * width + 64);
-    for (int offset : {0, 5, 63}) {
+    const auto size = static_cast<size_t>(DibStride(height, depth)) * width;
+    for (const size_t offset : offsets) {
+      Bits target(size + 128, 0xA5);
       ASSERT_TRUE(TurnBitsQuarter(source.data(), target.data() + offset, width, height, depth));
-      ExpectQuarter(source.data(), target.data() + offset, width, height, depth);
+      ExpectQuarter(source.data(), target.data() + offset, width, height, depth, 17);
+      EXPECT_EQ(std::count(target.begin(), target.begin() + offset, 0xA5), offset);
+      EXPECT_EQ(std::count(target.begin() + offset + size, target.end(), 0xA5), 128 - offset);
       if (HasFatalFailure()) return;
     }
   }
