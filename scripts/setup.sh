@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing for the given purposes and nothing else. Purposes: host (default), windows, wine, wine32,
-# checks, coverage, mutate, package, pictures, fuzz. Exit status 0 when everything is there; 1 when something that
+# checks, mutate, package, pictures, fuzz. Exit status 0 when everything is there; 1 when something that
 # cannot be done without is missing. A missing 32-bit compiler is not fatal: the callers fall back to the 64-bit host
 # build (see preset.sh).
 set -euo pipefail
@@ -49,9 +49,6 @@ look() {
       checks)
         need clang-format have clang-format
         need clang-tidy have clang-tidy
-        ;;
-      coverage)
-        need gcovr have gcovr
         ;;
       mutate)
         need ccache have ccache
