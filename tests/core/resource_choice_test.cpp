@@ -1,6 +1,5 @@
 // Which language resource library the module loads.
 #include "platform/control/message_boxes.h"
-#include "runtime/core/product.h"
 #include "runtime/core/resource_library.h"
 #include "runtime/registry/deferred_file_ops.h"
 #include "tests/support/module_test.h"
@@ -33,7 +32,8 @@ class ResourceChoiceTest : public ModuleTest {
   }
   static void Want(HKEY root, DWORD language) {
     HKEY key = nullptr;
-    RegCreateKeyExW(root, kSettingsRoot, 0, nullptr, 0, KEY_WRITE, nullptr, &key, nullptr);
+    RegCreateKeyExW(root, TEXT("Software\\Veltmoor Software\\Folvane8"), 0, nullptr, 0, KEY_WRITE,
+                    nullptr, &key, nullptr);
     RegSetValueExW(key, TEXT("Language"), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&language),
                    sizeof(language));
     RegCloseKey(key);

@@ -69,13 +69,14 @@ class InstallCommandTest : public RuntimeTest {
   }
   // The module with another version, 8.`minor`.
   static void WriteModule(BYTE minor) {
-    WriteSpoiltModule(platform::HostPath(SystemFile(kMonitorFile)), kVersionMark, [&](char* mark) {
-      for (const size_t offset : {8, 16}) mark[offset] = static_cast<char>(minor);
-    });
+    WriteSpoiltModule(platform::HostPath(SystemFile(TEXT("kvmon8.dll"))), kVersionMark,
+                      [&](char* mark) {
+                        for (const size_t offset : {8, 16}) mark[offset] = static_cast<char>(minor);
+                      });
   }
   static void WriteResources() {
     std::filesystem::copy_file(TestDirectory() / "kvres832.dll",
-                               platform::HostPath(SystemFile(kResourceDllName)));
+                               platform::HostPath(SystemFile(TEXT("kvres832.dll"))));
   }
   // The paths of the port's files on the machine.
   static std::vector<std::string> FilesLeft() {
@@ -175,7 +176,7 @@ TEST_F(InstallCommandTest, ANewerModuleStays) {
 TEST_F(InstallCommandTest, FilesThatOthersUseGoAtTheNextRestart) {
   WriteModule(26);
   WriteResources();
-  UniqueModule user(LoadLibraryW(SystemFile(kMonitorFile).c_str()));
+  UniqueModule user(LoadLibraryW(SystemFile(TEXT("kvmon8.dll")).c_str()));
   EXPECT_EQ(Install(), 4) << output_;
   EXPECT_TRUE(Says("is in use; the next restart of the computer replaces it"));
   EXPECT_EQ(Install(), 4);
@@ -269,7 +270,7 @@ TEST_F(InstallCommandTest, PaperAndSettings) {
   EXPECT_EQ(settings.dev.dmPaperSize, DMPAPER_A4);
   EXPECT_EQ(Remove(), 0);
   EXPECT_TRUE(Says("Kept: the settings in HKEY_CURRENT_USER\\Software")) << output_;
-  EXPECT_TRUE(RegKey().Create32(HKEY_LOCAL_MACHINE, kSettingsRoot));
+  EXPECT_TRUE(RegKey().Create32(HKEY_LOCAL_MACHINE, TEXT("Software\\Veltmoor Software\\Folvane8")));
   EXPECT_EQ(Run(TEXT("remove"), {TEXT("--purge")}), 0);
   EXPECT_FALSE(RegKey().Open(HKEY_CURRENT_USER, TEXT("Software\\Veltmoor Software")));
   EXPECT_TRUE(Says("Removed: the settings in HKEY_CURRENT_USER\\Software")) << output_;
@@ -355,19 +356,19 @@ TEST_F(InstallCommandTest, VerdictsAndWhatHelps) {
     std::filesystem::rename(suffix.empty() ? path.string() + ".hidden" : path.string(),
                             suffix.empty() ? path.string() : path.string() + ".hidden");
   };
-  hide(kResourceDllName, TEXT("."));
+  hide(TEXT("kvres832.dll"), TEXT("."));
   EXPECT_EQ(verdict(), "{\"verdict\": \"works-until-stopped");
   Run(TEXT("status"));
   EXPECT_TRUE(Says("kvres832.dll is missing\n")) << output_;
   platform::StopSpooler();
   EXPECT_EQ(verdict(), "{\"verdict\": \"texts-missing");
-  hide(kResourceDllName, {});
+  hide(TEXT("kvres832.dll"), {});
   EXPECT_EQ(verdict(), "{\"verdict\": \"spooler-stopped");
-  WriteSpoiltModule(platform::HostPath(SystemFile(kMonitorFile)), kMonitorEntry,
+  WriteSpoiltModule(platform::HostPath(SystemFile(TEXT("kvmon8.dll"))), kMonitorEntry,
                     [](char* name) { ++*name; });
   platform::StartSpooler();
   EXPECT_EQ(verdict(), "{\"verdict\": \"not-listed");
-  hide(kMonitorFile, TEXT("."));
+  hide(TEXT("kvmon8.dll"), TEXT("."));
   EXPECT_EQ(verdict(), "{\"verdict\": \"module-missing");
   EXPECT_EQ(Run(TEXT("status")), 1);
   EXPECT_TRUE(output_.ends_with("To do: \"kvctl install\" puts the port in place.\n")) << output_;

@@ -2,7 +2,6 @@
 // behind the box's own one; with an argument the box stays open.
 #include <stdio.h>
 
-#include "runtime/core/product.h"
 #include "runtime/core/startup_context.h"
 #include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
@@ -20,7 +19,7 @@ class TitledBoxes : public kv::CThreadHook {
   LRESULT CALLBACK HookProc(int code, WPARAM wparam, LPARAM lparam) override {
     if (code == HCBT_CREATEWND) {
       CREATESTRUCTW& record = *reinterpret_cast<CBT_CREATEWNDW*>(lparam)->lpcs;
-      if (kv::View(record.lpszName).empty()) record.lpszName = kv::kProductName;
+      if (kv::View(record.lpszName).empty()) record.lpszName = TEXT("Folvane");
     }
     return CThreadHook::HookProc(code, wparam, lparam);
   }
@@ -29,7 +28,7 @@ class TitledBoxes : public kv::CThreadHook {
 bool linkIsBehind = false;
 
 void CALLBACK LookAndClose(HWND, UINT, UINT_PTR, DWORD) {
-  const HWND box = FindWindowW(TEXT("#32770"), kv::kProductName);
+  const HWND box = FindWindowW(TEXT("#32770"), TEXT("Folvane"));
   RECT own = {}, link = {};
   linkIsBehind = GetWindowRect(GetDlgItem(box, IDOK), &own) &&
                  GetWindowRect(GetDlgItem(box, kv::kLinkButton), &link) && link.left > own.right &&
@@ -40,14 +39,14 @@ void CALLBACK LookAndClose(HWND, UINT, UINT_PTR, DWORD) {
 }  // namespace
 
 int main(int count, char**) {
-  kv::CopyStringW(kv::startupContext.productName, kv::kProductName);
+  kv::CopyStringW(kv::startupContext.productName, TEXT("Folvane"));
   kv::CMessageBoxLink link;
   link.SetCaption(TEXT("More information"));
   link.SetTarget(TEXT("http://www.example.com/"));
   const TitledBoxes boxes;
   constexpr UINT kDelay = 200;  // ms
   if (count == 1) SetTimer(nullptr, 0, kDelay, LookAndClose);
-  MessageBoxW(nullptr, TEXT("This message has an additional button."), kv::kProductName,
+  MessageBoxW(nullptr, TEXT("This message has an additional button."), TEXT("Folvane"),
               MB_OK | MB_ICONINFORMATION);
   printf(linkIsBehind ? "the link button is there\n" : "there is no link button\n");
   return linkIsBehind ? 0 : 1;

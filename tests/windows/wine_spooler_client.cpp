@@ -23,7 +23,7 @@ BOOL CopyToSystem(LPCWSTR name) {
 }  // namespace
 
 int main() {
-  if (!CopyToSystem(kv::kMonitorFile) || !CopyToSystem(kv::kResourceDllName))
+  if (!CopyToSystem(TEXT("kvmon8.dll")) || !CopyToSystem(TEXT("kvres832.dll")))
     return Fail("copying the module");
   WCHAR name[] = TEXT("KVR8:"), file[] = TEXT("kvmon8.dll");
   MONITOR_INFO_2W monitor = {name, const_cast<LPWSTR>(kv::GetPrintEnvironment()), file};
