@@ -161,6 +161,10 @@ TEST_F(KvctlTest, ListsHaveHeadingsOnATerminalOnly) {
   const std::string print = onTerminal("print " + large);
   EXPECT_NE(print.find("/large: "), std::string::npos) << print;
   EXPECT_NE(print.find(" left"), std::string::npos) << print;
+  // The rate on the way is about the one at the end.
+  const size_t unit = print.find(" MB/s, ");
+  const double rate = std::stod(print.substr(print.rfind(' ', unit - 1)));
+  EXPECT_TRUE(rate > megabytes / 30 && rate < megabytes * 30) << print;
 }
 
 TEST_F(KvctlTest, PrintsSeveralFilesAndTheStandardInput) {
@@ -192,6 +196,10 @@ TEST_F(KvctlTest, ShellsCompleteWhatTheTableKnows) {
   const ProgramResult powershell = Run("completion powershell");
   EXPECT_TRUE(Contains(powershell, "    'completion' = @('bash', 'powershell', '--help')\n"))
       << powershell.output;
+  EXPECT_TRUE(Contains(
+      powershell,
+      "    'papers' = @('list', 'show', 'add', 'remove', '--custom', '--json', '--help')\n"))
+      << "each word once: " << powershell.output;
 }
 
 TEST_F(KvctlTest, PackagesThatCannotWorkLeaveThePortThatWorks) {
