@@ -55,7 +55,11 @@ look() {
         need python3 have python3
         ;;
       package)
-        need nsis have makensis
+        need wixl have wixl
+        need msitools have msibuild
+        need osslsigncode have osslsigncode
+        need openssl have openssl
+        need zip have zip
         need unzip have unzip
         ;;
       pictures)
