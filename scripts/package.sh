@@ -132,8 +132,7 @@ done
 # try_on_wine BITS ARCH OTHER
 try_on_wine() {
   echo "== the installer package on $1-bit Wine"
-  scripts/on-wine.sh "$1" tests/windows/installer.sh "Z:$packages/$name-$2.msi" "Z:$PWD/build/older-$2.msi" \
-    "Z:$packages/$name-$3.msi"
+  scripts/on-wine.sh "$1" tests/windows/installer.sh "$packages/$name-$2.msi" "$PWD/build/older-$2.msi" "$packages/$name-$3.msi"
 }
 try_on_wine 64 x64 x86
 if wait "$wine32"; then try_on_wine 32 x86 x64; fi

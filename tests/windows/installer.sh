@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # Installs, upgrades, repairs and removes the product with `wine msiexec`, without a question asked.
-# installer.sh PACKAGE OLDER OTHER: the package, one of an older version, and the one for the other word size.
+# installer.sh PACKAGE OLDER OTHER: the package, one of an older version, and the one for the other word size. The last
+# thing that it does is what docs/install-windows.md shows.
 # Where Wine is not as Windows is documented, the check says so.
 set -euo pipefail
 
-package=$1 older=$2 other=$3
+package=Z:$1 older=Z:$2 other=Z:$3
 drive=$WINEPREFIX/drive_c
 system=$drive/windows/system32
 directory="$drive/Program Files/Folvane port monitor"
@@ -32,11 +33,11 @@ says() {
 # port yes|no: whether the spooler has it, with the module in the system directory.
 port() {
   local is=no
-  if wine reg query 'HKLM\System\CurrentControlSet\Control\Print\Monitors\KVR8:' /v Driver 2> /dev/null |
-    grep 'kvmon8\.dll' > /dev/null && [ -f "$system/kvmon8.dll" ]; then is=yes; fi
-  [ "$is" = "$1" ] || fail "after $command: is the port there? $is"
-  [ "$is" = no ] || [ ! -f "$directory/kvctl.exe" ] || timeout 60 wine "$directory/kvctl.exe" status > /dev/null 2>&1 ||
-    fail "after $command: the port does not work"
+  wine reg query 'HKLM\System\CurrentControlSet\Control\Print\Monitors' /s > "$drive/said.txt" 2>&1 || true
+  if grep -q 'kvmon8\.dll' "$drive/said.txt" && [ -f "$system/kvmon8.dll" ]; then is=yes; fi
+  [ "$is" = "$1" ] || fail "after $command: is the port there? $is: $(cat "$drive/said.txt")"
+  [ "$is" = no ] || [ ! -f "$directory/kvctl.exe" ] || timeout 60 wine "$directory/kvctl.exe" status > "$drive/said.txt" 2>&1 ||
+    fail "after $command: the port does not work: $(cat "$drive/said.txt")"
 }
 
 # version VERSION: that of the one product that is listed as installed.
@@ -48,9 +49,12 @@ version() {
   [ "$listed" = "$1" ] || fail "after $command: installed versions: '$listed'"
 }
 
+# set_architecture NAME: of the processor that the system was made for.
+set_architecture() { wine reg add "$session_manager\\Environment" /v PROCESSOR_ARCHITECTURE /d "$1" /f > /dev/null; }
+
 # Everything that may be left behind; Windows keeps what ran from temporary directories there.
 look_at_machine() {
-  (cd "$drive" && find . \( -path ./users -o -path ./log.txt \) -prune -o -print | LC_ALL=C sort)
+  (cd "$drive" && find . \( -path ./users -o -path './*.txt' \) -prune -o -print | LC_ALL=C sort)
   find "$drive/users" \( -name '*.lnk' -o -iname '*folvane*' \) | LC_ALL=C sort
   for key in 'HKLM\System\CurrentControlSet\Control\Print\Monitors' 'HKLM\Software' 'HKCU\Software'; do
     wine reg query "$key" /s 2>&1 | grep -iE 'folvane|veltmoor|kvmon|KVR8' || true
@@ -61,7 +65,10 @@ wine wineboot > /dev/null 2>&1
 wine net start spooler > /dev/null 2>&1 || true
 mkdir -p "$drive/windows/Installer"  # Windows always has it
 kvctl='"C:\Program Files\Folvane port monitor\kvctl.exe"'
-if [ -e "$system/kvmon8.dll" ] || [ -e "$directory" ]; then  # an earlier run was cut off
+# What an earlier run that was cut off has left.
+[ "$WINEARCH" = win32 ] || set_architecture AMD64
+wine reg delete "$session_manager" /v PendingFileRenameOperations /f > /dev/null 2>&1 || true
+if [ -e "$system/kvmon8.dll" ] || [ -e "$directory" ]; then
   installer 0 /i "$package"
   installer 0 /x "$package"
 fi
@@ -71,9 +78,9 @@ echo "== the package for the other word size, and for another processor" >&2
 # Windows names the launch condition, or has its own words for a platform that it does not know.
 case $WINEARCH in win32) installer 1633 /i "$other" ;; *) installer 1603 /i "$other" ;; esac
 if [ "$WINEARCH" = win64 ]; then
-  wine reg add "$session_manager\\Environment" /v PROCESSOR_ARCHITECTURE /d ARM64 /f > /dev/null
+  set_architecture ARM64
   installer 1603 /i "$package"
-  wine reg add "$session_manager\\Environment" /v PROCESSOR_ARCHITECTURE /d AMD64 /f > /dev/null
+  set_architecture AMD64
 fi
 diff <(echo "$before") <(look_at_machine) >&2 || fail "a refused package left something behind"
 
@@ -148,4 +155,14 @@ installer 0 /i "$package"
 says "$kvctl install --no-printer" "$kvctl install" 'kvctl: exit status 1'
 port yes
 installer 0 /x "$package"
+diff <(echo "$before") <(look_at_machine) >&2 || fail "something is left behind"
+
+echo "== the commands of docs/install-windows.md" >&2
+commands=0
+while IFS= read -r line; do
+  commands=$((commands + 1))
+  command=${line//-x86.msi/-${1##*-}}
+  (cd "$(dirname "$1")" && eval "timeout 300 wine $command" > /dev/null 2>&1) || fail "$command: exit status $?"
+done < <(grep -E '^ {4}msiexec ' docs/install-windows.md)
+[ "$commands" -ge 3 ] || fail "there are only $commands commands"
 diff <(echo "$before") <(look_at_machine) >&2 || fail "something is left behind"
