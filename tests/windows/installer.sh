@@ -30,12 +30,21 @@ says() {
   done
 }
 
+# monitors: prints what the registry has of them, never nothing. On a busy machine Wine has been seen to end without a word.
+monitors() {
+  for _ in 1 2 3; do
+    wine reg query 'HKLM\System\CurrentControlSet\Control\Print\Monitors' /s > "$drive/said.txt" 2>&1 || true
+    if [ -s "$drive/said.txt" ]; then break; fi
+  done
+  cat "$drive/said.txt"
+}
+
 # port yes|no: whether the spooler has it, with the module in the system directory.
 port() {
-  local is=no
-  wine reg query 'HKLM\System\CurrentControlSet\Control\Print\Monitors' /s > "$drive/said.txt" 2>&1 || true
-  if grep -q 'kvmon8\.dll' "$drive/said.txt" && [ -f "$system/kvmon8.dll" ]; then is=yes; fi
-  [ "$is" = "$1" ] || fail "after $command: is the port there? $is: $(cat "$drive/said.txt")"
+  local is=no listed
+  listed=$(monitors)
+  if grep -q 'kvmon8\.dll' <<< "$listed" && [ -f "$system/kvmon8.dll" ]; then is=yes; fi
+  [ "$is" = "$1" ] || fail "after $command: is the port there? $is: $(ls "$system"/kv*) $listed"
   [ "$is" = no ] || [ ! -f "$directory/kvctl.exe" ] || timeout 60 wine "$directory/kvctl.exe" status > "$drive/said.txt" 2>&1 ||
     fail "after $command: the port does not work: $(cat "$drive/said.txt")"
 }
@@ -162,7 +171,7 @@ commands=0
 while IFS= read -r line; do
   commands=$((commands + 1))
   command=${line//-x86.msi/-${1##*-}}
-  (cd "$(dirname "$1")" && eval "timeout 300 wine $command" > /dev/null 2>&1) || fail "$command: exit status $?"
+  (cd "$(dirname "$1")" && eval "timeout 300 wine $command" < /dev/null > /dev/null 2>&1) || fail "$command: exit status $?"
 done < <(grep -E '^ {4}msiexec ' docs/install-windows.md)
 [ "$commands" -ge 3 ] || fail "there are only $commands commands"
 diff <(echo "$before") <(look_at_machine) >&2 || fail "something is left behind"
