@@ -106,9 +106,11 @@ openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj "/CN=Check of the packag
 openssl pkcs12 -export -inkey "$work/key.pem" -in "$work/certificate.pem" -passout pass:secret -out "$work/certificate.p12"
 verify() { osslsigncode verify -CAfile "$work/certificate.pem" -in "$1" > "$work/log" 2>&1; }
 ! verify "$work/second/$name-x86.msi" || fail "signatures are not checked"
-KV_SIGN_PKCS12=$work/certificate.p12 KV_SIGN_PASSWORD=secret KV_SIGN_TIMESTAMP='' sign_and_pack "$work/again" "$work/second"
-! KV_SIGN_PKCS12=$work/certificate.p12 KV_SIGN_PASSWORD=wrong scripts/sign.sh "$work/second/$name-x86.msi" 2> "$work/log" ||
-  fail "a wrong password signs"
+as_check() {  # as_check PASSWORD COMMAND...: signs with that certificate
+  KV_SIGN_PKCS12=$work/certificate.p12 KV_SIGN_PASSWORD=$1 KV_SIGN_PASSWORD_FILE='' KV_SIGN_TIMESTAMP='' "${@:2}"
+}
+as_check secret sign_and_pack "$work/again" "$work/second"
+! as_check wrong scripts/sign.sh "$work/second/$name-x86.msi" 2> "$work/log" || fail "a wrong password signs"
 for arch in x86 x64; do
   extract "$work/second/$name-$arch.msi" "$work/signed-$arch"
   verify "$work/second/$name-$arch.msi" || fail "the signature of the installer package ($arch): $(cat "$work/log")"
