@@ -1,6 +1,7 @@
 // Regions for hit tests and invalidation. Corners that would pass the range of int lie at its
-// nearer limit; the system refuses regions that are larger than it can hold. A region that a function returns belongs to the caller,
-// who deletes it with DeleteObject. Null stands for the empty region where a region is an argument.
+// nearer limit; the system refuses regions that are larger than it can hold. A region that a
+// function returns belongs to the caller, who deletes it with DeleteObject. Null stands for the
+// empty region where a region is an argument.
 #pragma once
 
 #include "runtime/core/win.h"

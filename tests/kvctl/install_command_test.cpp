@@ -177,6 +177,10 @@ TEST_F(InstallCommandTest, FilesThatOthersUseGoAtTheNextRestart) {
   WriteModule(26);
   WriteResources();
   UniqueModule user(LoadLibraryW(SystemFile(TEXT("kvmon8.dll")).c_str()));
+  platform::FailCall("AddPrinterW", 1, ERROR_ACCESS_DENIED);
+  EXPECT_EQ(Install(), 3) << output_;
+  EXPECT_TRUE(kvctl::ReadPortStatus().pending.empty()) << "put back";
+  EXPECT_EQ(FilesLeft().size(), 2u);
   EXPECT_EQ(Install(), 4) << output_;
   EXPECT_TRUE(Says("is in use; the next restart of the computer replaces it"));
   EXPECT_EQ(Install(), 4);
@@ -323,9 +327,11 @@ TEST_F(InstallCommandTest, APrinterThatWasThereIsChangedOrStays) {
   ASSERT_TRUE(AddPrinterDriverW(nullptr, 3, reinterpret_cast<BYTE*>(&info)));
   EXPECT_EQ(Run(TEXT("drivers")), 0);
   EXPECT_TRUE(Says("Own                                     3")) << output_;
-  platform::FailCall("SetPrinterW", 1, ERROR_ACCESS_DENIED);
-  EXPECT_EQ(Install({TEXT("--driver"), TEXT("Own")}), 1);
-  EXPECT_TRUE(Says("did not get \"Own\": Access is denied")) << output_;
+  for (const char* call : {"SetPrinterW", "GetPrinterW"}) {
+    platform::FailCall(call, 1, ERROR_ACCESS_DENIED);
+    EXPECT_EQ(Install({TEXT("--driver"), TEXT("Own")}), 1);
+    EXPECT_TRUE(Says("did not get \"Own\": Access is denied")) << call << output_;
+  }
   EXPECT_EQ(Install({TEXT("--driver"), TEXT("Own")}), 0);
   EXPECT_TRUE(Says("is ready on port KVR8: (driver \"Own\")")) << output_;
   EXPECT_EQ(printer(), TEXT("Own"));
@@ -378,6 +384,11 @@ TEST_F(InstallCommandTest, VerdictsAndWhatHelps) {
 
 TEST_F(InstallCommandTest, RemovalLooksEverywhere) {
   ASSERT_EQ(Install(), 0) << output_;
+  platform::FailCall("DeletePrinter", 1, ERROR_ACCESS_DENIED);
+  EXPECT_EQ(Remove(), 3);
+  EXPECT_TRUE(Says("kvctl: cannot delete the printer \"Folvane\": Access is denied\n")) << output_;
+  EXPECT_FALSE(Says("Removed: the printer")) << output_;
+  EXPECT_EQ(State(), "");
   HANDLE handle;
   ASSERT_TRUE(OpenPrinterW(const_cast<LPWSTR>(TEXT("Folvane")), &handle, nullptr));
   DOC_INFO_1W document = {const_cast<LPWSTR>(TEXT("x")), nullptr, nullptr};

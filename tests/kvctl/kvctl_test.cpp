@@ -200,6 +200,10 @@ TEST_F(KvctlTest, ShellsCompleteWhatTheTableKnows) {
       powershell,
       "    'papers' = @('list', 'show', 'add', 'remove', '--custom', '--json', '--help')\n"))
       << "each word once: " << powershell.output;
+  EXPECT_TRUE(powershell.output.starts_with(
+      "# Completion of kvctl: kvctl completion powershell | Out-String | Invoke-Expression\n"
+      "Register-ArgumentCompleter -Native -CommandName kvctl, kvctl.exe -ScriptBlock {\n"))
+      << powershell.output;
 }
 
 TEST_F(KvctlTest, PackagesThatCannotWorkLeaveThePortThatWorks) {

@@ -70,7 +70,8 @@ TEST_F(PrintersCommandTest, PrintersTheirSettingsAndTheDefault) {
             "\"driverFile\": \"unidrv\", \"port\": \"KVR8:\", \"share\": \"\", "
             "\"server\": \"\"}]\n");
   EXPECT_EQ(Output("printers --product"), Output("printers")) << "whatever its driver";
-  EXPECT_EQ(Run("printers --product --all").status, 2);
+  for (const char* two : {"--product --all", "--product --sibling", "--all --sibling"})
+    EXPECT_EQ(Run(std::string("printers ") + two).status, 2) << two;
   const std::string settings = Output("printer show 'Preview 1'");
   EXPECT_TRUE(
       Contains(settings, "YResolution       300                       printer, for all users\n"))
