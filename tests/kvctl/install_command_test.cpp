@@ -278,6 +278,7 @@ TEST_F(InstallCommandTest, PaperAndSettings) {
   EXPECT_EQ(Run(TEXT("remove"), {TEXT("--purge")}), 0);
   EXPECT_FALSE(RegKey().Open(HKEY_CURRENT_USER, TEXT("Software\\Veltmoor Software")));
   EXPECT_TRUE(Says("Removed: the settings in HKEY_CURRENT_USER\\Software")) << output_;
+  EXPECT_FALSE(Says("There was nothing to remove.")) << output_;
   EXPECT_EQ(Remove(), 0);
   EXPECT_EQ(output_, "There was nothing to remove.\n");
 }

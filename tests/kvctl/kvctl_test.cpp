@@ -165,6 +165,10 @@ TEST_F(KvctlTest, ListsHaveHeadingsOnATerminalOnly) {
   const size_t unit = print.find(" MB/s, ");
   const double rate = std::stod(print.substr(print.rfind(' ', unit - 1)));
   EXPECT_TRUE(rate > megabytes / 30 && rate < megabytes * 30) << print;
+  const size_t end = print.find(" sec left");
+  ASSERT_NE(end, std::string::npos) << print;
+  const double left = std::stod(print.substr(print.rfind(' ', end - 1)));
+  EXPECT_TRUE(left > 0.03 && left < 45) << print;
 }
 
 TEST_F(KvctlTest, PrintsSeveralFilesAndTheStandardInput) {

@@ -55,6 +55,9 @@ TEST_F(PrintersCommandTest, PapersAreAddedShownAndRemoved) {
         "paint", "list x", "show A4 --jsn"}) {
     EXPECT_EQ(Run(std::string("papers ") + wrong).status, 2) << wrong;
   }
+  EXPECT_EQ(Run("papers add X 10").output,
+            "kvctl: \"10\" is no paper size; give one like 210x297mm or 8.5x11in, sides from 1 to "
+            "3276.7 mm\nkvctl: See \"kvctl papers --help\".\n");
 }
 
 TEST_F(PrintersCommandTest, PrintersTheirSettingsAndTheDefault) {
