@@ -244,6 +244,7 @@ TEST_F(KvctlTest, DocumentNames) {
   EXPECT_EQ(Run(std::string(kAddress) + " --strip-scheme").output, "www.example.com/a/b.html\n");
   EXPECT_EQ(Run("docname 'C:\\letters\\mine.xyz' --strip-extension").output, "mine.xyz\n")
       << "no program opens it";
+  EXPECT_EQ(Run("docname -- --title").output, "--title\n") << "what follows is no option";
 }
 
 TEST_F(KvctlTest, NamesTheResourceLibraryThatIsMissing) {
