@@ -348,6 +348,8 @@ TEST_F(InstallCommandTest, ThePortAlone) {
   EXPECT_EQ(Run(TEXT("status")), 0);
   EXPECT_TRUE(output_.starts_with("The port KVR8: works; no printer prints to it.\n"));
   EXPECT_TRUE(output_.ends_with("lists the drivers.\n")) << output_;
+  EXPECT_EQ(Run(TEXT("status"), {TEXT("--json")}), 0);
+  EXPECT_TRUE(output_.starts_with("{\"verdict\": \"no-printer\", ")) << output_;
 }
 
 TEST_F(InstallCommandTest, VerdictsAndWhatHelps) {

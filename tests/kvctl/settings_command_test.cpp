@@ -29,6 +29,10 @@ class SettingsCommandTest : public MachineTest {
 TEST_F(SettingsCommandTest, AUsersSettingsNeedNoRights) {
   static constexpr Step kSteps[] = {
       {"get Silent", 1, "Silent is not set"},
+      {"set silent 0x90aF", 0, ""},
+      {"get Silent", 0, "37039\n"},
+      {"set silent 0xFFFFFFFF", 0, ""},
+      {"get Silent", 0, "4294967295\n"},
       {"set silent 0x1", 0, ""},
       {"get Silent", 0, "1\n"},
       {"get Silent --machine", 1, "not set"},
@@ -48,6 +52,10 @@ TEST_F(SettingsCommandTest, WhatMakesNoSenseIsRefused) {
       {"set Silent 1x", 2, "\"1x\" is none"},
       {"set Silent ''", 2, "needs a number"},
       {"set Silent 4294967296", 2, "needs a number"},
+      {"set Silent 0x100000000", 2, "needs a number"},
+      {"set Silent 0xG", 2, "needs a number"},
+      {"set Silent 0x1@", 2, "needs a number"},
+      {"set Silent 0x", 2, "needs a number"},
       {"set Silent 4294967295", 0, ""},
       {"set Unknown 1", 2, "no setting \"Unknown\""},
       {"set Silent", 2, "something is missing"},
