@@ -94,7 +94,7 @@ BOOL WINAPI OpenPort(LPWSTR, PHANDLE port) {
 BOOL WINAPI StartDocPort(HANDLE port, LPWSTR printerName, DWORD jobId, DWORD, LPBYTE) {
   PortInfo& info = *static_cast<PortInfo*>(port);
   info = {};
-  if (!OpenPrinterHandle(printerName, &info.hPrinter, nullptr, FALSE)) {
+  if (!OpenPrinterHandle(printerName, &info.hPrinter, nullptr)) {
     info.hPrinter = nullptr;
     return FALSE;
   }

@@ -48,9 +48,7 @@ BOOL IsPrinterName(LPCWSTR name) {
 BOOL MakeKeyName(LPCWSTR name, WCHAR (&output)[MAX_PATH]) {
   const bool fits = FitsName(View(name));
   CopyStringW(output, fits ? name : nullptr);
-  for (WCHAR* c = output; *c != 0; ++c) {
-    if (*c == TEXT('\\')) *c = TEXT(',');
-  }
+  std::replace(output, output + View(output).size(), TEXT('\\'), TEXT(','));
   return fits;
 }
 

@@ -45,7 +45,7 @@ BOOL GetPrinterDetails(LPCWSTR printer, LPWSTR driver, LPWSTR port, LPWSTR share
   if (View(printer).empty()) {
     SetLastError(ERROR_INVALID_PRINTER_NAME);
   } else {
-    OpenPrinterHandle(printer, handle.Receive(), nullptr, FALSE);
+    OpenPrinterHandle(printer, handle.Receive(), nullptr);
   }
   for (const LPWSTR output : {driver, port, share, driverFileTitle}) {
     if (output != nullptr) output[0] = 0;
@@ -93,7 +93,7 @@ WCHAR IsPrinterShared(LPCWSTR printer) {
 BOOL SetPrinterShareName(LPCWSTR printer, LPCWSTR share) {
   PRINTER_DEFAULTSW defaults = {nullptr, nullptr, PRINTER_ALL_ACCESS};
   UniquePrinter handle;
-  if (!OpenPrinterHandle(printer, handle.Receive(), &defaults, FALSE)) return FALSE;
+  if (!OpenPrinterHandle(printer, handle.Receive(), &defaults)) return FALSE;
   const auto info = GetPrinterInfo2(handle.Get(), Quiet::kYes);
   if (info == nullptr) return FALSE;
   const bool shares = !View(share).empty();

@@ -62,9 +62,9 @@ CPrinterDevice::~CPrinterDevice() {
 void CPrinterDevice::Open(int openMode) {
   if (openMode == kOpenForChange) {
     PRINTER_DEFAULTSW all = {nullptr, nullptr, PRINTER_ALL_ACCESS};
-    if (OpenPrinterHandle(deviceName_.get(), &printer_, &all, FALSE)) return;
+    if (OpenPrinterHandle(deviceName_.get(), &printer_, &all)) return;
   }
-  OpenPrinterHandle(deviceName_.get(), &printer_, nullptr, FALSE);
+  OpenPrinterHandle(deviceName_.get(), &printer_, nullptr);
 }
 
 LONG CPrinterDevice::FillFromDriver(HWND owner, const DEVMODEW* input, DWORD mode) {

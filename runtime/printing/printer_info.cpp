@@ -42,34 +42,43 @@ void ReplaceShare(HANDLE printer, PRINTER_INFO_2A& info, LPSTR room, Quiet quiet
   info.pShareName = room;
 }
 
-// `name` stands within the block and is followed by room for the share's name.
-void ReplaceName(HANDLE printer, BYTE* block, DWORD level, LPSTR name, Quiet quiet) {
+// Where the structure of a level has the printer's name; null for one without.
+LPSTR* NamePlace(BYTE* block, DWORD level) {
   switch (level) {
     case 1:
-      reinterpret_cast<PRINTER_INFO_1A*>(block)->pName = name;
-      break;
-    case 2: {
-      auto& info = *reinterpret_cast<PRINTER_INFO_2A*>(block);
-      info.pPrinterName = name;
-      NameDevMode(info.pDevMode, name);
-      ReplaceShare(printer, info, name + std::strlen(name) + 1, quiet);
-      break;
-    }
+      return &reinterpret_cast<PRINTER_INFO_1A*>(block)->pName;
+    case 2:
+      return &reinterpret_cast<PRINTER_INFO_2A*>(block)->pPrinterName;
     case 4:
-      reinterpret_cast<PRINTER_INFO_4A*>(block)->pPrinterName = name;
-      break;
+      return &reinterpret_cast<PRINTER_INFO_4A*>(block)->pPrinterName;
     case 5:
-      reinterpret_cast<PRINTER_INFO_5A*>(block)->pPrinterName = name;
-      break;
-    case 8:
-      NameDevMode(reinterpret_cast<PRINTER_INFO_8A*>(block)->pDevMode, name);
-      break;
-    case 9:
-      NameDevMode(reinterpret_cast<PRINTER_INFO_9A*>(block)->pDevMode, name);
-      break;
+      return &reinterpret_cast<PRINTER_INFO_5A*>(block)->pPrinterName;
     default:
-      break;
+      return nullptr;
   }
+}
+
+// The device mode in the structure of a level; null without one.
+DEVMODEA* DevModeIn(BYTE* block, DWORD level) {
+  switch (level) {
+    case 2:
+      return reinterpret_cast<PRINTER_INFO_2A*>(block)->pDevMode;
+    case 8:
+      return reinterpret_cast<PRINTER_INFO_8A*>(block)->pDevMode;
+    case 9:
+      return reinterpret_cast<PRINTER_INFO_9A*>(block)->pDevMode;
+    default:
+      return nullptr;
+  }
+}
+
+// `name` stands within the block and is followed by room for the share's name.
+void ReplaceName(HANDLE printer, BYTE* block, DWORD level, LPSTR name, Quiet quiet) {
+  if (LPSTR* const place = NamePlace(block, level)) *place = name;
+  NameDevMode(DevModeIn(block, level), name);
+  if (level != 2) return;
+  ReplaceShare(printer, *reinterpret_cast<PRINTER_INFO_2A*>(block), name + std::strlen(name) + 1,
+               quiet);
 }
 
 }  // namespace

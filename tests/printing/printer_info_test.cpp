@@ -1,10 +1,13 @@
 // What the spooler tells and takes: structures, device modes, shares, other servers' printers.
 #include "runtime/printing/printer_info.h"
 
+#include <algorithm>
 #include <cstring>
+#include <functional>
 
 #include "platform/control/profiles.h"
 #include "platform/control/users.h"
+#include "runtime/printing/connection_name.h"
 #include "runtime/printing/default_printer.h"
 #include "runtime/printing/print_servers_key.h"
 #include "runtime/printing/printer_details.h"
@@ -20,6 +23,7 @@ namespace kv::test {
 namespace {
 
 constexpr LPCWSTR kRemote = TEXT("\\\\ALPHA\\HP Laser");
+constexpr LPCWSTR kDevice = TEXT("Laser,winspool,LPT1:");
 
 class PrinterInfoTest : public PrinterTest {
  protected:
@@ -30,27 +34,53 @@ class PrinterInfoTest : public PrinterTest {
     Restart();
     platform::ResetFaults();
   }
-  static UniqueDevMode UserMode(HANDLE printer) {
-    UniqueDevMode mode;
-    EXPECT_TRUE(GetPrinterUserDevMode(printer, &mode, Quiet::kYes));
-    return mode;
-  }
-  // A device mode like the printer's own with that many copies.
-  static UniqueDevMode ModeWithCopies(HANDLE printer, short copies) {
-    UniqueDevMode mode;
-    EXPECT_TRUE(GetPrinterDevMode(printer, &mode, Quiet::kYes));
-    mode->dmCopies = copies;
-    return mode;
-  }
-  static void SetDevice(LPCWSTR entry) {
-    WriteProfileStringW(TEXT("Windows"), TEXT("Device"), entry);
+  static void SetDevice(const WideString& entry) {
+    WriteProfileStringW(TEXT("Windows"), TEXT("Device"), entry.c_str());
   }
   static WideString Device() {
-    WCHAR entry[MAX_PATH];
-    GetDefaultPrinterName(entry, CutAtComma::kNo);
+    WCHAR entry[1000];
+    GetProfileStringW(TEXT("Windows"), TEXT("Device"), TEXT(""), entry, 1000);
     return entry;
   }
 };
+
+TEST_F(PrinterInfoTest, NamesAndTheirParts) {
+  const WideString most(259, TEXT('n')), more(260, TEXT('n'));
+  const struct {
+    WideString name, server, printer;
+    bool isPrinter;
+  } kNames[] = {
+      {TEXT("\\\\S\\P"), TEXT("S"), TEXT("P"), true},
+      {TEXT("\\\\S\\P\\Q"), TEXT("S"), TEXT("P\\Q"), false},
+      {TEXT("\\\\\\P"), {}, TEXT("P"), false},
+      {TEXT("\\\\S\\"), {}, {}, false},
+      {TEXT("\\\\S"), {}, {}, false},
+      {TEXT("\\S\\P"), {}, {}, false},
+      {TEXT("P\\Q"), {}, {}, false},
+      {TEXT("P"), {}, {}, true},
+      {{}, {}, {}, false},
+      {TEXT("\\\\") + most + TEXT("\\") + most, most, most, true},
+      {TEXT("\\\\") + more + TEXT("\\P"), {}, {}, false},
+      {TEXT("\\\\S\\") + more, {}, {}, false},
+      {most, {}, {}, true},
+      {more, {}, {}, false},
+  };
+  for (const auto& row : kNames) {
+    SCOPED_TRACE(std::string(row.name.begin(), row.name.end()));
+    ConnectionName parts;
+    std::memset(&parts, 0x55, sizeof parts);
+    EXPECT_EQ(SplitConnectionName(row.name.c_str(), parts) != FALSE, !row.printer.empty());
+    EXPECT_EQ(WideView(parts.server), row.server);
+    EXPECT_EQ(WideView(parts.printer), row.printer);
+    EXPECT_EQ(IsPrinterName(row.name.c_str()) != FALSE, row.isPrinter);
+    const bool fits = row.name.size() <= 259;
+    WideString expected = fits ? row.name : WideString();
+    std::replace(expected.begin(), expected.end(), TEXT('\\'), TEXT(','));
+    WCHAR key[MAX_PATH] = TEXT("dirty");
+    EXPECT_EQ(MakeKeyName(row.name.c_str(), key) != FALSE, fits);
+    EXPECT_EQ(WideView(key), expected);
+  }
+}
 
 DWORD growing_calls, growing_succeeds_at;
 
@@ -78,91 +108,113 @@ TEST_F(PrinterInfoTest, BlocksGrowFiveTimes) {
   EXPECT_EQ(WideView(info->pPortName), TEXT("LPT1:"));
   growing_calls = 0;
   growing_succeeds_at = 7;
-  EXPECT_EQ(GetPrinterInfo2(printer.Get(), Quiet::kNo), nullptr) << "and no box";
+  ExpectRefusal(ERROR_INSUFFICIENT_BUFFER, GetPrinterInfo2(printer.Get(), Quiet::kNo) != nullptr);
   EXPECT_EQ(growing_calls, 6u);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
 }
 
 TEST_F(PrinterInfoTest, FailuresAreReportedByTheFunctionOrTheLevel) {
   const UniquePrinter printer = Open();
   UniqueBlock<BYTE> driver;
-  struct Case {
-    const char* function;
-    uint64_t call;
-    DWORD level;
-    WideView text;
+  const WideString denied = TEXT("\n\nAccess is denied.");
+  const WideString noLevel = TEXT("\n\nThe system call level is not correct.");
+  const auto info = [&](DWORD level) {
+    return
+        [&, level](Quiet quiet) { return GetPrinterInfo(printer.Get(), level, quiet) != nullptr; };
   };
-  const Case cases[] = {
-      {"", 0, 77, TEXT("GetPrinter level 77 failed")},
-      {"GetPrinterW", 1, 2, TEXT("GetPrinter failed")},
-      {"GetPrinterW", 2, 2, TEXT("GetPrinter failed")},
-      {"", 0, 78, TEXT("GetPrinterDriver level 78 failed")},
-      {"GetPrinterDriverW", 1, 3, TEXT("GetPrinterDriver failed")},
+  const auto narrow = [&](Quiet quiet) {
+    return GetPrinterInfoA(printer.Get(), "n", 78, quiet) != nullptr;
   };
-  for (const Case& c : cases) {
-    const bool of_driver = c.text.starts_with(TEXT("GetPrinterDriver"));
-    const auto fetch = [&](Quiet quiet) {
-      platform::ResetFaults();
-      if (c.call != 0) platform::FailCall(c.function, c.call, ERROR_ACCESS_DENIED);
-      const bool found = of_driver
-                             ? GetPrinterDriverInfo(printer.Get(), nullptr, c.level, &driver, quiet)
-                             : GetPrinterInfo(printer.Get(), c.level, quiet) != nullptr;
-      EXPECT_FALSE(found);
+  const auto driverInfo = [&](DWORD level) {
+    return [&, level](Quiet quiet) -> bool {
+      return GetPrinterDriverInfo(printer.Get(), nullptr, level, &driver, quiet);
     };
-    const size_t boxes = platform::ShownBoxes().size();
-    fetch(Quiet::kYes);
-    EXPECT_EQ(platform::ShownBoxes().size(), boxes);
-    const DWORD error = c.call == 0 ? ERROR_INVALID_LEVEL : ERROR_ACCESS_DENIED;
-    EXPECT_EQ(GetLastError(), error);
-    platform::AnswerNextBox(IDOK);
-    fetch(Quiet::kNo);
-    EXPECT_TRUE(WideView(LastBox()).starts_with(c.text)) << c.call;
-    EXPECT_EQ(GetLastError(), error) << "behind the box, too";
+  };
+  const struct {
+    const char* failing;
+    uint64_t call;
+    std::function<bool(Quiet)> fetch;
+    DWORD error;
+    WideString report;
+  } kFailures[] = {
+      {"none", 1, info(77), ERROR_INVALID_LEVEL, TEXT("GetPrinter level 77 failed.") + noLevel},
+      {"none", 1, narrow, ERROR_INVALID_LEVEL, TEXT("GetPrinter level 78 failed.") + noLevel},
+      {"none", 1, driverInfo(79), ERROR_INVALID_LEVEL,
+       TEXT("GetPrinterDriver level 79 failed.") + noLevel},
+      {"GetPrinterW", 1, info(2), ERROR_ACCESS_DENIED, TEXT("GetPrinter failed.") + denied},
+      {"GetPrinterW", 2, info(2), ERROR_ACCESS_DENIED, TEXT("GetPrinter failed.") + denied},
+      {"GetPrinterDriverW", 1, driverInfo(3), ERROR_ACCESS_DENIED,
+       TEXT("GetPrinterDriver failed.") + denied},
+      {"memory", 1, info(2), ERROR_NOT_ENOUGH_MEMORY,
+       TEXT("An internal error occurred: could not allocate PRINTER_INFO_x.")},
+      {"memory", 1, driverInfo(3), ERROR_NOT_ENOUGH_MEMORY,
+       TEXT("An internal error occurred: could not allocate DRIVER_INFO_x.")},
+  };
+  for (const auto& row : kFailures) {
+    const auto refused = [&](Quiet quiet) {
+      platform::ResetFaults();
+      platform::FailCall(row.failing, row.call, ERROR_ACCESS_DENIED);
+      FailAllocation(row.error == ERROR_NOT_ENOUGH_MEMORY ? 1 : 0);
+      const bool done = row.fetch(quiet);
+      FailAllocation(0);
+      ExpectRefusal(row.error, done);
+    };
+    refused(Quiet::kYes);
+    EXPECT_EQ(BoxOf([&] { refused(Quiet::kNo); }), row.report);
   }
-  EXPECT_EQ(GetPrinterInfo2(nullptr, Quiet::kNo), nullptr);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
   platform::ResetFaults();
-  platform::AnswerNextBox(IDOK);
-  FailAllocation(1);
-  EXPECT_EQ(GetPrinterInfo2(printer.Get(), Quiet::kNo), nullptr);
-  FailAllocation(0);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
+  ExpectRefusal(ERROR_INVALID_HANDLE, GetPrinterInfo2(nullptr, Quiet::kNo) != nullptr);
+  ExpectRefusal(ERROR_INVALID_HANDLE, GetPrinterInfoA(nullptr, "n", 1, Quiet::kNo) != nullptr);
+  ExpectRefusal(ERROR_INVALID_HANDLE,
+                GetPrinterDriverInfo(nullptr, nullptr, 3, &driver, Quiet::kNo));
+  EXPECT_EQ(platform::TotalCallCount(), 0u);
   // The environment's name may lie in the block that is replaced.
   ASSERT_TRUE(GetPrinterDriverInfo(printer.Get(), nullptr, 3, &driver, Quiet::kNo));
   const LPCWSTR own = reinterpret_cast<DRIVER_INFO_3W*>(driver.get())->pEnvironment;
   EXPECT_TRUE(GetPrinterDriverInfo(printer.Get(), own, 3, &driver, Quiet::kNo));
+  ExpectRefusal(ERROR_INVALID_ENVIRONMENT,
+                GetPrinterDriverInfo(printer.Get(), TEXT("Nowhere"), 3, &driver, Quiet::kYes));
+  EXPECT_EQ(driver, nullptr);
 }
 
 TEST_F(PrinterInfoTest, NarrowStructuresTakeAnotherName) {
-  ASSERT_TRUE(SetPrinterShareName(TEXT("Laser"), TEXT("laser share")));
   const UniquePrinter printer = Open();
-  const UniqueDevMode mode = ModeWithCopies(printer.Get(), 2);
-  ASSERT_EQ(SetPrinterUserDevMode(printer.Get(), mode.get(), Quiet::kNo), kWritten);
-  const std::string name(50, 'n');
-  const std::string cut(31, 'n');
+  const std::string name(50, 'n'), cut(31, 'n');
   const auto fetch = [&](DWORD level) {
+    platform::ResetFaults();
     return GetPrinterInfoA(printer.Get(), name.c_str(), level, Quiet::kNo);
   };
-  const auto device_name = [](const DEVMODEA* m) {
-    return std::string(reinterpret_cast<const char*>(m->dmDeviceName));
+  const auto name_of = [](const DEVMODEA* m) {
+    return std::string(reinterpret_cast<LPCSTR>(m->dmDeviceName));
   };
-  const auto info1 = fetch(1), info2 = fetch(2), info4 = fetch(4), info5 = fetch(5);
-  const auto info8 = fetch(8), info9 = fetch(9);
-  EXPECT_EQ(reinterpret_cast<PRINTER_INFO_1A*>(info1.get())->pName, name);
-  EXPECT_EQ(reinterpret_cast<PRINTER_INFO_4A*>(info4.get())->pPrinterName, name);
-  EXPECT_EQ(reinterpret_cast<PRINTER_INFO_5A*>(info5.get())->pPrinterName, name);
-  const auto& all = *reinterpret_cast<PRINTER_INFO_2A*>(info2.get());
+  EXPECT_EQ(reinterpret_cast<PRINTER_INFO_9A*>(fetch(9).get())->pDevMode, nullptr)
+      << "none to name";
+  fetch(2);
+  EXPECT_EQ(platform::CallCount("GetPrinterW"), 0u) << "no share to convert";
+  ASSERT_TRUE(SetPrinterShareName(TEXT("Laser"), WideString(300, TEXT('s')).c_str()));
+  UniqueDevMode mode;
+  ASSERT_TRUE(GetPrinterDevMode(printer.Get(), &mode, Quiet::kYes));
+  ASSERT_EQ(SetPrinterUserDevMode(printer.Get(), mode.get(), Quiet::kNo), kWritten);
+  EXPECT_EQ(reinterpret_cast<PRINTER_INFO_1A*>(fetch(1).get())->pName, name);
+  EXPECT_EQ(reinterpret_cast<PRINTER_INFO_4A*>(fetch(4).get())->pPrinterName, name);
+  EXPECT_EQ(reinterpret_cast<PRINTER_INFO_5A*>(fetch(5).get())->pPrinterName, name);
+  EXPECT_EQ(name_of(reinterpret_cast<PRINTER_INFO_8A*>(fetch(8).get())->pDevMode), cut);
+  EXPECT_EQ(name_of(reinterpret_cast<PRINTER_INFO_9A*>(fetch(9).get())->pDevMode), cut);
+  const auto block = fetch(2);
+  const auto& all = *reinterpret_cast<PRINTER_INFO_2A*>(block.get());
   EXPECT_EQ(all.pPrinterName, name);
-  EXPECT_STREQ(all.pShareName, "laser share");
+  EXPECT_EQ(all.pShareName, std::string(255, 's'));
+  EXPECT_EQ(all.pShareName, all.pPrinterName + 51) << "behind the name";
   EXPECT_STREQ(all.pPortName, "LPT1:");
-  EXPECT_EQ(device_name(all.pDevMode), cut);
-  EXPECT_EQ(device_name(reinterpret_cast<PRINTER_INFO_8A*>(info8.get())->pDevMode), cut);
-  const DEVMODEA* user = reinterpret_cast<PRINTER_INFO_9A*>(info9.get())->pDevMode;
-  EXPECT_EQ(device_name(user), cut);
-  EXPECT_EQ(user->dmCopies, 2);
+  EXPECT_EQ(name_of(all.pDevMode), cut);
+  platform::FailCall("GetPrinterW", 1);
+  const auto unconverted = GetPrinterInfoA(printer.Get(), "n", 2, Quiet::kYes);
+  EXPECT_EQ(reinterpret_cast<PRINTER_INFO_2A*>(unconverted.get())->pShareName,
+            std::string(300, 's'));
   EXPECT_NE(fetch(6), nullptr) << "a level without names";
-  const auto unnamed = GetPrinterInfoA(printer.Get(), "", 1, Quiet::kNo);
-  EXPECT_STREQ(reinterpret_cast<PRINTER_INFO_1A*>(unnamed.get())->pName, "Laser");
+  for (const LPCSTR none : {LPCSTR{""}, LPCSTR{nullptr}}) {
+    const auto unnamed = GetPrinterInfoA(printer.Get(), none, 1, Quiet::kNo);
+    EXPECT_STREQ(reinterpret_cast<PRINTER_INFO_1A*>(unnamed.get())->pName, "Laser");
+  }
 }
 
 // The spooler takes the chance to change the default printer.
@@ -173,295 +225,421 @@ BOOL WINAPI MeddlingSetPrinter(HANDLE printer, DWORD level, LPBYTE info, DWORD c
 
 TEST_F(PrinterInfoTest, DeviceModesAreWrittenOnceAndTheDefaultPrinterStays) {
   const UniquePrinter printer = Open();
-  platform::Replace("SetPrinterW", &MeddlingSetPrinter);
-  const UniqueDevMode mode = ModeWithCopies(printer.Get(), 3);
-  struct Case {
+  UniqueDevMode mode;
+  ASSERT_TRUE(GetPrinterDevMode(printer.Get(), &mode, Quiet::kYes));
+  const struct {
     WriteResult (*set)(HANDLE, const DEVMODEW*, Quiet);
     BOOL (*get)(HANDLE, UniqueDevMode*, Quiet);
-    LPCWSTR device_after;
-  };
-  const Case cases[] = {
-      {SetPrinterDevMode, GetPrinterDevMode, TEXT("Laser,winspool,LPT1:")},
-      {SetPrinterGlobalDevMode, GetPrinterGlobalDevMode, TEXT("Laser,winspool,LPT1:")},
-      {SetPrinterUserDevMode, GetPrinterUserDevMode, TEXT("Meddled,winspool,X:")}};
-  for (const Case& c : cases) {
-    SetDevice(TEXT("Laser,winspool,LPT1:"));
+    WideString deviceAfter;
+  } kLevels[] = {{SetPrinterDevMode, GetPrinterDevMode, kDevice},
+                 {SetPrinterGlobalDevMode, GetPrinterGlobalDevMode, kDevice},
+                 {SetPrinterUserDevMode, GetPrinterUserDevMode, TEXT("Meddled,winspool,X:")}};
+  for (const auto& row : kLevels) {
+    const auto set = [&](const DEVMODEW* m, Quiet quiet) {
+      return row.set(printer.Get(), m, quiet);
+    };
+    platform::ResetFaults();
+    platform::Replace("SetPrinterW", &MeddlingSetPrinter);
+    SetDevice(kDevice);
     mode->dmCopies++;
-    EXPECT_EQ(c.set(printer.Get(), mode.get(), Quiet::kNo), kWritten);
-    EXPECT_EQ(Device(), c.device_after);
-    const uint64_t calls = platform::CallCount("SetPrinterW");
-    EXPECT_EQ(c.set(printer.Get(), mode.get(), Quiet::kNo), kUnchanged);
-    EXPECT_EQ(platform::CallCount("SetPrinterW"), calls);
+    EXPECT_EQ(set(mode.get(), Quiet::kNo), kWritten);
+    EXPECT_EQ(Device(), row.deviceAfter);
+    EXPECT_EQ(set(mode.get(), Quiet::kNo), kUnchanged);
+    EXPECT_EQ(platform::CallCount("SetPrinterW"), 1u);
     UniqueDevMode read;
-    EXPECT_TRUE(c.get(printer.Get(), &read, Quiet::kNo));
+    EXPECT_TRUE(row.get(printer.Get(), &read, Quiet::kNo));
     EXPECT_TRUE(DevModesEqual(read.get(), mode.get()));
+
+    const DEVMODEW* const unreadable = reinterpret_cast<DEVMODEW*>(16);
+    ExpectRefusal(ERROR_INVALID_PARAMETER, set(unreadable, Quiet::kNo) != kWriteFailed);
+    mode->dmCopies++;
+    for (const auto& [call, report] :
+         {std::pair("SetPrinterW", TEXT("SetPrinter failed.\n\nAccess is denied.")),
+          {"GetPrinterW", TEXT("GetPrinter failed.\n\nAccess is denied.")}}) {
+      const auto refused = [&, function = call](Quiet quiet) {
+        platform::ResetFaults();
+        platform::FailCall(function, 1, ERROR_ACCESS_DENIED);
+        ExpectRefusal(ERROR_ACCESS_DENIED, set(mode.get(), quiet) != kWriteFailed);
+      };
+      refused(Quiet::kYes);
+      EXPECT_EQ(BoxOf([&] { refused(Quiet::kNo); }), report);
+    }
+    platform::FailCall("GetPrinterW", 1, ERROR_ACCESS_DENIED);
+    ExpectRefusal(ERROR_ACCESS_DENIED, row.get(printer.Get(), &read, Quiet::kYes));
+    EXPECT_EQ(read, nullptr);
   }
   EXPECT_EQ(SetPrinterUserDevMode(printer.Get(), nullptr, Quiet::kNo), kWritten);
-  EXPECT_EQ(UserMode(printer.Get()), nullptr);
-  EXPECT_EQ(SetPrinterUserDevMode(printer.Get(), reinterpret_cast<DEVMODEW*>(16), Quiet::kNo),
-            kWriteFailed)
-      << "and no box";
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
-
-  platform::ResetFaults();
-  platform::FailCall("SetPrinterW", 1, ERROR_ACCESS_DENIED);
-  platform::AnswerNextBox(IDOK);
-  EXPECT_EQ(SetPrinterUserDevMode(printer.Get(), mode.get(), Quiet::kNo), kWriteFailed);
-  EXPECT_TRUE(WideView(LastBox()).starts_with(TEXT("SetPrinter failed")));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
-}
-
-TEST_F(PrinterInfoTest, OldSystemsHaveOneDeviceMode) {
-  ASSERT_TRUE(platform::UseProfile("windows-nt4"));
-  Restart();
-  const UniquePrinter printer = Open();
-  UniqueDevMode mode;
-  platform::ResetFaults();
-  EXPECT_TRUE(GetPrinterDevMode(printer.Get(), &mode, Quiet::kNo));
-  EXPECT_FALSE(GetPrinterGlobalDevMode(printer.Get(), &mode, Quiet::kNo));
-  EXPECT_FALSE(GetPrinterUserDevMode(printer.Get(), &mode, Quiet::kNo));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_LEVEL});
+  EXPECT_TRUE(GetPrinterUserDevMode(printer.Get(), &mode, Quiet::kNo));
   EXPECT_EQ(mode, nullptr);
-  WCHAR guid[MAX_PATH];
+  startupContext.platform.ntKind = kWindows2000;
+  EXPECT_TRUE(GetPrinterGlobalDevMode(printer.Get(), &mode, Quiet::kNo));
+  startupContext.platform.ntKind = kNt4;
   platform::ResetFaults();
-  EXPECT_FALSE(GetPrinterConnectionGuid(HKEY_CURRENT_USER, kRemote, guid, MAX_PATH));
-  EXPECT_EQ(platform::TotalCallCount(), 0u) << "the registry is not asked";
+  for (const auto get : {&GetPrinterGlobalDevMode, &GetPrinterUserDevMode}) {
+    EXPECT_TRUE(GetPrinterDevMode(printer.Get(), &mode, Quiet::kNo));
+    ExpectRefusal(ERROR_INVALID_LEVEL, get(printer.Get(), &mode, Quiet::kNo));
+    EXPECT_EQ(mode, nullptr);
+  }
 }
 
 TEST_F(PrinterInfoTest, DetailsOfAPrinter) {
   Use32BitSystem();
-  WCHAR driver[MAX_PATH], port[MAX_PATH], share[MAX_PATH], title[MAX_PATH];
-  EXPECT_TRUE(GetPrinterDetails(TEXT("Laser"), driver, port, share, title));
-  EXPECT_EQ(WideView(driver), TEXT("Generic / Text Only"));
-  EXPECT_EQ(WideView(port), TEXT("LPT1:"));
-  EXPECT_EQ(WideView(share), TEXT(""));
-  EXPECT_EQ(WideView(title), TEXT("unidrv"));
-  EXPECT_FALSE(GetPrinterPortName(TEXT("None"), port));
-  EXPECT_EQ(port[0], 0);
-  for (const LPCWSTR none : {LPCWSTR{nullptr}, LPCWSTR{TEXT("")}}) {
-    port[0] = TEXT('d');
-    EXPECT_FALSE(GetPrinterPortName(none, port)) << "and no box";
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PRINTER_NAME});
-    EXPECT_EQ(port[0], 0);
+  ASSERT_TRUE(SetPrinterShareName(TEXT("Laser"), TEXT("laser")));
+  WCHAR texts[4][MAX_PATH];
+  const auto [driver, port, share, title] = std::tuple(texts[0], texts[1], texts[2], texts[3]);
+  const auto expect = [&](LPCWSTR d, LPCWSTR p, LPCWSTR s, LPCWSTR t, const char* why) {
+    const LPCWSTR expected[] = {d, p, s, t};
+    for (size_t i = 0; i < 4; ++i) {
+      EXPECT_EQ(WideView(texts[i]), expected[i]) << why << i;
+      CopyStringW(texts[i], TEXT("dirty"));
+    }
+  };
+  CopyStringW(driver, MAX_PATH, TEXT("Laser"));
+  EXPECT_TRUE(GetPrinterDetails(driver, driver, port, share, title))
+      << "the name lies in an output";
+  expect(TEXT("Generic / Text Only"), TEXT("LPT1:"), TEXT("laser"), TEXT("unidrv"), "all");
+  for (const LPCWSTR none : {LPCWSTR{TEXT("None")}, LPCWSTR{TEXT("")}, LPCWSTR{nullptr}}) {
+    ExpectRefusal(ERROR_INVALID_PRINTER_NAME, GetPrinterDetails(none, driver, port, share, title));
+    expect(TEXT(""), TEXT(""), TEXT(""), TEXT(""), "none");
   }
-  WideString(TEXT("Laser")).copy(port, MAX_PATH);
-  port[5] = 0;
-  EXPECT_TRUE(GetPrinterPortName(port, port)) << "the name lies in the output";
-  EXPECT_EQ(WideView(port), TEXT("LPT1:"));
-  platform::AnswerNextBox(IDOK);
-  platform::FailCall("GetPrinterW", 1, ERROR_ACCESS_DENIED);
-  EXPECT_FALSE(GetPrinterDetails(TEXT("Laser"), driver, port, nullptr, title));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED}) << "though the other question succeeded";
-  EXPECT_NE(title[0], 0);
-  platform::FailCall("GetPrinterDriverW", 1);
-  EXPECT_FALSE(GetPrinterDetails(TEXT("Laser"), driver, port, nullptr, title)) << "without a box";
-  EXPECT_NE(port[0], 0) << "one failure does not take the rest away";
-  EXPECT_EQ(WideView(GetDevicePort(TEXT("Laser")).get()), TEXT("LPT1:"));
-  EXPECT_EQ(GetDevicePort(TEXT("None")), nullptr);
+  platform::ResetFaults();
+  EXPECT_TRUE(GetPrinterDriverFileTitle(TEXT("Laser"), title));
+  EXPECT_EQ(platform::CallCount("GetPrinterW"), 0u) << "only what is wanted is asked for";
+  platform::ResetFaults();
+  EXPECT_TRUE(GetPrinterDriverName(TEXT("Laser"), driver));
+  EXPECT_TRUE(GetPrinterPortName(TEXT("Laser"), port));
+  EXPECT_TRUE(GetPrinterDetails(TEXT("Laser"), nullptr, nullptr, share, nullptr));
+  EXPECT_EQ(platform::CallCount("GetPrinterDriverW"), 0u);
+  expect(TEXT("Generic / Text Only"), TEXT("LPT1:"), TEXT("laser"), TEXT("unidrv"), "one by one");
+  const auto ask = [&](const char* failing) {
+    platform::ResetFaults();
+    platform::FailCall(failing, 1, ERROR_ACCESS_DENIED);
+    ExpectRefusal(ERROR_ACCESS_DENIED,
+                  GetPrinterDetails(TEXT("Laser"), driver, port, share, title));
+  };
+  EXPECT_EQ(BoxOf([&] { ask("GetPrinterW"); }), TEXT("GetPrinter failed.\n\nAccess is denied."));
+  expect(TEXT(""), TEXT(""), TEXT(""), TEXT("unidrv"), "without the structure");
+  ask("GetPrinterDriverW");
+  expect(TEXT("Generic / Text Only"), TEXT("LPT1:"), TEXT("laser"), TEXT(""), "without a box");
+
   EXPECT_FALSE(DeviceSupportsDuplex(TEXT("Laser")));
   SetDriverFact("duplex", "1");
   EXPECT_TRUE(DeviceSupportsDuplex(TEXT("Laser")));
-  for (const auto& [arch, environment] :
-       {std::pair(DWORD{0}, GetPrintEnvironment()), std::pair(DWORD{9}, TEXT("Windows x64"))}) {
-    startupContext.platform.wow64Arch = arch;
-    EXPECT_EQ(WideView(GetNativePrintEnvironment()), environment);
+  EXPECT_EQ(GetDevicePort(nullptr), nullptr);
+  const struct {
+    WideString entry;
+    LPCWSTR port;
+  } kEntries[] = {{TEXT("winspool,Ne01:,15,45"), TEXT("Ne01:,15,45")},
+                  {WideString(298, TEXT('d')) + TEXT(",p"), TEXT("")},
+                  {WideString(299, TEXT('d')) + TEXT(",p"), nullptr},
+                  {TEXT("winspool"), nullptr}};
+  for (const auto& row : kEntries) {
+    WriteProfileStringW(TEXT("Devices"), TEXT("Laser"), row.entry.c_str());
+    const auto found = GetDevicePort(TEXT("Laser"));
+    EXPECT_EQ(found == nullptr, row.port == nullptr);
+    EXPECT_EQ(View(found.get()), View(row.port));
   }
-  startupContext.platform.wow64Arch = 0xFFFF;
-  EXPECT_EQ(GetNativePrintEnvironment(), nullptr);
+  for (const auto& [arch, environment] :
+       {std::pair(DWORD{0}, TEXT("Windows NT x86")), {9, TEXT("Windows x64")}, {12, nullptr}}) {
+    startupContext.platform.wow64Arch = arch;
+    EXPECT_EQ(View(GetNativePrintEnvironment()), View(environment));
+  }
 }
 
 TEST_F(PrinterInfoTest, SharesAreSetAndTakenAway) {
-  platform::ResetFaults();
+  const Key key =
+      Key::Open(HKEY_LOCAL_MACHINE,
+                TEXT("SYSTEM\\CurrentControlSet\\Control\\Print\\Printers\\Laser"), KEY_ALL_ACCESS);
+  const auto expect_share = [&](LPCWSTR share, uint64_t written) {
+    WCHAR name[MAX_PATH] = TEXT("dirty");
+    EXPECT_TRUE(GetPrinterShareName(TEXT("Laser"), name, MAX_PATH));
+    EXPECT_EQ(WideView(name), share);
+    EXPECT_EQ(IsPrinterShared(TEXT("Laser")), share[0]);
+    const auto info = GetPrinterInfo2(Open().Get(), Quiet::kNo);
+    EXPECT_EQ((info->Attributes & PRINTER_ATTRIBUTE_SHARED) != 0, share[0] != 0);
+    EXPECT_EQ(platform::CallCount("SetPrinterW"), written);
+  };
   EXPECT_TRUE(SetPrinterShareName(TEXT("Laser"), TEXT("")));
-  EXPECT_EQ(platform::CallCount("SetPrinterW"), 0u) << "it is not shared";
+  expect_share(TEXT(""), 0);
   EXPECT_TRUE(SetPrinterShareName(TEXT("Laser"), TEXT("laser")));
-  EXPECT_EQ(IsPrinterShared(TEXT("Laser")), TEXT('l'));
   EXPECT_TRUE(SetPrinterShareName(TEXT("Laser"), TEXT("laser")));
-  EXPECT_EQ(platform::CallCount("SetPrinterW"), 2u) << "the same name is written again";
+  expect_share(TEXT("laser"), 2);
   EXPECT_TRUE(SetPrinterShareName(TEXT("Laser"), nullptr));
-  EXPECT_EQ(IsPrinterShared(TEXT("Laser")), 0);
+  expect_share(TEXT(""), 3);
+  // Half shared: what is left goes, too.
+  SetText(key, TEXT("Share Name"), TEXT("left"));
+  EXPECT_TRUE(SetPrinterShareName(TEXT("Laser"), nullptr));
+  expect_share(TEXT(""), 4);
+  for (const auto& [function, call] : {std::pair("GetPrinterW", 2), {"SetPrinterW", 1}}) {
+    platform::FailCall(function, call, ERROR_BUSY);
+    ExpectRefusal(ERROR_BUSY, SetPrinterShareName(TEXT("Laser"), TEXT("laser")));
+  }
+  WCHAR name[3] = {1, 1, 1};
+  EXPECT_TRUE(SetPrinterShareName(TEXT("Laser"), TEXT("laser")));
+  EXPECT_TRUE(GetPrinterShareName(TEXT("Laser"), name, 3));
+  EXPECT_EQ(WideView(name), TEXT("la")) << "cut";
+  EXPECT_FALSE(GetPrinterShareName(TEXT("None"), name, 3));
+  EXPECT_EQ(name[0] + IsPrinterShared(TEXT("None")), 0);
   platform::SetFactNumber(platform::facts::kUserIsElevated, 0);
-  EXPECT_FALSE(SetPrinterShareName(TEXT("Laser"), TEXT("laser")));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+  ExpectRefusal(ERROR_ACCESS_DENIED, SetPrinterShareName(TEXT("Laser"), TEXT("other")));
+  ExpectRefusal(ERROR_INVALID_PRINTER_NAME, SetPrinterShareName(TEXT("None"), nullptr));
+}
+
+TEST_F(PrinterInfoTest, WhereTheMachineRemembersOtherServers) {
+  const WideString print =
+      TEXT("Software\\Microsoft\\Windows NT\\CurrentVersion\\Print\\Providers\\");
+  const WideString rendering = print + TEXT("Client Side Rendering Print Provider\\Servers");
+  const WideString manager = print + TEXT("LanMan Print Services\\Servers");
+  const WideString nt4 = TEXT("System\\CurrentControlSet\\Control\\Print\\Providers\\")
+      TEXT("LanMan Print Services\\Servers");
+  for (const WideString& path : {rendering, manager, nt4}) Key::Create(HKEY_LOCAL_MACHINE, path);
+  for (const auto& [kind, path] : {std::pair(DWORD{kNt4}, nt4),
+                                   {kWindows2000, manager},
+                                   {kWindowsXp, manager},
+                                   {kServer2003, manager},
+                                   {kWindowsVista, rendering},
+                                   {kWindows10, rendering}}) {
+    startupContext.platform.ntKind = kind;
+    CPrintServersKey reading(KeyMode::kRead), writing(KeyMode::kWrite), neither(KeyMode{2});
+    EXPECT_EQ(View(reading.path()), path);
+    EXPECT_EQ(View(writing.path()), path);
+    EXPECT_TRUE(writing.SetDword(TEXT("Mark"), 1));
+    EXPECT_FALSE(reading.SetDword(TEXT("Mark"), 1) || neither.IsOpen());
+  }
+  startupContext.platform.ntKind = 0;
+  EXPECT_FALSE(CPrintServersKey(KeyMode::kRead).IsOpen());
 }
 
 TEST_F(PrinterInfoTest, WhatTheMachineRemembersOfOtherServersComesFirst) {
   platform::SetFact("server.ALPHA.printers", "HP Laser:hplaser,Ink:ink");
-  const WideString servers =
+  const WideString printers =
       TEXT("Software\\Microsoft\\Windows NT\\CurrentVersion\\Print\\Providers\\")
           TEXT("Client Side Rendering Print Provider\\Servers\\ALPHA\\Printers\\");
   WCHAR share[MAX_PATH];
-  EXPECT_TRUE(GetPrinterShareName(kRemote, share, MAX_PATH));
-  EXPECT_EQ(WideView(share), TEXT("hplaser")) << "from the spooler";
-  SetText(Key::Create(HKEY_LOCAL_MACHINE, servers + TEXT("HP Laser")), TEXT("Share Name"),
+  const auto expect_share = [&](LPCWSTR expected) {
+    CopyStringW(share, kRemote);
+    EXPECT_TRUE(GetPrinterShareName(share, share, MAX_PATH)) << "the name lies in the output";
+    EXPECT_EQ(WideView(share), expected);
+  };
+  expect_share(TEXT("hplaser"));
+  SetText(Key::Create(HKEY_LOCAL_MACHINE, printers + TEXT("HP Laser")), TEXT("Share Name"),
           TEXT("by name"));
-  EXPECT_TRUE(GetPrinterShareName(kRemote, share, MAX_PATH));
-  EXPECT_EQ(WideView(share), TEXT("by name"));
+  expect_share(TEXT("by name"));
+  startupContext.platform.win9xKind = 1;
+  expect_share(TEXT("hplaser"));
+  startupContext.platform.win9xKind = 0;
+  BOOL is_guid = TRUE;
+  CopyStringW(share, kRemote);
+  EXPECT_TRUE(CPrintServersKey::MakePrinterPath(share, share, &is_guid));
+  EXPECT_EQ(WideView(share), TEXT("ALPHA\\Printers\\HP Laser"));
+  EXPECT_FALSE(is_guid);
   SetText(Key::Create(HKEY_CURRENT_USER, TEXT("Printers\\Connections\\,,ALPHA,HP Laser")),
           TEXT("GuidPrinter"), TEXT("{GUID}"));
-  SetText(Key::Create(HKEY_LOCAL_MACHINE, servers + TEXT("{GUID}\\DsSpooler")),
-          TEXT("printShareName"), TEXT("by guid"));
   CopyStringW(share, kRemote);
-  EXPECT_TRUE(GetPrinterShareName(share, share, MAX_PATH)) << "the name lies in the output";
-  EXPECT_EQ(WideView(share), TEXT("by guid"));
+  EXPECT_TRUE(GetPrinterConnectionGuid(HKEY_CURRENT_USER, share, share, MAX_PATH));
+  EXPECT_EQ(WideView(share), TEXT("{GUID}"));
+  EXPECT_FALSE(GetPrinterConnectionGuid(HKEY_CURRENT_USER, kRemote, share, 6)) << "7 with its end";
+  EXPECT_EQ(share[0], 0);
   CPrintServersKey key(KeyMode::kRead);
+  EXPECT_FALSE(key.GetRemotePrinterShareName(kRemote, share, MAX_PATH)) << "by its GUID only";
+  const Key printer = Key::Create(HKEY_LOCAL_MACHINE, printers + TEXT("{GUID}\\DsSpooler"));
+  EXPECT_FALSE(key.GetRemotePrinterShareName(kRemote, share, MAX_PATH));
+  SetText(printer, TEXT("printShareName"), TEXT("by guid"));
+  expect_share(TEXT("by guid"));
   CopyStringW(share, kRemote);
-  EXPECT_TRUE(key.GetRemotePrinterShareName(share, share, MAX_PATH));
-  EXPECT_EQ(WideView(share), TEXT("by guid"));
-  CopyStringW(share, kRemote);
-  EXPECT_TRUE(CPrintServersKey::MakePrinterPath(share, share));
+  EXPECT_TRUE(CPrintServersKey::MakePrinterPath(share, share, &is_guid));
   EXPECT_EQ(WideView(share), TEXT("ALPHA\\Printers\\{GUID}"));
-  const WideString longest =
-      TEXT("\\\\") + WideString(130, TEXT('s')) + TEXT("\\") + WideString(129, TEXT('p'));
-  for (const LPCWSTR name : {LPCWSTR{TEXT("Laser")}, LPCWSTR{TEXT("\\\\ALPHA")},
-                             LPCWSTR{TEXT("\\\\ALPHA\\")}, longest.c_str()}) {
-    share[0] = TEXT('d');
+  EXPECT_TRUE(is_guid);
+  EXPECT_FALSE(key.GetRemotePrinterShareName(kRemote, share, 7)) << "does not fit";
+  startupContext.platform.ntKind = kServer2003;
+  EXPECT_FALSE(GetPrinterConnectionGuid(HKEY_CURRENT_USER, kRemote, share, MAX_PATH));
+  EXPECT_EQ(share[0], 0);
+  startupContext.platform.ntKind = kWindowsVista;
+  EXPECT_TRUE(GetPrinterConnectionGuid(HKEY_CURRENT_USER, kRemote, share, MAX_PATH));
+  // With "\\Printers\\" 130 + 10 + 119 characters are all that fit.
+  const WideString server = TEXT("\\\\") + WideString(130, TEXT('s')) + TEXT("\\");
+  const WideString longest = server + WideString(119, TEXT('p')), longer = longest + TEXT('p');
+  EXPECT_TRUE(CPrintServersKey::MakePrinterPath(longest.c_str(), share));
+  for (const LPCWSTR name :
+       {TEXT("Laser"), TEXT("\\\\ALPHA"), TEXT("\\\\ALPHA\\A\\B"), longer.c_str()}) {
+    is_guid = TRUE;
+    CopyStringW(share, TEXT("dirty"));
+    EXPECT_FALSE(CPrintServersKey::MakePrinterPath(name, share, &is_guid));
+    EXPECT_EQ(share[0] + is_guid, 0);
+    CopyStringW(share, TEXT("dirty"));
     EXPECT_FALSE(key.GetRemotePrinterShareName(name, share, MAX_PATH));
     EXPECT_EQ(share[0], 0);
-    share[0] = TEXT('d');
-    EXPECT_FALSE(CPrintServersKey::MakePrinterPath(name, share));
-    EXPECT_EQ(share[0], 0);
   }
-  EXPECT_FALSE(key.GetRemotePrinterShareName(kRemote, share, 3)) << "does not fit";
 }
 
-uint64_t small_buffers;
+// How the network is asked, and a provider that wants that much more room the first time.
+std::vector<DWORD> asked_with;
+DWORD more_room;
+
+DWORD WINAPI RecordingOpenEnum(DWORD scope, DWORD type, DWORD usage, LPNETRESOURCEW root,
+                               LPHANDLE enumeration) {
+  EXPECT_EQ(WideView(root->lpRemoteName), TEXT("\\\\ALPHA"));
+  EXPECT_EQ(root->lpLocalName[0] + root->lpComment[0] + root->lpProvider[0], 0);
+  asked_with = {root->dwScope, root->dwType, root->dwDisplayType, root->dwUsage};
+  return WNetOpenEnumW(scope, type, usage, root, enumeration);
+}
 
 DWORD WINAPI WantsMore(HANDLE enumeration, LPDWORD count, LPVOID buffer, LPDWORD size) {
-  if (small_buffers++ > 0) return WNetEnumResourceW(enumeration, count, buffer, size);
-  *size = 20'000;
+  asked_with.push_back(*size);
+  if (asked_with.size() > 5) return WNetEnumResourceW(enumeration, count, buffer, size);
+  *size += more_room;
   return ERROR_MORE_DATA;
 }
 
 TEST_F(PrinterInfoTest, SharedPrintersAreFoundThroughSpoolerAndNetwork) {
-  platform::SetFact("server.ALPHA.printers", "HP Laser:hplaser,Ink:ink");
-  platform::SetFact("server.ALPHA.resources",
-                    "container:scan:Box,disk:scan:Files,print:scan:\\\\ALPHA\\Scanner");
+  platform::SetFact("server.ALPHA.printers", "HP Laser:hplaser,Ink:ink,Other:ink");
+  platform::SetFact(
+      "server.ALPHA.resources",
+      "container:scan:Box,disk:scan:Files,print:fax:Fax,print:scan:Scanner,print:scan:No");
   WCHAR printer[MAX_PATH];
-  EXPECT_TRUE(FindSharedPrinterName(TEXT("ALPHA"), TEXT("INK"), printer, MAX_PATH));
-  EXPECT_EQ(WideView(printer), TEXT("\\\\ALPHA\\Ink"));
+  const auto find = [&](LPCWSTR server, LPCWSTR share) -> WideString {
+    platform::ResetFaults();
+    platform::Replace("WNetOpenEnumW", &RecordingOpenEnum);
+    platform::Replace("WNetEnumResourceW", &WantsMore);
+    CopyStringW(printer, server);
+    const bool found = FindSharedPrinterName(printer, share, printer, MAX_PATH);
+    EXPECT_EQ(found, printer[0] != 0);
+    return printer;
+  };
+  EXPECT_EQ(find(TEXT("ALPHA"), TEXT("INK")), TEXT("\\\\ALPHA\\Ink"));
   EXPECT_EQ(platform::CallCount("WNetOpenEnumW"), 0u);
-  EXPECT_TRUE(FindSharedPrinterName(TEXT("ALPHA"), TEXT("Scan"), printer, MAX_PATH));
-  EXPECT_EQ(WideView(printer), TEXT("\\\\ALPHA\\Scanner"));
-  platform::Replace("WNetEnumResourceW", &WantsMore);
-  small_buffers = 0;
-  EXPECT_TRUE(FindSharedPrinterName(TEXT("ALPHA"), TEXT("scan"), printer, MAX_PATH));
-  EXPECT_FALSE(FindSharedPrinterName(TEXT("ALPHA"), TEXT("other"), printer, MAX_PATH));
-  EXPECT_EQ(printer[0], 0);
+  more_room = 20'000;
+  EXPECT_EQ(find(TEXT("ALPHA"), TEXT("Scan")), TEXT("Scanner"));
+  EXPECT_EQ(asked_with,
+            (std::vector<DWORD>{RESOURCE_GLOBALNET, 0, 0, RESOURCEUSAGE_CONTAINER, 16384, 36384}));
+  EXPECT_EQ(find(TEXT("ALPHA"), TEXT("other")), TEXT(""));
+  more_room = 0;
+  EXPECT_EQ(find(TEXT("ALPHA"), TEXT("scan")), TEXT("")) << "it would ask for ever";
+  platform::ResetFaults();
+  EXPECT_TRUE(FindSharedPrinterName(TEXT("ALPHA"), TEXT("ink"), printer, 8));
+  EXPECT_EQ(WideView(printer), TEXT("\\\\ALPHA")) << "cut";
+  EXPECT_FALSE(FindSharedPrinterName(TEXT("ALPHA"), TEXT("ink"), printer, 0));
   LetGrow<&EnumPrintersW>("EnumPrintersW", 2);
-  CopyStringW(printer, TEXT("ALPHA"));
-  EXPECT_TRUE(FindSharedPrinterName(printer, TEXT("ink"), printer, MAX_PATH));
-  EXPECT_EQ(WideView(printer), TEXT("\\\\ALPHA\\Ink"));
+  EXPECT_TRUE(FindSharedPrinterName(TEXT("ALPHA"), TEXT("ink"), printer, MAX_PATH));
   platform::ResetFaults();
   EXPECT_FALSE(FindSharedPrinterName(TEXT("BETA"), TEXT("scan"), printer, MAX_PATH));
   EXPECT_EQ(platform::CallCount("WNetOpenEnumW"), 0u) << "its spooler said nothing";
-  platform::ResetFaults();
-  const WideString too_long(258, TEXT('s'));
+  const WideString longest(257, TEXT('s')), longer(258, TEXT('s'));
+  EXPECT_FALSE(FindSharedPrinterName(longest.c_str(), TEXT("ink"), printer, MAX_PATH));
+  EXPECT_EQ(platform::CallCount("EnumPrintersW"), 2u);
   for (const auto& [server, share] : {std::pair<LPCWSTR, LPCWSTR>(TEXT(""), TEXT("ink")),
                                       {TEXT("ALPHA"), TEXT("")},
                                       {nullptr, nullptr},
-                                      {too_long.c_str(), TEXT("ink")}}) {
-    EXPECT_FALSE(FindSharedPrinterName(server, share, printer, MAX_PATH));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+                                      {longer.c_str(), TEXT("ink")}}) {
+    CopyStringW(printer, TEXT("dirty"));
+    ExpectRefusal(ERROR_INVALID_PARAMETER, FindSharedPrinterName(server, share, printer, MAX_PATH));
+    EXPECT_EQ(printer[0], 0);
   }
-  EXPECT_EQ(platform::CallCount("EnumPrintersW"), 0u);
+  EXPECT_EQ(platform::CallCount("EnumPrintersW"), 2u);
 }
 
-LPARAM told;
-uint64_t times_told;
+// What windows are told, and how.
+std::vector<WideString> told;
 
-LRESULT CALLBACK Listen(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-  if (message == WM_SETTINGCHANGE) {
-    told = lparam;
-    ++times_told;
-  }
-  return DefWindowProcW(window, message, wparam, lparam);
+LRESULT WINAPI Tell(HWND window, UINT message, WPARAM wparam, LPARAM lparam, UINT flags,
+                    UINT timeout, PDWORD_PTR) {
+  EXPECT_EQ(window, HWND_BROADCAST);
+  EXPECT_EQ(message, UINT{WM_SETTINGCHANGE});
+  EXPECT_EQ(wparam, 0u);
+  EXPECT_EQ(flags, UINT{SMTO_ABORTIFHUNG});
+  EXPECT_EQ(timeout, 100u);
+  told.push_back(lparam == 0 ? TEXT("null") : reinterpret_cast<LPCWSTR>(lparam));
+  return 77;
 }
 
 TEST_F(PrinterInfoTest, TheDefaultPrinterIsSetAndAnnounced) {
   Use32BitSystem();
-  WNDCLASSW window_class = {};
-  window_class.lpfnWndProc = Listen;
-  window_class.hInstance = GetModuleHandleW(nullptr);
-  window_class.lpszClassName = TEXT("Listener");
-  ASSERT_NE(RegisterClassW(&window_class), 0);
-  const HWND window = CreateWindowExW(0, TEXT("Listener"), TEXT(""), WS_POPUP, 0, 0, 10, 10,
-                                      nullptr, nullptr, window_class.hInstance, nullptr);
+  platform::Replace("SendMessageTimeoutW", &Tell);
+  told.clear();
   WCHAR name[MAX_PATH];
   EXPECT_EQ(GetDefaultPrinterName(name, CutAtComma::kYes), 0);
-  times_told = 0;
-  told = 1;
-  EXPECT_NE(SetDefaultPrinterName(TEXT("Laser")), 0);
+  EXPECT_EQ(SetDefaultPrinterName(TEXT("Laser")), 77);
   EXPECT_EQ(Device(), TEXT("Laser,WINSPOOL,LPT1:"));
-  EXPECT_EQ(told, 0);
   EXPECT_EQ(GetDefaultPrinterName(name, CutAtComma::kYes), TEXT('L'));
   EXPECT_EQ(WideView(name), TEXT("Laser"));
-  EXPECT_NE(SetDefaultPrinterName(TEXT("Any,thing,you:")), 0);
-  EXPECT_EQ(Device(), TEXT("Any,thing,you:"));
-  const WideString too_long = TEXT(",") + WideString(779, TEXT('x'));
-  for (const LPCWSTR none : {LPCWSTR{TEXT("None")}, LPCWSTR{TEXT("")}, too_long.c_str()}) {
-    EXPECT_EQ(SetDefaultPrinterName(none), 0);
-    EXPECT_EQ(GetLastError(), none[0] == TEXT(',') ? DWORD{ERROR_INVALID_PARAMETER}
-                                                   : DWORD{ERROR_INVALID_PRINTER_NAME});
-    EXPECT_EQ(Device(), TEXT("Any,thing,you:")) << "not lost";
-  }
+  EXPECT_EQ(GetDefaultPrinterName(name, CutAtComma::kNo), TEXT('L'));
+  EXPECT_EQ(WideView(name), TEXT("Laser,WINSPOOL,LPT1:"));
+  const WideString longest = TEXT(",") + WideString(778, TEXT('x')), longer = longest + TEXT('x');
+  EXPECT_EQ(SetDefaultPrinterName(longest.c_str()), 77);
+  EXPECT_EQ(Device(), longest);
+  ExpectRefusal(ERROR_INVALID_PARAMETER, SetDefaultPrinterName(longer.c_str()));
+  ExpectRefusal(ERROR_INVALID_PRINTER_NAME, SetDefaultPrinterName(TEXT("None")));
+  ExpectRefusal(ERROR_INVALID_PRINTER_NAME, SetDefaultPrinterName(TEXT("")));
+  EXPECT_EQ(Device(), longest) << "not lost";
   startupContext.platform.win9xKind = 2;
-  SetDefaultPrinterName(TEXT("Laser"));
+  EXPECT_EQ(SetDefaultPrinterName(TEXT("Laser")), 77);
   EXPECT_EQ(Device(), TEXT("Laser,unidrv,LPT1:"));
-  EXPECT_EQ(WideView(reinterpret_cast<LPCWSTR>(told)), TEXT("Windows"));
-  EXPECT_EQ(times_told, 3u);
+  EXPECT_EQ(told, (std::vector<WideString>{TEXT("null"), TEXT("null"), TEXT("Windows")}));
   startupContext.platform.win9xKind = 0;
-  {
-    const CDefaultPrinterGuard guard;
-    SetDevice(TEXT("LASER,UNIDRV,lpt1:"));
+  // Before, meanwhile and behind a guard, and whether windows were told.
+  const WideString whole = TEXT("Laser,w,") + WideString(250, TEXT('p'));
+  const struct {
+    WideString before, meanwhile, after;
+    bool told;
+  } kGuarded[] = {
+      {kDevice, TEXT("Meddled,w,X:"), kDevice, true},
+      {kDevice, TEXT("LASER,WINSPOOL,lpt1:"), TEXT("LASER,WINSPOOL,lpt1:"), false},
+      {{}, TEXT("Meddled,w,X:"), TEXT("Meddled,w,X:"), false},
+      {whole, TEXT("Meddled,w,X:"), whole, true},
+      {whole + TEXT('p'), TEXT("Meddled,w,X:"), TEXT("Laser,WINSPOOL,LPT1:"), true},
+  };
+  for (const auto& row : kGuarded) {
+    told.clear();
+    SetDevice(row.before);
+    {
+      const CDefaultPrinterGuard guard;
+      SetDevice(row.meanwhile);
+    }
+    EXPECT_EQ(Device(), row.after);
+    EXPECT_EQ(!told.empty(), row.told);
   }
-  EXPECT_EQ(times_told, 3u) << "letter case is no change";
-  const WideString ports = TEXT("Laser,winspool,") + WideString(300, TEXT('p'));
-  SetDevice(ports.c_str());
-  {
-    const CDefaultPrinterGuard guard;
-    SetDevice(TEXT("Meddled,winspool,X:"));
-  }
-  EXPECT_EQ(Device(), TEXT("Laser,WINSPOOL,LPT1:")) << "no half list of ports";
-  EXPECT_TRUE(DestroyWindow(window));
-  EXPECT_TRUE(UnregisterClassW(TEXT("Listener"), window_class.hInstance));
 }
 
 TEST_F(PrinterInfoTest, TheDefaultPrinterOfAllUsers) {
   platform::SetFact(platform::facts::kAccounts, "Bob:1002,Eve:1003");
   const WideString bob = platform::MakeProfile(TEXT("Bob"), true);
   const WideString eve = platform::MakeProfile(TEXT("Eve"), false);
+  const WideString everybody = TEXT(".DEFAULT");
   const auto section = [](const WideString& user, LPCWSTR name) {
     return Key::Create(HKEY_USERS,
                        user + TEXT("\\Software\\Microsoft\\Windows NT\\CurrentVersion\\") + name);
   };
+  const auto device_of = [&](const WideString& user) {
+    return Text(section(user, TEXT("Windows")), TEXT("Device"));
+  };
   {
     UserHives hives(UserHives::kLoadAndUnload);
-    SetText(section(bob, TEXT("Devices")), TEXT("Laser"), TEXT("winspool,Ne01:"));
-    SetText(section(bob, TEXT("Devices")), TEXT(""), TEXT("no device"));
-    section(bob, TEXT("Windows"));
-    section(eve, TEXT("Devices"));
-    SetText(section(eve, TEXT("Windows")), TEXT("Device"), TEXT("Old,winspool,COM1:"));
-  }
-  const auto set_for_bob = [&](const WideString& name) {
-    UserHives hives(UserHives::kLoadAndUnload);
-    hives.FirstSubKey();
+    for (const WideString& user : {bob, eve, everybody}) {
+      SetText(section(user, TEXT("Windows")), TEXT("Device"), TEXT("Old,winspool,COM1:"));
+      const Key devices = section(user, TEXT("Devices"));
+      if (user != eve) SetText(devices, TEXT("Laser"), TEXT("winspool,Ne01:"));
+      SetText(devices, TEXT(""), TEXT("no device"));
+    }
     const Key root = Key::Open(HKEY_USERS, bob, KEY_ALL_ACCESS);
-    SetText(section(bob, TEXT("Windows")), TEXT("Device"), TEXT("Old,winspool,COM1:"));
-    SetDefaultPrinterForUser(root, name.empty() ? nullptr : name.c_str());
-    return Text(section(bob, TEXT("Windows")), TEXT("Device"));
-  };
-  EXPECT_EQ(set_for_bob(TEXT("Laser,and more")), TEXT("Laser,winspool,Ne01:"));
-  for (const WideString& none :
-       {WideString(), WideString(TEXT(",x")), TEXT("Laser,") + WideString(800, TEXT('x'))}) {
-    EXPECT_EQ(set_for_bob(none), TEXT("Old,winspool,COM1:"));
+    const WideString longest = TEXT("Laser,") + WideString(773, TEXT('x'));
+    for (const auto& [name, device] : {std::pair(longest, TEXT("Laser,winspool,Ne01:")),
+                                       {longest + TEXT('x'), TEXT("Old,winspool,COM1:")},
+                                       {TEXT(",x"), TEXT("Old,winspool,COM1:")},
+                                       {TEXT("None"), TEXT("Old,winspool,COM1:")}}) {
+      SetText(section(bob, TEXT("Windows")), TEXT("Device"), TEXT("Old,winspool,COM1:"));
+      SetDefaultPrinterForUser(root, name.c_str());
+      EXPECT_EQ(device_of(bob), device);
+    }
+    SetDefaultPrinterForUser(root, nullptr);
+    EXPECT_EQ(device_of(bob), TEXT("Old,winspool,COM1:"));
   }
   SetDefaultPrinterForAllUsers(TEXT("Laser"));
   EXPECT_EQ(Device(), TEXT("Laser,WINSPOOL,LPT1:"));
+  EXPECT_EQ(Key::Open(HKEY_USERS, bob).status, ERROR_FILE_NOT_FOUND) << "unloaded";
   UserHives hives(UserHives::kLoadAndUnload);
-  EXPECT_EQ(Text(section(bob, TEXT("Windows")), TEXT("Device")), TEXT("Laser,winspool,Ne01:"));
-  EXPECT_EQ(Text(section(eve, TEXT("Windows")), TEXT("Device")), TEXT("Old,winspool,COM1:"))
-      << "who does not have the printer keeps the old one";
+  EXPECT_EQ(device_of(bob), TEXT("Laser,winspool,Ne01:"));
+  EXPECT_EQ(device_of(eve), TEXT("Old,winspool,COM1:")) << "who does not have the printer";
+  EXPECT_EQ(device_of(everybody), TEXT("Old,winspool,COM1:")) << "nobody's";
 }
 
 }  // namespace

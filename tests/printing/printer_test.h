@@ -1,6 +1,7 @@
 // The fixture of tests with printers: an elevated administrator's machine with the printer "Laser".
 #pragma once
 
+#include <source_location>
 #include <string>
 
 #include "platform/control/message_boxes.h"
@@ -44,10 +45,29 @@ class PrinterTest : public RuntimeTest {
     EXPECT_TRUE(OpenPrinterW(const_cast<LPWSTR>(name), printer.Receive(), &defaults));
     return printer;
   }
+  // The text of the one box that `call` shows; it is answered with OK.
+  template <class Call>
+  static WideString BoxOf(Call call) {
+    const size_t before = platform::ShownBoxes().size();
+    platform::AnswerNextBox(IDOK);
+    call();
+    const auto boxes = platform::ShownBoxes();
+    EXPECT_EQ(boxes.size(), before + 1);
+    return boxes.empty() ? WideString() : boxes.back().text;
+  }
   // The text of the last box shown.
   static WideString LastBox() {
     const auto boxes = platform::ShownBoxes();
     return boxes.empty() ? WideString() : boxes.back().text;
+  }
+  // The call has failed with that last error; the next one begins without.
+  static void ExpectRefusal(DWORD error, bool result,
+                            std::source_location here = std::source_location::current()) {
+    const DWORD last = GetLastError();
+    const testing::ScopedTrace trace(here.file_name(), static_cast<int>(here.line()), "");
+    EXPECT_FALSE(result);
+    EXPECT_EQ(last, error);
+    SetLastError(ERROR_SUCCESS);
   }
 };
 
