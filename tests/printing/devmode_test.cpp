@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstring>
-#include <random>
 #include <vector>
 
 #include "runtime/papers/custom_papers.h"
@@ -14,8 +13,6 @@
 
 namespace kv::test {
 namespace {
-
-using Bytes = std::vector<BYTE>;
 
 class DevModeTest : public PrinterTest {
  protected:
@@ -117,36 +114,30 @@ TEST_F(DevModeTest, AllTenFormsAreReadSettingBySetting) {
 }
 
 TEST_F(DevModeTest, OtherPrivatePartsAreForeign) {
-  const auto layout_of = [](const RawMode& raw) {
-    int layout = 0;
-    WORD size = 1;
-    EXPECT_TRUE(RecogniseProductDevMode(raw.get(), &size, &layout));
-    EXPECT_EQ(size == 0, layout == -1);
-    return layout;
-  };
   struct Case {
-    int number;
+    int number;  // -1: none is written
     WORD version;
-    size_t size;
+    WORD size;
     int layout;
   };
   for (const Case& c : {Case{-1, 1050, 158, 0}, Case{-1, 1050, 160, -1}, Case{-1, 1040, 158, -1},
                         Case{-1, 1041, 158, 0}, Case{8, 1065, 364, -1}, Case{8, 1066, 364, 8},
                         Case{0, 1066, 158, 0}, Case{9, 2075, 364, -1}, Case{8, 2075, 363, -1},
-                        Case{3, 2075, 358, -1}, Case{-1, 2075, 4, -1}}) {
+                        Case{3, 2075, 358, -1}, Case{-1, 2075, 4, -1}, Case{-1, 2075, 2, -1}}) {
     RawMode raw(c.size, c.version);
     raw.Sign(c.number);
-    EXPECT_EQ(layout_of(raw), c.layout) << c.number << " " << c.version << " " << c.size;
+    WORD size = 1;
+    int layout = 99;
+    EXPECT_TRUE(RecogniseProductDevMode(raw.get(), &size, &layout));
+    EXPECT_EQ(layout, c.layout) << c.number << " " << c.version << " " << c.size;
+    EXPECT_EQ(size, c.layout == -1 ? 0 : c.size);
+    raw.At(0)[1] = 'v';
+    EXPECT_TRUE(RecogniseProductDevMode(raw.get(), nullptr, &layout));
+    EXPECT_EQ(layout, -1) << "without the signature";
+    raw.dev().dmSize = 188;
+    EXPECT_FALSE(RecogniseProductDevMode(raw.get(), &size, nullptr));
+    EXPECT_EQ(size, 0);
   }
-  RawMode small(2);
-  small.Sign(-1);
-  EXPECT_EQ(layout_of(small), -1);
-  RawMode unsigned_mode(364);
-  EXPECT_EQ(layout_of(unsigned_mode), -1);
-  RawMode old(364);
-  old.dev().dmSize = 188;
-  EXPECT_FALSE(RecogniseProductDevMode(old.get(), nullptr, nullptr));
-  EXPECT_FALSE(RecogniseProductDevMode(nullptr, nullptr, nullptr));
 }
 
 TEST_F(DevModeTest, TextsWithoutTerminatorsAndNamesOfTheSystem) {
@@ -161,7 +152,8 @@ TEST_F(DevModeTest, TextsWithoutTerminatorsAndNamesOfTheSystem) {
   EXPECT_EQ(merged.settings.applicationName, std::string(31, 'a'));
   EXPECT_EQ(merged.settings.defaultFont, std::string(31, 'f'));
   EXPECT_EQ(merged.settings.printerEm, std::string(259, 'e'));
-  for (const char* name : {"explorer", "EXPLORER", "Kvdisp5A", ""}) {
+  for (const char* name : {"csrss", "EXPLORER", "rundll32", "spoolss", "SpoolSV", "kvdisp4",
+                           "kvdisp4a", "Kvdisp5A", "kvdisp6", "kvdisp7", ""}) {
     std::memset(raw.At(4), 0, 32);
     raw.PutText(4, name, false);
     MergeDevMode(raw.get(), merged);
@@ -223,146 +215,193 @@ TEST_F(DevModeTest, PublicSettingsAreTakenByTheirFlags) {
 }
 
 TEST_F(DevModeTest, PapersAreTakenByIdByNameOrByTheirSides) {
+  const WideString unended(32, TEXT('x'));
   {
     UserSettingsKey make_place(KeyMode::kWrite);
     CCustomPapers papers;
-    for (const PaperEntry& paper :
+    PaperEntry paper = {332, {}, 110'099, 220'000, kPaperMillimetres};
+    unended.copy(paper.name, 32);
+    EXPECT_TRUE(papers.AddCustomPaper(paper));
+    for (const PaperEntry& entry :
          {PaperEntry{333, TEXT("Poster"), 500'000, 700'000, kPaperMillimetres},
           PaperEntry{334, TEXT("Longest"), 3'276'799, 3'276'799, kPaperMillimetres},
-          PaperEntry{335, TEXT("Too long"), 100'000, 3'276'800, kPaperMillimetres}}) {
-      EXPECT_TRUE(papers.AddCustomPaper(paper));
+          PaperEntry{335, TEXT("Too long"), 100'000, 3'276'800, kPaperMillimetres},
+          PaperEntry{336, TEXT("Too wide"), 3'276'800, 100'000, kPaperMillimetres}}) {
+      EXPECT_TRUE(papers.AddCustomPaper(entry));
     }
   }
-  constexpr DWORD kSides = DM_PAPERWIDTH | DM_PAPERLENGTH;
+  constexpr DWORD kId = DM_PAPERSIZE, kName = DM_FORMNAME, kSides = DM_PAPERWIDTH | DM_PAPERLENGTH;
   struct Case {
     short id;
     DWORD fields;
-    WideView name;
-    short expected_id;  // 1 with "Letter": nothing was taken
-    short expected_width;
-    WideView expected_name;
+    WideString name;
+    short expected_id, width, length;
+    WideString expected_name;
   };
   const Case cases[] = {
-      {9, DM_PAPERSIZE, {}, 9, 0, TEXT("A4")},
-      {9, DM_PAPERSIZE | DM_FORMNAME | kSides, TEXT("Legal"), 9, 0, TEXT("A4")},
-      {200, DM_PAPERSIZE, {}, 200, 0, TEXT("")},
-      {0, DM_PAPERSIZE, {}, 1, 0, TEXT("Letter")},
-      {9, 0, {}, 1, 0, TEXT("Letter")},
-      {300, DM_PAPERSIZE | DM_FORMNAME, TEXT("poster"), 333, 5000, TEXT("Poster")},
-      {333, DM_PAPERSIZE, {}, 333, 5000, TEXT("Poster")},
-      {333, DM_PAPERSIZE | DM_FORMNAME | kSides, TEXT("Other"), 333, 5000, TEXT("Poster")},
-      {300, DM_PAPERSIZE | kSides, {}, 300, 1234, TEXT("Letter")},
-      {300, DM_PAPERSIZE | kSides | DM_FORMNAME, TEXT("Mine"), 300, 1234, TEXT("Mine")},
-      {300, DM_PAPERSIZE | kSides | DM_FORMNAME, TEXT("letter"), 300, 1234, TEXT("")},
-      {334, DM_PAPERSIZE, {}, 334, 32767, TEXT("Longest")},
-      {335, DM_PAPERSIZE, {}, 1, 0, TEXT("Letter")},
-      {335, DM_PAPERSIZE | kSides, {}, 335, 1234, TEXT("Letter")},
-      {300, DM_PAPERSIZE | DM_PAPERWIDTH, {}, 1, 0, TEXT("Letter")},
-      {300, DM_PAPERSIZE | DM_PAPERLENGTH | DM_FORMNAME, TEXT("Mine"), 1, 0, TEXT("Letter")},
+      {9, kId, {}, 9, 0, 0, TEXT("A4")},
+      {9, kId | kName | kSides, TEXT("Legal"), 9, 0, 0, TEXT("A4")},
+      {255, kId | kSides, {}, 255, 0, 0, {}},
+      {-1, kId | kSides, {}, -1, 0, 0, {}},
+      {0, kId, {}, 1, 0, 0, TEXT("Letter")},
+      {9, kName | kSides, TEXT("Mine"), 1, 0, 0, TEXT("Letter")},
+      {333, kId, TEXT("Longest"), 333, 5000, 7000, TEXT("Poster")},
+      {333, kId | kName, TEXT("longest"), 334, 32767, 32767, TEXT("Longest")},
+      {300, kId | kName | kSides, TEXT("poster"), 333, 5000, 7000, TEXT("Poster")},
+      {333, kId | kName, TEXT("Unknown"), 333, 5000, 7000, TEXT("Poster")},
+      {300, kId | kName, unended, 332, 1100, 2200, unended.substr(1)},
+      {256, kId | kSides, TEXT("Mine"), 256, 1234, 2345, TEXT("Letter")},
+      {300, kId | kSides | kName, TEXT("Mine"), 300, 1234, 2345, TEXT("Mine")},
+      {300, kId | kSides | kName, TEXT("letter"), 300, 1234, 2345, {}},
+      {335, kId, {}, 1, 0, 0, TEXT("Letter")},
+      {335, kId | kSides, {}, 335, 1234, 2345, TEXT("Letter")},
+      {336, kId, {}, 1, 0, 0, TEXT("Letter")},
+      {300, kId | DM_PAPERWIDTH, {}, 1, 0, 0, TEXT("Letter")},
+      {300, kId | DM_PAPERLENGTH | kName, TEXT("Mine"), 1, 0, 0, TEXT("Letter")},
   };
-  for (const Case& c : cases) {
+  const auto merge = [](const Case& c, ProductDevMode& target) {
     RawMode source(0);
     source.dev().dmPaperSize = c.id;
     source.dev().dmFields = c.fields;
     source.dev().dmPaperWidth = 1234;
     source.dev().dmPaperLength = 2345;
-    c.name.copy(source.dev().dmFormName, 31);
-    ProductDevMode target = Defaults();
+    c.name.copy(source.dev().dmFormName, 32);
     MergeDevMode(source.get(), target);
-    EXPECT_EQ(target.dev.dmPaperSize, c.expected_id) << c.id << std::hex << c.fields;
-    EXPECT_EQ(target.dev.dmPaperWidth, c.expected_width);
-    EXPECT_EQ(WideView(target.dev.dmFormName), c.expected_name);
-    EXPECT_EQ((target.dev.dmFields & DM_FORMNAME) != 0, !c.expected_name.empty());
-    EXPECT_EQ((target.dev.dmFields & kSides) == kSides, c.expected_width != 0);
-    const ProductDevMode once = target;
-    MergeDevMode(source.get(), target);
-    EXPECT_TRUE(Same(target, once)) << "again changes nothing";
+  };
+  for (const Case& c : cases) {
+    ProductDevMode target = Defaults(), expected = target;
+    expected.dev.dmPaperSize = c.expected_id;
+    expected.dev.dmPaperWidth = c.width;
+    expected.dev.dmPaperLength = c.length;
+    if (c.width != 0) expected.dev.dmFields |= kSides;
+    if (c.expected_name.empty()) expected.dev.dmFields &= ~kName;
+    std::memset(expected.dev.dmFormName, 0, sizeof expected.dev.dmFormName);
+    c.expected_name.copy(expected.dev.dmFormName, 31);
+    for (int i = 0; i < 2; ++i) {
+      merge(c, target);
+      EXPECT_TRUE(Same(target, expected)) << c.id << " " << std::hex << c.fields;
+    }
   }
-  // Custom papers that cannot be read are none.
-  RawMode source(0);
-  source.dev().dmPaperSize = 333;
-  source.dev().dmFields = DM_PAPERSIZE | kSides;
-  source.dev().dmPaperWidth = 1234;
+  ProductDevMode bare = {};
+  merge(cases[0], bare);
+  EXPECT_EQ(bare.dev.dmFields, kId | kName);
+  bare = {};
+  merge(cases[6], bare);
+  EXPECT_EQ(bare.dev.dmFields, kId | kName | kSides);
+  bare = {};
+  merge({256, kId | kSides, {}, 0, 0, 0, {}}, bare);
+  EXPECT_EQ(bare.dev.dmFields, kId | kSides);
   ProductDevMode target = Defaults();
   platform::FailCall("RegEnumKeyExW", 1);
-  MergeDevMode(source.get(), target);
-  EXPECT_EQ(target.dev.dmPaperSize, 333);
-  EXPECT_EQ(target.dev.dmPaperWidth, 1234);
+  merge({333, kId | kSides, {}, 0, 0, 0, {}}, target);
+  EXPECT_EQ(target.dev.dmPaperWidth, 1234) << "custom papers that cannot be read are none";
 }
 
-TEST_F(DevModeTest, MergingAgainChangesNothingAndDefaultsMergedTakeEverything) {
-  std::mt19937 random(7);
-  for (int round = 0; round < 300; ++round) {
-    RawMode source(364);
-    for (size_t i = 0; i < source.extra(); ++i) *source.At(i) = static_cast<BYTE>(random());
-    source.Sign(static_cast<int>(random() % 10));
-    auto* bytes = reinterpret_cast<BYTE*>(&source.dev());
-    for (size_t i = offsetof(DEVMODEW, dmFields); i < sizeof(DEVMODEW); ++i) {
-      bytes[i] = static_cast<BYTE>(random());
-    }
-    ProductDevMode target = Defaults();
-    MergeDevMode(source.get(), target);
-    const ProductDevMode once = target;
-    MergeDevMode(source.get(), target);
-    EXPECT_TRUE(Same(target, once)) << round;
-  }
+TEST_F(DevModeTest, DefaultsMergedTakeEverything) {
   ProductDevMode target = {};
   target.settings.printerEm[0] = 'e';
-  ProductDevMode source = Defaults();
-  source.settings.resolution = 1200;
-  source.dev.dmOrientation = 2;
-  MergeDevMode(&source.dev, target);
+  ProductDevMode expected = Defaults();
+  MergeDevMode(&expected.dev, target);
+  EXPECT_STREQ(target.settings.printerEm, "e") << "an empty one is not taken";
+  target.settings.printerEm[0] = 0;
+  EXPECT_EQ(std::memcmp(&target.settings.flags, &expected.settings.flags,
+                        sizeof(ProductSettings) - offsetof(ProductSettings, flags)),
+            0);
   ProductDevMode own = Defaults();
   MergeDevMode(&own.dev, own);
-  EXPECT_TRUE(Same(own, Defaults())) << "with itself";
-  EXPECT_EQ(target.settings.flags, DWORD{kAllPrivateFlags});
-  EXPECT_EQ(target.settings.resolution, 1200);
-  EXPECT_STREQ(target.settings.printerEm, "e") << "an empty one is not taken";
-  EXPECT_EQ(target.dev.dmOrientation, 2);
+  EXPECT_TRUE(Same(own, expected)) << "with itself";
+}
+
+WideString program, paper_of_locale;
+
+DWORD WINAPI ProgramName(HMODULE, LPWSTR path, DWORD size) {
+  const size_t length = program.copy(path, size - 1);
+  path[length] = 0;
+  return length < program.size() ? size : static_cast<DWORD>(length);
+}
+
+int WINAPI PaperOfLocale(LCID locale, LCTYPE type, LPWSTR text, int size) {
+  EXPECT_EQ(locale, LOCALE_SYSTEM_DEFAULT);
+  EXPECT_EQ(type, LCTYPE{LOCALE_IPAPERSIZE});
+  text[paper_of_locale.copy(text, size - 1)] = 0;
+  return static_cast<int>(paper_of_locale.size() + 1);
 }
 
 TEST_F(DevModeTest, DefaultsByteByByte) {
-  ProductDevMode mode = Defaults();
-  const Bytes whole(reinterpret_cast<BYTE*>(&mode), reinterpret_cast<BYTE*>(&mode + 1));
-  const auto word = [&](size_t offset) { return whole[offset] | whole[offset + 1] << 8; };
-  EXPECT_EQ(WideView(mode.dev.dmDeviceName), TEXT("Laser"));
-  EXPECT_EQ(WideView(mode.dev.dmFormName), TEXT("Letter"));
-  EXPECT_EQ(mode.dev.dmFields, 0x76E03u);
-  // dmSpecVersion, dmDriverVersion, dmSize, dmDriverExtra
-  EXPECT_EQ(word(64), 0x401);
-  EXPECT_EQ(word(66), 2075);
-  EXPECT_EQ(word(68), 220);
-  EXPECT_EQ(word(70), 364);
-  EXPECT_EQ(whole[220], 'K');
-  EXPECT_EQ(whole[221], 'V');
-  EXPECT_EQ(word(222), 8);
-  EXPECT_STREQ(mode.settings.applicationName, "printing_test");
-  EXPECT_EQ(mode.settings.flags, 0x33EFFu);
-  const std::pair<size_t, int> kNumbers[] = {
-      {40, 600}, {42, 250}, {48, 250}, {50, 1},   {52, 0},    {54, 49},      {88, 1},
-      {90, 1},   {92, 1},   {354, 96}, {356, 75}, {358, 300}, {360, 0x8000}, {362, 0}};
-  for (const auto& [offset, value] : kNumbers) EXPECT_EQ(word(220 + offset), value) << offset;
-  DefaultDevMode(TEXT("\\\\ALPHA\\HP Laser"), mode);
-  EXPECT_EQ(WideView(mode.dev.dmDeviceName), TEXT("HP Laser"));
-  DefaultDevMode(mode.dev.dmDeviceName, mode);
-  EXPECT_EQ(WideView(mode.dev.dmDeviceName), TEXT("HP Laser")) << "its own name";
-  const WideString long_name(100, TEXT('n'));
-  DefaultDevMode(long_name.c_str(), mode);
-  EXPECT_EQ(WideView(mode.dev.dmDeviceName).size(), 31u);
-  platform::SetFact(platform::facts::kSystemLocale, "0x0407");
-  DefaultDevMode(TEXT("Laser"), mode);
-  EXPECT_EQ(mode.settings.units, kPaperMillimetres);
-  startupContext.platform.ntKind = kNt4;
-  DefaultDevMode(TEXT("Laser"), mode);
-  EXPECT_EQ(mode.settings.units, kPaperInches);
+  startupContext.defaultPaperSize = 5;
+  ProductDevMode mode = Defaults(), expected = {};
+  // All that is not 0: 16-bit numbers by their offsets, and the texts.
+  static constexpr std::pair<size_t, int> kNumbers[] = {
+      {64, 0x401},   {66, 2075}, {68, 220},     {70, 364}, {72, 0x6E03}, {74, 7},
+      {76, 1},       {78, 5},    {84, 100},     {86, 1},   {88, 1},      {90, 600},
+      {92, 2},       {94, 1},    {96, 600},     {98, 3},   {166, 600},   {168, 24},
+      {220, 0x564B}, {222, 8},   {256, 0x3EFF}, {258, 3},  {260, 600},   {262, 250},
+      {264, 250},    {266, 250}, {268, 250},    {270, 1},  {274, 49},    {308, 1},
+      {310, 1},      {312, 1},   {574, 96},     {576, 75}, {578, 300},   {580, 0x8000}};
+  for (const auto& [offset, value] : kNumbers) {
+    const WORD number = static_cast<WORD>(value);
+    std::memcpy(reinterpret_cast<BYTE*>(&expected) + offset, &number, 2);
+  }
+  CopyStringW(expected.dev.dmDeviceName, TEXT("Laser"));
+  CopyStringW(expected.dev.dmFormName, TEXT("Legal"));
+  CopyStringA(expected.settings.applicationName, 32, "printing_test");
+  CopyStringA(expected.settings.defaultFont, 32, "Courier New");
+  EXPECT_TRUE(Same(mode, expected));
 
-  mode.dev.dmFields |= DM_PAPERWIDTH | DM_PAPERLENGTH;
-  mode.dev.dmPaperSize = 300;
-  mode.dev.dmPaperWidth = mode.dev.dmPaperLength = 10;
-  ResetUserPaperSize(mode);
-  EXPECT_EQ(mode.dev.dmPaperSize, 1);
-  EXPECT_EQ(mode.dev.dmPaperWidth | mode.dev.dmPaperLength, 0);
-  EXPECT_EQ(mode.dev.dmFields, 0x76E03u);
+  const WideString name(252, TEXT('a'));
+  for (const auto& [path, title] :
+       {std::pair(TEXT("C:\\") + name + TEXT(".exe"), std::string(31, 'a')),
+        {TEXT("C:\\") + name + TEXT("a.exe"), ""},
+        {{}, ""},
+        {TEXT("C:\\Explorer.exe"), ""}}) {
+    program = path;
+    platform::Replace("GetModuleFileNameW", &ProgramName);
+    EXPECT_EQ(Defaults().settings.applicationName, title);
+  }
+  platform::Replace("GetLocaleInfoW", &PaperOfLocale);
+  for (const auto& [paper, kind, units] : {std::tuple(TEXT("9"), kWindows2000, 2),
+                                           {TEXT("8"), kWindows10, 2},
+                                           {TEXT("7"), kWindows10, 1},
+                                           {TEXT("10"), kWindows10, 1},
+                                           {TEXT(""), kWindows10, 1},
+                                           {TEXT("9"), kNt4, 1}}) {
+    paper_of_locale = paper;
+    startupContext.platform.ntKind = kind;
+    EXPECT_EQ(Defaults().settings.units, units);
+  }
+  for (const auto& [printer, device] :
+       {std::pair(WideString(TEXT("\\\\ALPHA\\HP Laser")), WideString(TEXT("HP Laser"))),
+        {WideString(100, TEXT('n')), WideString(31, TEXT('n'))}}) {
+    DefaultDevMode(printer.c_str(), mode);
+    DefaultDevMode(mode.dev.dmDeviceName, mode);
+    EXPECT_EQ(WideView(mode.dev.dmDeviceName), device) << "again by its own name";
+  }
+}
+
+TEST_F(DevModeTest, PapersOfUsersAreTakenAway) {
+  startupContext.defaultPaperSize = 5;
+  constexpr DWORD kSides = DM_PAPERWIDTH | DM_PAPERLENGTH;
+  struct Case {
+    short id;
+    DWORD fields;
+    short expected_id;
+    WideView name;
+  };
+  for (const Case& c :
+       {Case{300, DM_PAPERSIZE, 5, TEXT("Legal")}, Case{256, DM_PAPERSIZE, 5, TEXT("Legal")},
+        Case{255, DM_PAPERSIZE, 255, {}}, Case{9, DM_PAPERSIZE, 9, TEXT("A4")},
+        Case{300, 0, 300, {}}, Case{9, 0, 9, {}}}) {
+    ProductDevMode mode = Defaults(), expected = mode;
+    mode.dev.dmFields = c.fields | kSides | DM_COLOR | DM_FORMNAME;
+    mode.dev.dmPaperSize = c.id;
+    mode.dev.dmPaperWidth = mode.dev.dmPaperLength = 10;
+    ResetUserPaperSize(mode);
+    expected.dev.dmFields = c.fields | DM_COLOR | (c.name.empty() ? 0 : DM_FORMNAME);
+    expected.dev.dmPaperSize = c.expected_id;
+    std::memset(expected.dev.dmFormName, 0, sizeof expected.dev.dmFormName);
+    c.name.copy(expected.dev.dmFormName, 31);
+    EXPECT_TRUE(Same(mode, expected)) << c.id << " " << c.fields;
+  }
 }
 
 }  // namespace
