@@ -55,7 +55,6 @@ CServiceControl::CServiceControl(LPCWSTR name, ServiceAccess access) {
 }
 
 CServiceControl::~CServiceControl() {
-  dependents_.reset();
   if (service_ != nullptr) CloseServiceHandle(service_);
   if (manager_ != nullptr) CloseServiceHandle(manager_);
 }

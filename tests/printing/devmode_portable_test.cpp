@@ -13,57 +13,69 @@
 namespace kv::test {
 namespace {
 
-using Bytes = std::vector<BYTE>;
+// Two readable pages, of which the test changes the second one.
+class Pages {
+ public:
+  static constexpr size_t kPage = 4096;
+  Pages()
+      : start_(static_cast<BYTE*>(
+            VirtualAlloc(nullptr, 2 * kPage, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE))) {}
+  ~Pages() { EXPECT_TRUE(VirtualFree(start_, 0, MEM_RELEASE)); }
+  void Protect(DWORD protection) {
+    DWORD old = 0;
+    EXPECT_TRUE(VirtualProtect(end(), kPage, protection, &old));
+  }
+  // The end of the first page.
+  BYTE* end() const { return start_ + kPage; }
+
+ private:
+  BYTE* start_;
+};
 
 TEST(DevModePortableTest, OnlyReadableMemoryIsValid) {
-  const size_t page = 4096;
-  BYTE* const pages =
-      static_cast<BYTE*>(VirtualAlloc(nullptr, 3 * page, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
-  DWORD old = 0;
-  ASSERT_TRUE(VirtualProtect(pages + page, page, PAGE_NOACCESS, &old));
-  BYTE* const end = pages + page;
-  EXPECT_TRUE(IsReadable(pages, page));
-  EXPECT_FALSE(IsReadable(pages, page + 1));
-  EXPECT_FALSE(IsReadable(pages + page - 1, page + 2)) << "readable at both ends only";
-  EXPECT_FALSE(IsReadable(nullptr, 1));
-  EXPECT_FALSE(IsReadable(reinterpret_cast<void*>(~UINT_PTR{0} - 3), 8)) << "around the end";
-
-  const auto put = [&](size_t room, WORD size, WORD extra) {
-    auto* mode = reinterpret_cast<DEVMODEW*>(end - room);
-    std::memset(end - room, 0, room);
-    const size_t size_at = offsetof(DEVMODEW, dmSize);
-    if (room >= size_at + 4) {
-      std::memcpy(end - room + size_at, &size, sizeof size);
-      std::memcpy(end - room + size_at + 2, &extra, sizeof extra);
-    }
-    return mode;
-  };
-  EXPECT_TRUE(IsValidDevMode(put(220, 220, 0)));
-  EXPECT_TRUE(IsValidDevMode(put(224, 220, 4)));
-  EXPECT_FALSE(IsValidDevMode(put(220, 220, 1))) << "one byte of private data too few";
-  EXPECT_FALSE(IsValidDevMode(put(218, 220, 0)));
-  EXPECT_FALSE(IsValidDevMode(put(220, 188, 0))) << "an older structure";
-  EXPECT_FALSE(IsValidDevMode(put(300, 221, 0)));
-  EXPECT_FALSE(IsValidDevMode(nullptr));
-  EXPECT_FALSE(IsValidDevModeA(reinterpret_cast<DEVMODEA*>(put(300, 220, 0))));
-  SetLastError(5);
-  EXPECT_FALSE(IsValidDevMode(reinterpret_cast<DEVMODEW*>(end)));
-  EXPECT_EQ(GetLastError(), DWORD{5});
-  EXPECT_EQ(ReadableDevModeSize(put(224, 220, 4)), 224u);
-  EXPECT_EQ(ReadableDevModeSize(put(190, 188, 2)), 190u) << "an older structure";
-  EXPECT_EQ(ReadableDevModeSize(put(190, 188, 3)), 0u);
-  EXPECT_EQ(ReadableDevModeSize(put(300, 71, 0)), 0u) << "no structure at all";
-  EXPECT_EQ(ReadableDevModeSize(put(70, 220, 0)), 0u);
-  EXPECT_EQ(ReadableDevModeSize(nullptr), 0u);
-  for (const DEVMODEW* const mode : {put(220, 220, 1), put(190, 188, 3)}) {
-    SetLastError(0);
-    EXPECT_EQ(DuplicateDevmodePtr(mode, Quiet::kNo), nullptr);
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+  Pages pages;
+  BYTE* const end = pages.end();
+  for (const auto& [protection, readable] : {std::pair(DWORD{PAGE_READONLY}, true),
+                                             {PAGE_EXECUTE, false},
+                                             {PAGE_EXECUTE_READ, true},
+                                             {PAGE_NOACCESS, false}}) {
+    pages.Protect(protection);
+    EXPECT_EQ(IsReadable(end - 1, 2) != FALSE, readable) << protection;
   }
-  const UniqueDevMode older = DuplicateDevmodePtr(put(190, 188, 2), Quiet::kNo);
-  ASSERT_NE(older, nullptr);
-  EXPECT_EQ(older->dmSize, 188);
-  EXPECT_TRUE(VirtualFree(pages, 0, MEM_RELEASE));
+  EXPECT_TRUE(IsReadable(end - pages.kPage, pages.kPage));
+  EXPECT_TRUE(IsReadable(nullptr, 0));
+  EXPECT_FALSE(IsReadable(nullptr, 1));
+  EXPECT_FALSE(IsReadable(end, 1));
+  EXPECT_FALSE(IsReadable(reinterpret_cast<void*>(~UINT_PTR{0} - 3), 8)) << "around the end";
+  // What fits before the end of the page, and what the device mode says of itself.
+  for (const auto& [room, size, extra, readable, valid] : {std::tuple(220, 220, 0, 220u, true),
+                                                           {224, 220, 4, 224u, true},
+                                                           {220, 220, 1, 0u, false},
+                                                           {218, 220, 0, 0u, false},
+                                                           {220, 188, 0, 188u, false},
+                                                           {300, 221, 0, 221u, false},
+                                                           {190, 188, 2, 190u, false},
+                                                           {190, 188, 3, 0u, false},
+                                                           {72, 72, 0, 72u, false},
+                                                           {300, 71, 0, 0u, false},
+                                                           {71, 72, 0, 0u, false}}) {
+    SCOPED_TRACE(testing::Message() << room << " " << size << " " << extra);
+    auto* const mode = reinterpret_cast<DEVMODEW*>(end - room);
+    std::memset(static_cast<void*>(mode), 0x77, static_cast<size_t>(room));
+    const WORD sizes[] = {static_cast<WORD>(size), static_cast<WORD>(extra)};
+    std::memcpy(end - room + offsetof(DEVMODEW, dmSize), sizes, room < 72 ? 3 : 4);
+    SetLastError(5);
+    EXPECT_EQ(IsValidDevMode(mode) != FALSE, valid);
+    EXPECT_EQ(ReadableDevModeSize(mode), readable);
+    EXPECT_EQ(GetLastError(), DWORD{5});
+    const UniqueDevMode copy = DuplicateDevmodePtr(mode, Quiet::kNo);
+    EXPECT_EQ(copy != nullptr, readable != 0);
+    EXPECT_EQ(copy == nullptr ? 0 : std::memcmp(copy.get(), mode, readable), 0);
+    EXPECT_EQ(GetLastError(), readable == 0 ? DWORD{ERROR_INVALID_PARAMETER} : DWORD{5});
+  }
+  EXPECT_FALSE(IsValidDevMode(nullptr));
+  EXPECT_EQ(ReadableDevModeSize(nullptr), 0u);
+  EXPECT_EQ(DuplicateDevmodePtr(nullptr, Quiet::kNo), nullptr);
 }
 
 TEST(DevModePortableTest, EqualMeansEveryByteButWhatFollowsTheNames) {
@@ -98,33 +110,34 @@ TEST(DevModePortableTest, AnyAddressWillDo) {
   EXPECT_TRUE(IsValidDevMode(odd.get()));
   EXPECT_TRUE(DevModesEqual(odd.get(), mode.get()) && DevModesEqual(mode.get(), odd.get()));
   EXPECT_EQ(PublicPartOf(odd.get()).dmDriverExtra, 5);
-  const UniqueDevMode copy = DuplicateDevmodePtr(odd.get(), Quiet::kNo);
-  EXPECT_TRUE(DevModesEqual(copy.get(), mode.get()));
+  EXPECT_TRUE(DevModesEqual(DuplicateDevmodePtr(odd.get(), Quiet::kNo).get(), mode.get()));
 }
 
 TEST(DevModePortableTest, NarrowOnesAreWidened) {
-  Bytes bytes(sizeof(DEVMODEA) + 3);
-  auto* narrow = reinterpret_cast<DEVMODEA*>(bytes.data());
-  std::memset(narrow->dmDeviceName, 'd', 32);  // not terminated
-  narrow->dmFormName[0] = 'F';
-  narrow->dmSize = sizeof *narrow;
-  narrow->dmDriverExtra = 3;
-  narrow->dmCollate = 7;
-  narrow->dmLogPixels = 600;
-  narrow->dmPanningHeight = 0x12345678;
-  std::memcpy(bytes.data() + sizeof *narrow, "abc", 3);
-  const UniqueDevMode wide = DevModeFromA(narrow);
-  ASSERT_NE(wide, nullptr);
-  EXPECT_EQ(WideView(wide->dmDeviceName), std::basic_string<WCHAR>(31, TEXT('d')));
-  EXPECT_EQ(WideView(wide->dmFormName), TEXT("F"));
-  EXPECT_EQ(wide->dmSize, 220);
-  EXPECT_EQ(wide->dmCollate, 7);
-  EXPECT_EQ(wide->dmLogPixels, 600);
-  EXPECT_EQ(wide->dmPanningHeight, 0x12345678u);
-  EXPECT_EQ(std::memcmp(wide.get() + 1, "abc", 3), 0);
-  EXPECT_TRUE(DevModesEqual(DevModeFromA(OddCopy(*narrow).get()).get(), wide.get()));
-  narrow->dmSize = 148;
-  EXPECT_EQ(DevModeFromA(narrow), nullptr);
+  // Both as bytes: a name, 38 bytes from dmSpecVersion on, a form, 54 from dmLogPixels on, and 3 of
+  // the driver's.
+  std::string narrow(156 + 3, 0);
+  for (size_t i = 32; i < narrow.size(); ++i) narrow[i] = static_cast<char>(i);
+  narrow.replace(0, 32, 32, 'd');  // not terminated
+  narrow.replace(70, 32, "Form" + std::string(28, 0));
+  const WORD sizes[] = {156, 3}, wide_sizes[] = {220, 3};
+  std::memcpy(&narrow[36], sizes, sizeof sizes);
+  const auto* const mode = reinterpret_cast<const DEVMODEA*>(narrow.data());
+  std::basic_string<WCHAR> device(31, TEXT('d')), form(TEXT("Form"));
+  device.resize(32);
+  form.resize(32);
+  std::string expected(reinterpret_cast<const char*>(device.data()), 64);
+  expected += narrow.substr(32, 38);
+  expected.append(reinterpret_cast<const char*>(form.data()), 64) += narrow.substr(102);
+  std::memcpy(&expected[68], wide_sizes, sizeof wide_sizes);
+  const OddCopy odd(*mode);
+  for (const auto* const source : {mode, odd.get()}) {
+    const UniqueDevMode wide = DevModeFromA(source);
+    ASSERT_NE(wide, nullptr);
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(wide.get()), 223), expected);
+  }
+  narrow[36] = 100;
+  EXPECT_EQ(DevModeFromA(mode), nullptr);
   EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
 }
 

@@ -339,8 +339,9 @@ TEST_F(PrinterInfoTest, DetailsOfAPrinter) {
     EXPECT_EQ(found == nullptr, row.port == nullptr);
     EXPECT_EQ(View(found.get()), View(row.port));
   }
+  const LPCWSTR own = sizeof(void*) == 8 ? TEXT("Windows x64") : TEXT("Windows NT x86");
   for (const auto& [arch, environment] :
-       {std::pair(DWORD{0}, TEXT("Windows NT x86")), {9, TEXT("Windows x64")}, {12, nullptr}}) {
+       {std::pair(DWORD{0}, own), {9, TEXT("Windows x64")}, {12, nullptr}}) {
     startupContext.platform.wow64Arch = arch;
     EXPECT_EQ(View(GetNativePrintEnvironment()), View(environment));
   }
