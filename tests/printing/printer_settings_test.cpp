@@ -16,76 +16,188 @@
 namespace kv::test {
 namespace {
 
-class PrinterSettingsTest : public PrinterTest {};
-
-constexpr LPCWSTR kDriverData =
+constexpr WCHAR kOwnKey[] = TEXT("Software\\Veltmoor Software\\Folvane8\\Folvaners\\Laser");
+constexpr WCHAR kDriverData[] =
     TEXT("Software\\Veltmoor Software\\Folvane8\\Folvaners\\Laser\\PrinterDriverData");
-constexpr LPCWSTR kOwnKey = TEXT("Software\\Veltmoor Software\\Folvane8\\Folvaners\\Laser");
 
 void SetNumber(HKEY key, LPCWSTR name, DWORD number) {
   RegSetValueExW(key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof number);
 }
 
-TEST_F(PrinterSettingsTest, SettingsGoToTheRegistryAndComeBack) {
-  ProductDevMode written;
-  DefaultDevMode(TEXT("Laser"), written);
-  written.dev.dmFields |= DM_PAPERWIDTH | DM_PAPERLENGTH;
-  written.dev.dmPaperSize = 300;
-  written.dev.dmPaperWidth = 1000;
-  written.dev.dmPaperLength = 2000;
-  CopyStringW(written.dev.dmFormName, TEXT("Mine"));
-  written.dev.dmOrientation = 2;
-  written.settings.leftMargin = -5;
-  written.settings.units = 2;
-  std::memset(written.settings.defaultFont, 'f', 32);  // not terminated
+// The type and the bytes of a value; "" for a missing one.
+std::string Stored(HKEY root, const WideString& path, LPCWSTR name) {
+  std::string value(1000, 0);
+  DWORD type = 0, size = 1000;
+  const Key key = Key::Open(root, path);
+  if (key.status != ERROR_SUCCESS ||
+      RegQueryValueExW(key, name, nullptr, &type, reinterpret_cast<BYTE*>(value.data()), &size) !=
+          ERROR_SUCCESS) {
+    return {};
+  }
+  return std::to_string(type) + ":" + value.substr(0, size);
+}
+template <class Value>
+std::string AsStored(DWORD type, const Value* value, size_t size) {
+  return std::to_string(type) + ":" + std::string(reinterpret_cast<const char*>(value), size);
+}
+std::string AsStored(const WideString& text) {
+  return AsStored(REG_SZ, text.c_str(), (text.size() + 1) * sizeof(WCHAR));
+}
+
+class PrinterSettingsTest : public PrinterTest {
+ protected:
+  static ProductDevMode Read(DWORD kind) {
+    ProductDevMode mode;
+    std::memset(&mode, 0x55, sizeof mode);
+    ReadPrinterSettings(HKEY_CURRENT_USER, TEXT("Laser"), kind, mode);
+    return mode;
+  }
+  static bool Same(const ProductDevMode& a, const ProductDevMode& b) {
+    return std::memcmp(&a, &b, sizeof a) == 0;
+  }
+};
+
+// A number in the registry and in the device mode.
+struct Number {
+  LPCWSTR name;
+  size_t offset;
+  DWORD flag;
+  enum { kShort, kWord, kDword } type;
+};
+constexpr Number kPublic[] = {{TEXT("PaperSize"), 78, DM_PAPERSIZE, Number::kShort},
+                              {TEXT("PaperWidth"), 82, DM_PAPERWIDTH, Number::kShort},
+                              {TEXT("PaperHeight"), 80, DM_PAPERLENGTH, Number::kShort},
+                              {TEXT("Orientation"), 76, DM_ORIENTATION, Number::kShort},
+                              {TEXT("BitDepth"), 168, DM_BITSPERPEL, Number::kDword}};
+constexpr Number kPrivate[] = {{TEXT("Resolution"), 260, 0x1, Number::kWord},
+                               {TEXT("MarginLeft"), 262, 0x2, Number::kShort},
+                               {TEXT("MarginTop"), 264, 0x4, Number::kShort},
+                               {TEXT("MarginRight"), 266, 0x8, Number::kShort},
+                               {TEXT("MarginBottom"), 268, 0x10, Number::kShort},
+                               {TEXT("ShowDlg"), 270, 0x20, Number::kWord},
+                               {TEXT("Units"), 312, 0x40, Number::kWord},
+                               {TEXT("AutoEm"), 310, 0x80, Number::kWord},
+                               {TEXT("Compression"), 274, 0x200, Number::kWord},
+                               {TEXT("ResDownSamp"), 574, 0x400, Number::kWord},
+                               {TEXT("PathEscapes"), 308, 0x1000, Number::kWord},
+                               {TEXT("JpegQuality"), 576, 0x2000, Number::kWord},
+                               {TEXT("ResDownSampMono"), 578, 0x10000, Number::kWord},
+                               {TEXT("KvAction"), 580, 0x20000, Number::kWord}};
+
+TEST_F(PrinterSettingsTest, NumbersGoToTheRegistryAndComeBackOneByOne) {
+  const ProductDevMode nothing = Read(kStoredOnly);
+  EXPECT_EQ(nothing.dev.dmFields | nothing.settings.flags, 0u);
+  const auto expect = [&](const Number& number, bool isPublic) {
+    RegDeleteKeyW(HKEY_CURRENT_USER, kDriverData);
+    ProductDevMode written = nothing, expected = nothing;
+    (isPublic ? written.dev.dmFields : written.settings.flags) = number.flag;
+    if (number.offset == 80 || number.offset == 82) written.dev.dmFields |= DM_PAPERSIZE;
+    const DWORD stored = number.type == Number::kShort ? 0xFFFF8765 : 0x8765;
+    const size_t size = number.type == Number::kDword ? 4 : 2;
+    std::memcpy(reinterpret_cast<BYTE*>(&written) + number.offset, &stored, size);
+    WriteUserPrinterSettings(TEXT("Laser"), written);
+    EXPECT_EQ(Stored(HKEY_CURRENT_USER, kDriverData, number.name), AsStored(REG_DWORD, &stored, 4));
+    if (number.offset == 312) return;  // the units are not read back
+    expected.dev.dmFields = written.dev.dmFields;
+    expected.settings.flags = written.settings.flags;
+    std::memcpy(reinterpret_cast<BYTE*>(&expected) + number.offset, &stored, size);
+    if (number.offset == 260) {
+      expected.dev.dmPrintQuality = expected.dev.dmYResolution = static_cast<short>(stored);
+      expected.dev.dmFields = DM_YRESOLUTION | DM_PRINTQUALITY;
+    }
+    EXPECT_TRUE(Same(Read(kStoredOnly), expected)) << number.offset;
+  };
+  for (const Number& number : kPublic) expect(number, true);
+  for (const Number& number : kPrivate) expect(number, false);
+}
+
+TEST_F(PrinterSettingsTest, TextsAndPapersGoToTheRegistryAndComeBack) {
+  ProductDevMode written = Read(kStoredOnly), expected = written;
+  written.dev.dmFields = DM_PAPERSIZE | DM_FORMNAME | DM_PAPERWIDTH | DM_PAPERLENGTH;
+  std::fill_n(written.dev.dmFormName, 32, TEXT('p'));  // not terminated
+  std::memset(written.settings.defaultFont, 'f', 32);  // neither
   CopyStringA(written.settings.printerEm, 260, "em");
-  WriteUserPrinterSettings(TEXT("Laser"), written);
-  EXPECT_EQ(Text(Key::Open(HKEY_CURRENT_USER, kDriverData), TEXT("PrinterEm")), TEXT("em"));
-
-  ProductDevMode read;
-  ReadPrinterSettings(HKEY_CURRENT_USER, TEXT("Laser"), kStoredOnly, read);
-  EXPECT_EQ(read.settings.flags, 0x33EFFu & ~0x40u) << "the units are not read back";
-  EXPECT_EQ(read.settings.units, kPaperInches);
-  EXPECT_EQ(read.settings.printerEm[0], 0);
-  EXPECT_EQ(read.settings.leftMargin, -5);
-  EXPECT_EQ(read.settings.defaultFont, std::string(31, 'f'));
-  EXPECT_EQ(read.dev.dmFields,
-            DWORD{DM_PAPERSIZE | DM_FORMNAME | DM_PAPERWIDTH | DM_PAPERLENGTH | DM_ORIENTATION |
-                  DM_BITSPERPEL | DM_YRESOLUTION | DM_PRINTQUALITY});
-  EXPECT_EQ(read.dev.dmPaperLength, 2000);
-  EXPECT_EQ(WideView(read.dev.dmFormName), TEXT("Mine"));
-  EXPECT_EQ(read.dev.dmPrintQuality, 600);
-
+  const auto write = [&] { WriteUserPrinterSettings(TEXT("Laser"), written); };
+  const auto stored = [](LPCWSTR name) { return Stored(HKEY_CURRENT_USER, kDriverData, name); };
+  write();
+  EXPECT_EQ(stored(TEXT("PaperName")), AsStored(WideString(32, TEXT('p'))));
+  EXPECT_EQ(stored(TEXT("PrinterEm")), AsStored(TEXT("em")));
+  EXPECT_EQ(stored(TEXT("DefaultFont")), "");
+  written.settings.flags = 0x800;
+  written.dev.dmFormName[31] = 0;
+  write();
+  EXPECT_EQ(stored(TEXT("DefaultFont")), AsStored(WideString(32, TEXT('f'))));
+  expected.dev.dmFields = written.dev.dmFields;
+  CopyStringW(expected.dev.dmFormName, written.dev.dmFormName);
+  expected.settings.flags = 0x800;
+  std::memset(expected.settings.defaultFont, 0, 32);
+  std::memset(expected.settings.defaultFont, 'f', 31);
+  EXPECT_TRUE(Same(Read(kStoredOnly), expected));
+  // A paper without parts that the old one had, and settings that are no paper.
+  written.dev.dmFields = DM_ORIENTATION;
+  written.settings = {};
+  write();
+  EXPECT_EQ(stored(TEXT("PaperName")), AsStored(WideString(31, TEXT('p')))) << "left alone";
+  EXPECT_EQ(stored(TEXT("PrinterEm")), AsStored(TEXT("em")));
   written.dev.dmFields = DM_PAPERSIZE;
-  written.settings.flags = 0;
-  WriteUserPrinterSettings(TEXT("Laser"), written);
-  ReadPrinterSettings(HKEY_CURRENT_USER, TEXT("Laser"), kStoredOnly, read);
-  EXPECT_EQ(read.dev.dmFields & (DM_FORMNAME | DM_PAPERWIDTH | DM_PAPERLENGTH), 0u) << "deleted";
-  EXPECT_NE(read.dev.dmFields & DM_ORIENTATION, 0u) << "left alone";
-  WriteUserPrinterSettings(TEXT(""), written);
-  ReadPrinterSettings(HKEY_CURRENT_USER, TEXT(""), kStoredOnly, read);
-  EXPECT_EQ(read.dev.dmFields | read.settings.flags, 0u);
+  write();
+  EXPECT_EQ(stored(TEXT("PaperName")) + stored(TEXT("PaperWidth")) + stored(TEXT("PaperHeight")),
+            "");
+  EXPECT_NE(stored(TEXT("Orientation")), "");
 }
 
 TEST_F(PrinterSettingsTest, StoredValuesOfOtherTypesAndSizesAreLeftOut) {
   const Key key = Key::Create(HKEY_CURRENT_USER, kDriverData);
   const BYTE eight[8] = {1, 2, 3, 4, 5, 6, 7, 8};
   RegSetValueExW(key, TEXT("Orientation"), 0, REG_QWORD, eight, 8);
+  RegSetValueExW(key, TEXT("MarginBottom"), 0, REG_BINARY, eight, 5);
   RegSetValueExW(key, TEXT("JpegQuality"), 0, REG_BINARY, eight, 2);
-  SetText(key, TEXT("MarginTop"), TEXT("250"));
-  const WideString endless(32, TEXT('n'));
-  RegSetValueExW(key, TEXT("PaperName"), 0, REG_SZ, reinterpret_cast<const BYTE*>(endless.data()),
-                 32 * sizeof(WCHAR));
-  SetText(key, TEXT("DefaultFont"), WideString(260, TEXT('f')));
   SetNumber(key, TEXT("MarginLeft"), 0x12345);
-  ProductDevMode read;
-  ReadPrinterSettings(HKEY_CURRENT_USER, TEXT("Laser"), 0, read);
-  EXPECT_EQ(read.dev.dmOrientation, 1);
-  EXPECT_EQ(read.settings.jpegQuality, 0x0201);
-  EXPECT_EQ(read.settings.topMargin, 250);
-  EXPECT_EQ(WideView(read.dev.dmFormName), TEXT("Letter")) << "33 characters with a terminator";
-  EXPECT_STREQ(read.settings.defaultFont, "Courier New");
-  EXPECT_EQ(read.settings.leftMargin, 0x2345);
+  SetText(key, TEXT("MarginTop"), TEXT("250"));
+  ProductDevMode expected = Read(0);
+  EXPECT_EQ(expected.dev.dmOrientation, 1);
+  EXPECT_EQ(expected.settings.jpegQuality, 0x0201);
+  EXPECT_EQ(expected.settings.leftMargin, 0x2345);
+  EXPECT_EQ(expected.settings.topMargin, 250);
+  EXPECT_EQ(expected.settings.bottomMargin, 250);
+  const WideString text(260, TEXT('t'));
+  for (const auto& [type, size, name, font] : {std::tuple(DWORD{REG_SZ}, size_t{31}, 31u, 31u),
+                                               {REG_EXPAND_SZ, 32, 0, 31},
+                                               {REG_SZ, 259, 0, 31},
+                                               {REG_SZ, 260, 0, 0},
+                                               {REG_MULTI_SZ, 31, 0, 0}}) {
+    for (const LPCWSTR value : {TEXT("PaperName"), TEXT("DefaultFont")}) {
+      // As long, without a terminator.
+      RegSetValueExW(key, value, 0, type, reinterpret_cast<const BYTE*>(text.data()),
+                     static_cast<DWORD>(size * sizeof(WCHAR)));
+    }
+    const ProductDevMode read = Read(0);
+    EXPECT_EQ(WideView(read.dev.dmFormName), name == 0 ? TEXT("Letter") : text.substr(0, name));
+    EXPECT_EQ(read.settings.defaultFont, font == 0 ? "Courier New" : std::string(font, 't'));
+  }
+}
+
+TEST_F(PrinterSettingsTest, PathsOfPrinters) {
+  const WideString root = TEXT("Software\\Veltmoor Software\\Folvane8\\Folvaners\\");
+  const WideString own(213, TEXT('n')), data(195, TEXT('n'));
+  for (const auto& [printer, which, path, error] :
+       {std::tuple(WideString(TEXT("\\\\S\\P")), PrinterKey::kOwn, root + TEXT(",,S,P"), 0),
+        {TEXT("P"), PrinterKey::kDriverData, root + TEXT("P\\PrinterDriverData"), 0},
+        {own, PrinterKey::kOwn, root + own, 0},
+        {own + TEXT("n"), PrinterKey::kOwn, {}, ERROR_FILENAME_EXCED_RANGE},
+        {data, PrinterKey::kDriverData, root + data + TEXT("\\PrinterDriverData"), 0},
+        {data + TEXT("n"), PrinterKey::kDriverData, {}, ERROR_FILENAME_EXCED_RANGE},
+        {{}, PrinterKey::kOwn, {}, ERROR_INVALID_PRINTER_NAME}}) {
+    WCHAR text[MAX_PATH];
+    CopyStringW(text, printer.c_str());
+    SetLastError(0);
+    EXPECT_EQ(MakePrinterKeyPath(text, which, text) != FALSE, error == 0);
+    EXPECT_EQ(WideView(text), path);
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(error));
+  }
+  platform::ResetFaults();
+  WriteUserPrinterSettings(TEXT(""), Read(0));
+  EXPECT_EQ(platform::CallCount("RegCreateKeyExW"), 0u);
 }
 
 TEST_F(PrinterSettingsTest, SettingsOfUsers) {
@@ -179,79 +291,94 @@ TEST_F(PrinterSettingsTest, LaterLayersWin) {
   EXPECT_EQ(watch.seen.size(), 3u) << "nothing of the spooler";
 }
 
-bool HasValue(HKEY root, const WideString& path, LPCWSTR name) {
-  const Key key = Key::Open(root, path);
-  return key.status == ERROR_SUCCESS &&
-         RegQueryValueExW(key, name, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
-}
-
+// Where a printer's copies are kept.
 TEST_F(PrinterSettingsTest, CopiesAreStoredWhereTheirKeysAre) {
   RawMode mode(5);
-  const auto store = [&](LPCWSTR printer) {
-    return StoreDevMode(printer, mode.get(), ForPrinter::kYes, ForUser::kYes);
+  const auto store = [&](LPCWSTR printer, ForPrinter for_printer, ForUser for_user) {
+    mode.dev().dmCopies++;
+    const WriteResult result = StoreDevMode(printer, mode.get(), for_printer, for_user);
+    platform::ResetFaults();
+    EXPECT_EQ(StoreDevMode(printer, mode.get(), for_printer, for_user), kUnchanged);
+    EXPECT_EQ(platform::CallCount("RegSetValueExW"), 0u);
+    return result;
   };
-  const WideString system = TEXT("System\\CurrentControlSet\\Control\\Print\\Printers\\Laser");
-  EXPECT_EQ(store(TEXT("Laser")), kWritten);
-  platform::ResetFaults();
-  EXPECT_EQ(store(TEXT("Laser")), kUnchanged);
-  EXPECT_EQ(platform::CallCount("RegSetValueExW"), 0u);
-  EXPECT_TRUE(HasValue(HKEY_CURRENT_USER, TEXT("Printers\\DevModePerUser"), TEXT("Laser")));
-  EXPECT_TRUE(HasValue(HKEY_CURRENT_USER, TEXT("Printers\\DevModes2"), TEXT("Laser")));
-  EXPECT_TRUE(HasValue(HKEY_LOCAL_MACHINE, system, TEXT("Default DevMode")));
-  mode.dev().dmCopies = 2;
-  EXPECT_EQ(StoreDevMode(TEXT("Laser"), mode.get(), ForPrinter::kNo, ForUser::kNo), kUnchanged);
-
-  const LPCWSTR remote = TEXT("\\\\ALPHA\\HP Laser");
-  const WideString provider =
-      TEXT("Software\\Microsoft\\Windows NT\\CurrentVersion\\Print\\Providers\\")
-          TEXT("Client Side Rendering Print Provider\\Servers\\ALPHA\\Printers\\HP Laser");
-  EXPECT_EQ(StoreDevMode(remote, mode.get(), ForPrinter::kYes, ForUser::kNo), kUnchanged);
-  EXPECT_EQ(Key::Open(HKEY_LOCAL_MACHINE, provider).status, ERROR_FILE_NOT_FOUND) << "never made";
-  Key::Create(HKEY_LOCAL_MACHINE, provider);
-  EXPECT_EQ(store(remote), kWritten);
-  EXPECT_TRUE(HasValue(HKEY_LOCAL_MACHINE, provider, TEXT("Default DevMode")));
-  EXPECT_TRUE(HasValue(HKEY_CURRENT_USER, TEXT("Printers\\Connections\\,,ALPHA,HP Laser"),
-                       TEXT("DevMode")));
-
+  // Whether the copy is what was stored last.
+  const auto is_new = [&](HKEY root, const WideString& path, LPCWSTR name) {
+    return Stored(root, path, name) == AsStored(REG_BINARY, mode.get(), 225);
+  };
+  struct Printer {
+    LPCWSTR name;
+    WideString keys[2];  // of the machine
+    std::pair<WideString, LPCWSTR> users[3];
+  };
+  const Printer printers[] = {
+      {TEXT("Laser"),
+       {TEXT("Software\\Microsoft\\Windows NT\\CurrentVersion\\Print\\Printers\\Laser"),
+        TEXT("System\\CurrentControlSet\\Control\\Print\\Printers\\Laser")},
+       {{TEXT("Printers\\DevModePerUser"), TEXT("Laser")},
+        {TEXT("Printers\\DevModes2"), TEXT("Laser")},
+        {TEXT("Printers\\DevModes2"), TEXT("Laser")}}},
+      {TEXT("\\\\ALPHA\\HP Laser"),
+       {TEXT("Software\\Microsoft\\Windows NT\\CurrentVersion\\Print\\Providers\\")
+            TEXT("Client Side Rendering Print Provider\\Servers\\ALPHA\\Printers\\HP Laser"),
+        TEXT("Software\\Microsoft\\Windows NT\\CurrentVersion\\Print\\Providers\\")
+            TEXT("Client Side Rendering Print Provider\\Servers\\ALPHA\\Printers\\HP Laser")},
+       {{TEXT("Printers\\DevModePerUser"), TEXT("\\\\ALPHA\\HP Laser")},
+        {TEXT("Printers\\DevModes2"), TEXT("\\\\ALPHA\\HP Laser")},
+        {TEXT("Printers\\Connections\\,,ALPHA,HP Laser"), TEXT("DevMode")}}},
+  };
+  for (const Printer& printer : printers) {
+    EXPECT_EQ(store(printer.name, ForPrinter::kNo, ForUser::kNo), kUnchanged);
+    EXPECT_EQ(store(printer.name, ForPrinter::kNo, ForUser::kYes), kWritten);
+    for (const auto& [path, name] : printer.users)
+      EXPECT_TRUE(is_new(HKEY_CURRENT_USER, path, name));
+    const bool is_remote = printer.name[0] == TEXT('\\');
+    EXPECT_EQ(store(printer.name, ForPrinter::kYes, ForUser::kNo),
+              is_remote ? kUnchanged : kWritten)
+        << "keys of the machine are never made";
+    EXPECT_FALSE(is_new(HKEY_CURRENT_USER, printer.users[0].first, printer.users[0].second));
+    for (const WideString& path : printer.keys) Key::Create(HKEY_LOCAL_MACHINE, path);
+    EXPECT_EQ(store(printer.name, ForPrinter::kYes, ForUser::kYes), kWritten);
+    for (const WideString& path : printer.keys) {
+      EXPECT_TRUE(is_new(HKEY_LOCAL_MACHINE, path, TEXT("Default DevMode")));
+    }
+  }
   platform::SetFactNumber(platform::facts::kUserIsElevated, 0);
-  mode.dev().dmCopies = 3;
-  EXPECT_EQ(store(TEXT("Laser")), kWritten) << "the user's own";
-  EXPECT_EQ(StoreDevMode(TEXT("Laser"), mode.get(), ForPrinter::kYes, ForUser::kNo), kUnchanged)
-      << "the machine's keys refuse";
-  DEVMODEA narrow = {};
-  EXPECT_EQ(StoreDevModeA(TEXT("Laser"), &narrow, ForPrinter::kNo, ForUser::kYes), kWriteFailed);
-  narrow.dmSize = sizeof narrow;
-  EXPECT_EQ(StoreDevModeA(TEXT("Laser"), &narrow, ForPrinter::kNo, ForUser::kYes), kWritten);
-  EXPECT_EQ(StoreDevModeA(TEXT("Laser"), &narrow, ForPrinter::kNo, ForUser::kYes), kUnchanged);
-  mode.dev().dmCopies = 4;
+  EXPECT_EQ(store(TEXT("Laser"), ForPrinter::kYes, ForUser::kYes), kWritten) << "the user's own";
+  EXPECT_EQ(store(TEXT("Laser"), ForPrinter::kYes, ForUser::kNo), kUnchanged) << "refused";
   const OddCopy<DEVMODEW> odd(mode.dev());
   EXPECT_EQ(StoreDevMode(TEXT("Laser"), odd.get(), ForPrinter::kNo, ForUser::kYes), kWritten);
   EXPECT_EQ(StoreDevMode(TEXT("Laser"), mode.get(), ForPrinter::kNo, ForUser::kYes), kUnchanged);
+  DEVMODEA narrow = {};
+  const auto store_narrow = [&] {
+    return StoreDevModeA(TEXT("Laser"), &narrow, ForPrinter::kNo, ForUser::kYes);
+  };
+  ExpectRefusal(ERROR_INVALID_PARAMETER, store_narrow() != kWriteFailed);
+  narrow.dmSize = sizeof narrow;
+  EXPECT_EQ(store_narrow(), kWritten);
+  EXPECT_EQ(store_narrow(), kUnchanged);
+  EXPECT_EQ(Stored(HKEY_CURRENT_USER, TEXT("Printers\\DevModes2"), TEXT("Laser")).size(), 2u + 220);
+  startupContext.platform.win9xKind = 1;
+  ExpectRefusal(ERROR_CALL_NOT_IMPLEMENTED, store_narrow() != kWriteFailed);
 }
 
 // Names that would lead to keys and values of no printer, and device modes that are none.
 TEST_F(PrinterSettingsTest, CopiesThatCannotBeStored) {
   RawMode mode(5);
   platform::ResetFaults();
-  const auto expect_refusal = [&](LPCWSTR printer, DWORD error) {
-    SetLastError(0);
-    EXPECT_EQ(StoreDevMode(printer, mode.get(), ForPrinter::kYes, ForUser::kYes), kWriteFailed);
-    EXPECT_EQ(GetLastError(), error);
-    EXPECT_EQ(platform::CallCount("RegCreateKeyExW"), 0u);
-    EXPECT_EQ(platform::CallCount("RegSetValueExW"), 0u);
+  const auto refused = [&](LPCWSTR printer, DWORD error) {
+    ExpectRefusal(
+        error, StoreDevMode(printer, mode.get(), ForPrinter::kYes, ForUser::kYes) != kWriteFailed);
   };
-  const WideString long_name(260, TEXT('n'));
-  for (const LPCWSTR name : {LPCWSTR{nullptr}, LPCWSTR{TEXT("")}, LPCWSTR{TEXT("\\\\")},
-                             LPCWSTR{TEXT("\\\\ALPHA")}, LPCWSTR{TEXT("\\\\ALPHA\\")},
-                             LPCWSTR{TEXT("\\\\\\Ink")}, LPCWSTR{TEXT("\\\\ALPHA\\Ink\\DsSpooler")},
-                             LPCWSTR{TEXT("Laser\\DsSpooler")}, long_name.c_str()}) {
-    expect_refusal(name, ERROR_INVALID_PRINTER_NAME);
+  for (const LPCWSTR name : {LPCWSTR{nullptr}, LPCWSTR{TEXT("\\\\ALPHA\\Ink\\DsSpooler")}}) {
+    refused(name, ERROR_INVALID_PRINTER_NAME);
   }
   mode.dev().dmSize = 188;
-  expect_refusal(TEXT("Laser"), ERROR_INVALID_PARAMETER);
+  refused(TEXT("Laser"), ERROR_INVALID_PARAMETER);
   mode.dev().dmSize = 220;
   startupContext.platform.win9xKind = 1;
-  expect_refusal(TEXT("Laser"), ERROR_CALL_NOT_IMPLEMENTED);
+  refused(TEXT("Laser"), ERROR_CALL_NOT_IMPLEMENTED);
+  EXPECT_EQ(platform::CallCount("RegCreateKeyExW"), 0u);
 }
 
 }  // namespace
