@@ -137,7 +137,7 @@ UniqueDevMode DuplicateDevmodePtr(const DEVMODEW* devMode, Quiet quiet) {
 }
 
 BOOL DevModesEqual(const DEVMODEW* a, const DEVMODEW* b) {
-  if (a == nullptr || b == nullptr) return a == b;
+  if (a == nullptr && b == nullptr) return TRUE;
   if (!IsValidDevMode(a) || !IsValidDevMode(b)) return FALSE;
   const DEVMODEW x = PublicPartOf(a), y = PublicPartOf(b);
   constexpr size_t kMiddleAt = offsetof(DEVMODEW, dmSpecVersion);

@@ -61,9 +61,8 @@ bool IsVisible(const PrinterEntry& entry) {
 
 bool NameIsLess(const PrinterEntry& a, const PrinterEntry& b) {
   const WideView x(a.name), y(b.name);
-  return std::lexicographical_compare(x.begin(), x.end(), y.begin(), y.end(), [](WCHAR c, WCHAR d) {
-    return c != d && ToUpper(c) < ToUpper(d);
-  });
+  return std::lexicographical_compare(x.begin(), x.end(), y.begin(), y.end(),
+                                      [](WCHAR c, WCHAR d) { return ToUpper(c) < ToUpper(d); });
 }
 
 DWORD Packed(WORD major, WORD minor) {
@@ -95,11 +94,10 @@ BOOL CPrinterList::LoadPrinters() {
   return spooler.Load(flags_, name_.get()) && Fill(spooler);
 }
 
-// Two passes over the same texts: the first one measures them. What has grown meanwhile fails, and
-// so do printers that are all gone by now: an empty list does not count as loaded.
+// Two passes over the same texts, of at least one printer: the first one measures them. What has
+// grown meanwhile fails.
 BOOL CPrinterList::Fill(PrinterSource& source) {
   const DWORD count = source.Count();
-  if (count == 0) return FALSE;
   PrinterTexts texts;
   size_t characters = 0;
   for (DWORD i = 0; i < count; ++i) {
@@ -141,7 +139,7 @@ int CPrinterList::Count() {
 }
 
 const PrinterEntry* CPrinterList::GetAt(int index) {
-  if (index < 0 || !LoadPrinters()) return nullptr;
+  LoadPrinters();
   for (const PrinterEntry& entry : *this) {
     if (IsVisible(entry) && index-- == 0) return &entry;
   }
@@ -161,7 +159,8 @@ BOOL CPrinterList::GetInfo(int index, LPCWSTR* name, LPCWSTR* port, LPCWSTR* ser
 }
 
 int CPrinterList::IndexOf(LPCWSTR name) {
-  if (View(name).empty() || !LoadPrinters()) return -1;
+  if (View(name).empty()) return -1;
+  LoadPrinters();
   int index = 0;
   for (const PrinterEntry& entry : *this) {
     if (!IsVisible(entry)) continue;
@@ -177,7 +176,7 @@ const PrinterEntry* CPrinterList::First() {
 }
 
 const PrinterEntry* CPrinterList::Next() {
-  if (!LoadPrinters()) return nullptr;
+  LoadPrinters();
   while (position_ < count_) {
     const PrinterEntry& entry = entries_[position_++];
     if (IsVisible(entry)) return &entry;
@@ -196,19 +195,19 @@ BOOL CPrinterList::ForEach() {
 }
 
 void CPrinterList::SetStates(DWORD state) {
-  if (!LoadPrinters()) return;
+  LoadPrinters();
   for (PrinterEntry& entry : *this) entry.state = state;
 }
 
 void CPrinterList::SetStatesByDriver(LPCWSTR driver, DWORD state) {
-  if (!LoadPrinters()) return;
+  LoadPrinters();
   for (PrinterEntry& entry : *this) {
     if (EqualNoCase(entry.driver, View(driver))) entry.state = state;
   }
 }
 
 void CPrinterList::SetStatesByFile(LPCWSTR pattern, DWORD state) {
-  if (!LoadPrinters()) return;
+  LoadPrinters();
   for (PrinterEntry& entry : *this) {
     if (MatchWildcard(pattern, entry.driverFile)) entry.state = state;
   }
@@ -279,7 +278,7 @@ BOOL CPrinterList::FindNewestProductDriver(int* index, int* driverIndex, WORD* m
 
 void CPrinterList::FillComboBox(HWND comboBox) {
   SendMessageW(comboBox, CB_RESETCONTENT, 0, 0);
-  if (!LoadPrinters()) return;
+  LoadPrinters();
   for (int i = 0; i < count_; ++i) {
     if (!IsVisible(entries_[i])) continue;
     // A sorted box does not add behind its last item.

@@ -159,6 +159,9 @@ TEST_F(DevModeTest, TextsWithoutTerminatorsAndNamesOfTheSystem) {
     MergeDevMode(raw.get(), merged);
     EXPECT_EQ(merged.settings.applicationName, std::string(31, 'a')) << name;
   }
+  raw.PutText(4, "b", false);
+  MergeDevMode(raw.get(), merged);
+  EXPECT_EQ(std::string(merged.settings.applicationName, 32), "b" + std::string(31, 0));
   EXPECT_TRUE(IsSystemProcessName(TEXT("SpoolSV")));
   EXPECT_FALSE(IsSystemProcessName("explorer2"));
 }

@@ -78,6 +78,12 @@ class PrinterListTest : public PrinterTest {
     platform::ResetFaults();
   }
   static bool AskedForTitles() { return platform::CallCount("GetPrinterDriverW") != 0; }
+  // A list of what the machine has now.
+  static WideString Listed() {
+    platform::ResetFaults();
+    CPrinterList list;
+    return Describe(list);
+  }
 };
 
 TEST_F(PrinterListTest, WhatTheSpoolerSays) {
@@ -86,15 +92,23 @@ TEST_F(PrinterListTest, WhatTheSpoolerSays) {
   AddPrinterWithDriver(TEXT("Net"), TEXT("Generic / Text Only"), TEXT("unidrv.dll"),
                        TEXT("\\\\BETA\\shared"));
   SetText(PrinterKey(TEXT("Laser")), TEXT("Share Name"), TEXT("laser"));
-  CPrinterList list;
-  EXPECT_EQ(Describe(list),
+  EXPECT_EQ(Listed(),
             TEXT("Laser|Generic / Text Only|unidrv|LPT1:|-|laser|1\n")
                 TEXT("Net|Generic / Text Only|unidrv|\\\\BETA\\shared|BETA|-|1\n")
                     TEXT("\\\\ALPHA\\Ink|Generic / Text Only|unidrv|LPT1:|ALPHA|ink|1\n"));
+  EXPECT_EQ(platform::CallCount("GetPrinterDriverW"), 4u)
+      << "printers of one driver share its title";
+  platform::ResetFaults();
+  platform::FailCall("GetPrinterDriverW", 1);
+  CPrinterList list;
+  EXPECT_EQ(WideView(list.First()->driverFile), TEXT(""));
+  EXPECT_EQ(WideView(list.Next()->driverFile), TEXT("unidrv")) << "not what is not known";
   EXPECT_TRUE(HasPrinterConnections());
   CPrinterList remote(PRINTER_ENUM_NAME, TEXT("\\\\ALPHA"));
   EXPECT_EQ(Describe(remote), TEXT("\\\\ALPHA\\Ink|Generic / Text Only||LPT1:|ALPHA|ink|1\n"))
       << "nobody looks for the files of another computer's drivers";
+  CPrinterList connected(PRINTER_ENUM_CONNECTIONS);
+  EXPECT_EQ(Names(connected), TEXT("\\\\ALPHA\\Ink "));
 }
 
 // The last printer goes between the question for the size and the one for the printers.
@@ -110,23 +124,25 @@ TEST_F(PrinterListTest, ListsThatCannotBeLoadedAreEmpty) {
   FailAllocation(1);
   CPrinterList nameless(PRINTER_ENUM_NAME, TEXT("\\\\ALPHA"));
   FailAllocation(0);
-  EXPECT_EQ(nameless.Count(), 0) << "not the printers of this machine";
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
-  platform::Replace("EnumPrintersW", &EnumVanishingPrinters);
-  EXPECT_FALSE(CPrinterList().LoadPrinters());
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_MORE_ITEMS});
-  EXPECT_EQ(CProductPrinterList().Count() + CSiblingPrinterList().Count(), 0);
-  platform::ResetFaults();
-  platform::FailCall("EnumPrintersW", 2, ERROR_ACCESS_DENIED);
-  EXPECT_FALSE(CPrinterList().LoadPrinters());
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+  ExpectRefusal(ERROR_NOT_ENOUGH_MEMORY, nameless.Count() != 0);
+  const DWORD present = startupContext.platform.ntKind;
+  for (const DWORD kind : {present, DWORD{kWindowsXp}}) {
+    startupContext.platform.ntKind = kind;
+    platform::Replace("EnumPrintersW", &EnumVanishingPrinters);
+    CPrinterList list;
+    ExpectRefusal(ERROR_NO_MORE_ITEMS, list.LoadPrinters());
+    EXPECT_FALSE(list.ForEach() || HasPrinterConnections());
+    EXPECT_EQ(list.IndexOf(TEXT("Laser")), -1);
+    EXPECT_EQ(CProductPrinterList().Count() + CSiblingPrinterList().Count(), 0);
+    platform::ResetFaults();
+    platform::FailCall("EnumPrintersW", 2, ERROR_ACCESS_DENIED, 10);
+    ExpectRefusal(ERROR_ACCESS_DENIED, list.LoadPrinters());
+  }
 }
 
-// One question for the room and five attempts, of which the first true one tells the room.
-constexpr std::pair<int, bool> kGrowing[] = {{1, true}, {4, true}, {5, false}};
-
 TEST_F(PrinterListTest, WhatIsAddedMeanwhileIsAskedForAgain) {
-  for (const auto& [times, loads] : kGrowing) {
+  // One question for the room and five attempts, of which the first true one tells the room.
+  for (const auto& [times, loads] : {std::pair(1, true), {4, true}, {5, false}}) {
     LetGrow<&EnumPrintersW>("EnumPrintersW", times);
     CPrinterList list;
     EXPECT_EQ(list.LoadPrinters() != FALSE, loads) << times;
@@ -135,53 +151,79 @@ TEST_F(PrinterListTest, WhatIsAddedMeanwhileIsAskedForAgain) {
     growing_times = 0;
     EXPECT_EQ(list.Count(), 1) << "and can be loaded later";
     LetGrow<&EnumPrinterDriversW>("EnumPrinterDriversW", times);
-    const CPrinterDriverList drivers(startupContext.printEnvironment);
-    EXPECT_EQ(drivers.Count() != 0, loads) << times;
+    EXPECT_EQ(CPrinterDriverList(startupContext.printEnvironment).Count() != 0, loads) << times;
     growing_times = 0;
   }
-  UseXp();
-  LetGrow<&EnumPrintersW>("EnumPrintersW", 1);
-  CPrinterList list;
-  EXPECT_EQ(list.Count(), 2);
-  EXPECT_FALSE(AskedForTitles()) << "the registry's list, not the spooler's in its place";
+}
+
+// While a list is made, its second pass finds another port.
+int ports_read;
+WideString late_port;
+
+LSTATUS WINAPI ReadLatePort(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data,
+                            LPDWORD size) {
+  if (data != nullptr && WideView(name) == TEXT("Port") && ++ports_read == 3) {
+    SetText(Key::Open(HKEY_LOCAL_MACHINE,
+                      TEXT("SYSTEM\\CurrentControlSet\\Control\\Print\\Printers\\Laser"),
+                      KEY_ALL_ACCESS),
+            TEXT("Port"), late_port);
+  }
+  return RegQueryValueExW(key, name, reserved, type, data, size);
 }
 
 TEST_F(PrinterListTest, BeforeVistaTheRegistryIsFaster) {
   UseXp();
-  SetText(PrinterKey(TEXT("Laser")), TEXT("Port"), TEXT("\\\\BETA\\shared"));
-  constexpr WCHAR kExpected[] = TEXT("Laser|Generic / Text Only|unidrv|\\\\BETA\\shared|BETA|-|1\n")
-      TEXT("\\\\ALPHA\\Ink|Generic / Text Only|unidrv|LPT1:|ALPHA|ink|1\n");
-  CPrinterList list;
-  EXPECT_EQ(Describe(list), kExpected);
-  EXPECT_FALSE(AskedForTitles());
-  EXPECT_EQ(platform::CallCount("EnumPrintersW"), 2u);
-  const auto expect_spooler = [&](LPCWSTR why) {
-    platform::ResetFaults();
-    CPrinterList other;
-    EXPECT_NE(other.Count(), 0);
-    EXPECT_TRUE(AskedForTitles()) << std::string(why, why + WideView(why).size());
+  const auto listed = [&] {
+    const WideString list = Listed();
+    return (AskedForTitles() ? TEXT("spooler") : TEXT("registry\n") + list);
   };
-  // A driver of version 3 without a file hides one of version 2 with it.
-  const Key driver3 =
-      Key::Open(HKEY_LOCAL_MACHINE, DriverPath(TEXT("Generic / Text Only")), KEY_ALL_ACCESS);
+  const WideString ink = TEXT("\\\\ALPHA\\Ink|Generic / Text Only|unidrv|LPT1:|ALPHA|ink|1\n");
+  SetText(PrinterKey(TEXT("Laser")), TEXT("Port"), TEXT("\\\\BETA\\shared"));
+  const WideString expected =
+      TEXT("registry\nLaser|Generic / Text Only|unidrv|\\\\BETA\\shared|BETA|-|1\n") + ink;
+  EXPECT_EQ(listed(), expected);
+  EXPECT_EQ(platform::CallCount("EnumPrintersW"), 2u);
+  LetGrow<&EnumPrintersW>("EnumPrintersW", 1);
+  EXPECT_EQ(CPrinterList().Count(), 2);
+  EXPECT_FALSE(AskedForTitles()) << "the registry's list, not the spooler's in its place";
+  EXPECT_EQ(CPrinterList(PRINTER_ENUM_LOCAL).Count(), 1);
+  EXPECT_TRUE(AskedForTitles());
+  platform::ResetFaults();
+  CPrinterList(PRINTER_ENUM_LOCAL | PRINTER_ENUM_CONNECTIONS, TEXT("\\\\ALPHA")).Count();
+  EXPECT_TRUE(AskedForTitles());
+  // Drivers of version 3 count from Windows 2000 on, and hide those of version 2.
+  const WideString driver = DriverPath(TEXT("Generic / Text Only"));
   SetText(Key::Create(HKEY_LOCAL_MACHINE, DriverPath(TEXT("Generic / Text Only"), TEXT("2"))),
           TEXT("Driver"), TEXT("C:\\old\\rasdd.dll"));
-  RegDeleteValueW(driver3, TEXT("Driver"));
-  expect_spooler(TEXT("no file in version 3"));
-  RegDeleteKeyW(HKEY_LOCAL_MACHINE, DriverPath(TEXT("Generic / Text Only")).c_str());
-  platform::ResetFaults();
-  CPrinterList old;
-  EXPECT_EQ(WideView(old.GetAt(0)->driverFile), TEXT("rasdd"));
-  EXPECT_FALSE(AskedForTitles());
+  startupContext.platform.ntKind = kWindows2000;
+  EXPECT_EQ(listed(), expected);
+  startupContext.platform.ntKind = kWindowsVista;
+  EXPECT_EQ(listed(), TEXT("spooler"));
+  startupContext.platform.ntKind = kWindowsXp;
+  RegDeleteValueW(Key::Open(HKEY_LOCAL_MACHINE, driver, KEY_ALL_ACCESS), TEXT("Driver"));
+  EXPECT_EQ(listed(), TEXT("spooler")) << "no file in version 3";
+  RegDeleteKeyW(HKEY_LOCAL_MACHINE, driver.c_str());
+  EXPECT_NE(listed().find(TEXT("registry\nLaser|Generic / Text Only|rasdd|")), WideString::npos);
+  // What has grown since it was measured does not fit; what has shrunk does.
+  for (const auto& [port, source] :
+       {std::pair(WideString(30, TEXT('p')), TEXT("spooler")), {TEXT("p"), TEXT("registry")}}) {
+    platform::ResetFaults();
+    ports_read = 0;
+    late_port = port;
+    platform::Replace("RegQueryValueExW", &ReadLatePort);
+    CPrinterList list;
+    EXPECT_EQ(list.Count(), 2);
+    EXPECT_EQ(AskedForTitles() ? TEXT("spooler") : TEXT("registry"), WideView(source));
+  }
   RegDeleteValueW(PrinterKey(TEXT("Laser")), TEXT("Port"));
-  expect_spooler(TEXT("no port"));
+  EXPECT_EQ(listed(), TEXT("spooler")) << "no port";
 }
 
 TEST_F(PrinterListTest, FiltersAndIndexes) {
   AddProductPrinters();
   CPrinterList list;
-  EXPECT_EQ(Names(list), TEXT("Aa Bb folvane Laser Old "));
   list.HideDriver(TEXT("folvane 8"));
+  EXPECT_EQ(Names(list), TEXT("Bb Laser Old "));
   EXPECT_EQ(list.Count(), 3);
   EXPECT_EQ(list.IndexOf(TEXT("LASER")), 1);
   EXPECT_EQ(list.IndexOf(TEXT("Aa")), -1);
@@ -190,48 +232,55 @@ TEST_F(PrinterListTest, FiltersAndIndexes) {
   EXPECT_EQ(Names(list), TEXT("Laser "));
   list.ShowDriverFile(TEXT("kvgraph?"));
   EXPECT_EQ(Names(list), TEXT("Aa Bb folvane Laser "));
-  LPCWSTR name, port, server, share;
-  EXPECT_TRUE(list.GetInfo(1, &name, &port, &server, &share));
-  EXPECT_EQ(WideView(server), TEXT("S"));
-  EXPECT_FALSE(list.GetInfo(4, &name, nullptr, &server, nullptr));
-  EXPECT_TRUE(name == nullptr && server == nullptr);
-  EXPECT_FALSE(list.GetInfo(-1, nullptr, nullptr, nullptr, nullptr));
+  EXPECT_EQ(list.GetAt(-1), nullptr);
+  LPCWSTR texts[4];
+  EXPECT_TRUE(list.GetInfo(1, &texts[0], &texts[1], &texts[2], &texts[3]));
+  EXPECT_EQ(WideView(texts[0]), TEXT("Bb"));
+  EXPECT_EQ(WideView(texts[1]), TEXT("\\\\S\\shared"));
+  EXPECT_EQ(WideView(texts[2]), TEXT("S"));
+  EXPECT_EQ(texts[3], nullptr);
+  EXPECT_FALSE(list.GetInfo(4, &texts[0], nullptr, &texts[2], nullptr));
+  EXPECT_TRUE(texts[0] == nullptr && texts[2] == nullptr);
+  list.HideDriver(TEXT("Other"));
+  list.SortByName();
+  EXPECT_EQ(Names(list), TEXT("Aa folvane Laser "));
   list.ShowAll();
-  EXPECT_EQ(list.FindFirstWithDriver(TEXT("Folvane 8"), &name, &port), 2);
-  EXPECT_EQ(WideView(name), TEXT("Aa"));
-  EXPECT_EQ(list.FindFirstWithDriver(TEXT("None"), &name, &port), 0);
-  EXPECT_EQ(name, nullptr);
+  EXPECT_EQ(Names(list), TEXT("Aa Bb folvane Laser Old ")) << "hidden ones stay where they are";
+  EXPECT_EQ(list.FindFirstWithDriver(TEXT("Folvane 8"), &texts[0], &texts[1]), 2);
+  EXPECT_EQ(WideView(texts[0]), TEXT("Aa"));
+  EXPECT_EQ(WideView(texts[1]), TEXT("LPT1:"));
+  EXPECT_EQ(list.FindFirstWithDriver(TEXT("None"), &texts[0], nullptr), 0);
+  EXPECT_EQ(texts[0], nullptr);
 }
+
+// Writes down what it is shown, and ends or clears the list at the last.
+class Walker : public CPrinterList {
+ public:
+  BOOL OnPrinter(int index, LPCWSTR name, LPCWSTR driver, LPCWSTR port) override {
+    seen += static_cast<WCHAR>(TEXT('0') + index) + WideString(name) + driver + port + TEXT(" ");
+    if (clears) Clear();
+    return index < last;
+  }
+  int last = 9;
+  bool clears = false;
+  WideString seen;
+};
 
 TEST_F(PrinterListTest, WalksEndWhenTheyAreToldTo) {
   AddProductPrinters();
-  class Walker : public CPrinterList {
-   public:
-    BOOL OnPrinter(int index, LPCWSTR name, LPCWSTR, LPCWSTR) override {
-      seen += name;
-      return index < last;
-    }
-    int last = 9;
-    WideString seen;
-  } walker;
+  const WideString two = TEXT("0AaFolvane 8LPT1: 1folvaneFOLVANE 8LPT1: ");
+  Walker walker;
   walker.HideDriver(TEXT("Other"));
   EXPECT_TRUE(walker.ForEach());
-  EXPECT_EQ(walker.seen, TEXT("AafolvaneLaserOld"));
+  EXPECT_EQ(walker.seen, two + TEXT("2LaserGeneric / Text OnlyLPT1: 3OldSiblingLPT1: "));
   walker.last = 1;
   walker.seen.clear();
   EXPECT_FALSE(walker.ForEach());
-  EXPECT_EQ(walker.seen, TEXT("Aafolvane"));
-  class Clearer : public CPrinterList {
-   public:
-    BOOL OnPrinter(int, LPCWSTR, LPCWSTR, LPCWSTR) override {
-      ++calls;
-      Clear();
-      return TRUE;
-    }
-    int calls = 0;
-  } clearer;
-  EXPECT_TRUE(clearer.ForEach());
-  EXPECT_EQ(clearer.calls, 1);
+  EXPECT_EQ(walker.seen, two);
+  walker.clears = true;
+  walker.seen.clear();
+  EXPECT_TRUE(walker.ForEach());
+  EXPECT_EQ(walker.seen, TEXT("0AaFolvane 8LPT1: "));
 }
 
 TEST_F(PrinterListTest, TheProductsPrinters) {
@@ -239,31 +288,24 @@ TEST_F(PrinterListTest, TheProductsPrinters) {
   AddPrinterWithDriver(TEXT("Stand"), TEXT("Folvane 8"), TEXT("kvgraph8.dll"));
   CPrinterSettingsKey stand(TEXT("Stand"), KeyMode::kWrite, HKEY_LOCAL_MACHINE);
   stand.SetSz(TEXT("ServerPrinter"), TEXT("\\\\GAMMA\\Ink"));
+  const WideString bb = TEXT("Bb|Other|KVGRAPH8|\\\\S\\shared|S|-|1\n");
+  const auto standing = [](const WideString& server) {
+    return server.empty() ? server
+                          : TEXT("Stand|Folvane 8|kvgraph8|LPT1:|") + server + TEXT("|-|2\n");
+  };
   CProductPrinterList list;
-  EXPECT_EQ(Describe(list), TEXT("folvane|FOLVANE 8|kvgraph8|LPT1:|-|-|1\n")
-                                TEXT("Bb|Other|KVGRAPH8|\\\\S\\shared|S|-|1\n")
-                                    TEXT("Aa|Folvane 8|kvgraph8|LPT1:|-|-|1\n")
-                                        TEXT("Stand|Folvane 8|kvgraph8|LPT1:|GAMMA|-|2\n"));
+  EXPECT_EQ(Describe(list), TEXT("folvane|FOLVANE 8|kvgraph8|LPT1:|-|-|1\n") + bb +
+                                TEXT("Aa|Folvane 8|kvgraph8|LPT1:|-|-|1\n") +
+                                standing(TEXT("GAMMA")));
   list.SortByName();
   EXPECT_EQ(Names(list), TEXT("Aa Bb folvane Stand "));
-  list.HideDriverFile(TEXT("kvgraph8"));
-  list.ShowDriverFile(TEXT("kvgraph8"));
-  EXPECT_EQ(list.GetAt(3)->state, DWORD{kPrinterShown});
-  struct Case {
-    LPCWSTR printer, described;
-  };
-  constexpr WCHAR kBb[] = TEXT("Bb|Other|KVGRAPH8|\\\\S\\shared|S|-|1\n");
-  for (const Case& c :
-       {Case{TEXT("\\\\GAMMA\\Ink"), TEXT("GAMMA")}, Case{TEXT("GAMMA"), TEXT("GAMMA")},
-        Case{TEXT("GAMMA\\Ink"), TEXT("GAMMA")}, Case{TEXT("\\"), nullptr}}) {
-    stand.SetSz(TEXT("ServerPrinter"), c.printer);
+  for (const auto& [printer, server] : {std::pair(TEXT("\\\\GAMMA\\Ink"), TEXT("GAMMA")),
+                                        {TEXT("GAMMA"), TEXT("GAMMA")},
+                                        {TEXT("GAMMA\\Ink"), TEXT("GAMMA")},
+                                        {TEXT("\\"), TEXT("")}}) {
+    stand.SetSz(TEXT("ServerPrinter"), printer);
     CProductPrinterList servers(CProductPrinterList::Selection::kOfServers);
-    WideString expected = kBb;
-    if (c.described != nullptr) {
-      expected +=
-          TEXT("Stand|Folvane 8|kvgraph8|LPT1:|") + WideString(c.described) + TEXT("|-|2\n");
-    }
-    EXPECT_EQ(Describe(servers), expected);
+    EXPECT_EQ(Describe(servers), bb + standing(server));
   }
   CSiblingPrinterList siblings;
   EXPECT_EQ(Names(siblings), TEXT("Old "));
@@ -274,11 +316,18 @@ TEST_F(PrinterListTest, TheProductsPrinters) {
 TEST_F(PrinterListTest, TheNewestDriver) {
   AddProductPrinters();
   AddPrinterWithDriver(TEXT("Zz"), TEXT("Z"), TEXT("zz.dll"));
-  const CPrinterDriverList drivers(startupContext.printEnvironment);
-  EXPECT_TRUE(drivers.Find(3, TEXT("z")));
-  EXPECT_TRUE(drivers.Find(0, TEXT("z")));
-  EXPECT_FALSE(drivers.Find(2, TEXT("z")));
-  EXPECT_EQ(CPrinterDriverList(nullptr).Count(), 0);
+  CPrinterDriverList drivers(startupContext.printEnvironment);
+  EXPECT_TRUE(drivers.Find(3, TEXT("z")) && drivers.Find(0, TEXT("z")));
+  EXPECT_FALSE(drivers.Find(2, TEXT("z")) || drivers.Find(0, TEXT("y")));
+  EXPECT_EQ(drivers.Find(TEXT("y")), -1);
+  for (int round = 0; round < 2; ++round) {
+    const DRIVER_INFO_3W* driver = drivers.First();
+    for (int i = 0; i < 5; ++i, driver = drivers.Next()) EXPECT_EQ(driver, drivers.GetAt(i));
+    EXPECT_TRUE(driver == nullptr && drivers.Next() == nullptr);
+  }
+  EXPECT_EQ(drivers.Count(), 5);
+  EXPECT_TRUE(drivers.GetAt(-1) == nullptr && drivers.GetAt(5) == nullptr);
+  ExpectRefusal(ERROR_INVALID_PARAMETER, CPrinterDriverList(nullptr).Count() != 0);
   const auto write_version = [&](LPCWSTR driver, WORD major, WORD minor) {
     platform::VersionResource version;
     version.product_version = {major, minor, 0, 0};
@@ -288,14 +337,19 @@ TEST_F(PrinterListTest, TheNewestDriver) {
         platform::HostPath(drivers.GetAt(drivers.Find(driver))->pDriverPath));
   };
   CPrinterList list;
-  int index, driver;
-  WORD major, minor;
+  int index = 7, driver = 7;
+  WORD major = 7, minor = 7;
   list.HideDriver(TEXT("Generic / Text Only"));
   EXPECT_FALSE(list.FindNewestProductDriver(&index, &driver, &major, &minor));
   EXPECT_TRUE(index == -1 && driver == -1 && major == 0 && minor == 0);
   write_version(TEXT("Folvane 8"), 8, 27);
   write_version(TEXT("Z"), 8, 27);
-  write_version(TEXT("Sibling"), 7, 99);
+  write_version(TEXT("Sibling"), 8, 26);
+  write_version(TEXT("Generic / Text Only"), 9, 0);
+  list.HideDriverFile(TEXT("kvgraph8"));
+  EXPECT_TRUE(list.FindNewestProductDriver(&index, &driver, &major, &minor));
+  EXPECT_EQ(WideView(list.GetAt(index)->name), TEXT("Zz"));
+  list.ShowDriver(TEXT("Folvane 8"));
   EXPECT_TRUE(list.FindNewestProductDriver(&index, &driver, &major, &minor));
   EXPECT_EQ(WideView(list.GetAt(index)->name), TEXT("Aa"));
   EXPECT_EQ(driver, drivers.Find(TEXT("Folvane 8")));
@@ -309,6 +363,8 @@ TEST_F(PrinterListTest, ComboBoxesHoldTheEntries) {
                                      9, 9, nullptr, nullptr, nullptr, nullptr);
     SendMessageW(box, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(TEXT("left over")));
     CPrinterList list;
+    list.FillComboBox(box);
+    EXPECT_EQ(SendMessageW(box, CB_GETCOUNT, 0, 0), 5);
     list.HideDriver(TEXT("Other"));
     list.FillComboBox(box);
     ASSERT_EQ(SendMessageW(box, CB_GETCOUNT, 0, 0), 4);
@@ -323,7 +379,6 @@ TEST_F(PrinterListTest, ComboBoxesHoldTheEntries) {
     CPrinterList().FillComboBox(box);
     platform::StartSpooler();
     EXPECT_EQ(SendMessageW(box, CB_GETCOUNT, 0, 0), 0);
-    EXPECT_EQ(SendMessageW(box, CB_GETITEMDATA, 0, 0), CB_ERR);
     DestroyWindow(box);
   }
 }

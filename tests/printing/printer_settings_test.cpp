@@ -278,6 +278,8 @@ TEST_F(PrinterSettingsTest, LaterLayersWin) {
   watch.seen.clear();
   GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), nullptr, result, &watch);
   ASSERT_EQ(watch.seen.size(), 4u);
+  platform::FailCall("GetPrinterW", 1, ERROR_ACCESS_DENIED);
+  GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), nullptr, result);  // without a box
   watch.seen.clear();
   RawMode invalid(0);
   invalid.dev().dmSize = 188;

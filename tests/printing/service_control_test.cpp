@@ -189,7 +189,8 @@ TEST_F(ServiceControlTest, Windows9xHasNoServices) {
   EXPECT_TRUE(IsSpoolerRunning());
   EXPECT_TRUE(RestartSpooler());
   CServiceControl spooler(TEXT("spooler"), ServiceAccess::kFull);
-  ExpectRefusal(ERROR_CALL_NOT_IMPLEMENTED, spooler.OpenServiceManager(ServiceAccess::kRead));
+  ExpectRefusal(ERROR_CALL_NOT_IMPLEMENTED,
+                spooler.OpenNamedService(TEXT("spooler"), ServiceAccess::kRead));
   EXPECT_EQ(platform::CallCount("OpenSCManagerW"), 0u);
 }
 
