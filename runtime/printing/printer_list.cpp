@@ -262,10 +262,8 @@ BOOL CPrinterList::FindNewestProductDriver(int* index, int* driverIndex, WORD* m
     if (!IsVisible(entry)) continue;
     ++visible;
     const int candidate = drivers.Find(entry.driver);
-    VersionDetails version;
-    if (candidate < 0 || !GetFileVersionDetails(drivers.GetAt(candidate)->pDriverPath, version)) {
-      continue;
-    }
+    VersionDetails version = {};
+    if (candidate >= 0) GetFileVersionDetails(drivers.GetAt(candidate)->pDriverPath, version);
     if (Packed(version.productMajor, version.productMinor) > Packed(*major, *minor)) {
       *index = visible;
       *driverIndex = candidate;

@@ -48,8 +48,7 @@ BOOL RegistryPrinters::OpenPrinter(const PRINTER_INFO_4W& printer, RegKey& key) 
   if ((printer.Attributes & PRINTER_ATTRIBUTE_NETWORK) != 0) {
     ConnectionName parts;
     WCHAR path[MAX_PATH];
-    if (View(printer.pServerName).empty() || !servers_.IsOpen()) return FALSE;
-    return SplitConnectionName(printer.pPrinterName, parts) &&
+    return !View(printer.pServerName).empty() && SplitConnectionName(printer.pPrinterName, parts) &&
            FormatText(path, TEXT("%s\\Printers\\%s"),
                       WithoutBackslashes(printer.pServerName).data(),
                       static_cast<LPCWSTR>(parts.printer)) &&
@@ -83,7 +82,7 @@ BOOL RegistryPrinters::Read(DWORD index, PrinterTexts& texts) {
   WideView server;
   if (!View(printer.pServerName).empty()) {
     server = WithoutBackslashes(printer.pServerName);
-  } else if ((printer.Attributes & PRINTER_ATTRIBUTE_LOCAL) != 0) {
+  } else {
     server = ServerPartOf(port_);
   }
   const bool isShared = ReadText(key, TEXT("Share Name"), share_);

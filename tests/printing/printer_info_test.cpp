@@ -487,7 +487,12 @@ DWORD WINAPI RecordingOpenEnum(DWORD scope, DWORD type, DWORD usage, LPNETRESOUR
 
 DWORD WINAPI WantsMore(HANDLE enumeration, LPDWORD count, LPVOID buffer, LPDWORD size) {
   asked_with.push_back(*size);
-  if (asked_with.size() > 5) return WNetEnumResourceW(enumeration, count, buffer, size);
+  if (asked_with.size() > 5) {
+    const DWORD status = WNetEnumResourceW(enumeration, count, buffer, size);
+    // The first one is a printer that has others.
+    if (status == NO_ERROR) static_cast<NETRESOURCEW*>(buffer)->dwType |= RESOURCETYPE_PRINT;
+    return status;
+  }
   *size += more_room;
   return ERROR_MORE_DATA;
 }
@@ -505,6 +510,7 @@ TEST_F(PrinterInfoTest, SharedPrintersAreFoundThroughSpoolerAndNetwork) {
     CopyStringW(printer, server);
     const bool found = FindSharedPrinterName(printer, share, printer, MAX_PATH);
     EXPECT_EQ(found, printer[0] != 0);
+    EXPECT_EQ(platform::CallCount("WNetCloseEnum"), platform::CallCount("WNetOpenEnumW"));
     return printer;
   };
   EXPECT_EQ(find(TEXT("ALPHA"), TEXT("INK")), TEXT("\\\\ALPHA\\Ink"));
@@ -568,8 +574,8 @@ TEST_F(PrinterInfoTest, TheDefaultPrinterIsSetAndAnnounced) {
   const WideString longest = TEXT(",") + WideString(778, TEXT('x')), longer = longest + TEXT('x');
   EXPECT_EQ(SetDefaultPrinterName(longest.c_str()), 77);
   EXPECT_EQ(Device(), longest);
-  ExpectRefusal(ERROR_INVALID_PARAMETER, SetDefaultPrinterName(longer.c_str()));
   ExpectRefusal(ERROR_INVALID_PRINTER_NAME, SetDefaultPrinterName(TEXT("None")));
+  ExpectRefusal(ERROR_INVALID_PARAMETER, SetDefaultPrinterName(longer.c_str()));
   ExpectRefusal(ERROR_INVALID_PRINTER_NAME, SetDefaultPrinterName(TEXT("")));
   EXPECT_EQ(Device(), longest) << "not lost";
   startupContext.platform.win9xKind = 2;

@@ -125,6 +125,13 @@ TEST_F(PrinterListTest, ListsThatCannotBeLoadedAreEmpty) {
   CPrinterList nameless(PRINTER_ENUM_NAME, TEXT("\\\\ALPHA"));
   FailAllocation(0);
   ExpectRefusal(ERROR_NOT_ENOUGH_MEMORY, nameless.Count() != 0);
+  for (const uint64_t allocation : {1, 2}) {
+    CPrinterList list;
+    FailAllocation(allocation);
+    const bool loaded = list.LoadPrinters();
+    FailAllocation(0);
+    ExpectRefusal(ERROR_NOT_ENOUGH_MEMORY, loaded);
+  }
   const DWORD present = startupContext.platform.ntKind;
   for (const DWORD kind : {present, DWORD{kWindowsXp}}) {
     startupContext.platform.ntKind = kind;
@@ -205,9 +212,11 @@ TEST_F(PrinterListTest, BeforeVistaTheRegistryIsFaster) {
   RegDeleteKeyW(HKEY_LOCAL_MACHINE, driver.c_str());
   EXPECT_NE(listed().find(TEXT("registry\nLaser|Generic / Text Only|rasdd|")), WideString::npos);
   // What has grown since it was measured does not fit; what has shrunk does.
-  for (const auto& [port, source] :
-       {std::pair(WideString(30, TEXT('p')), TEXT("spooler")), {TEXT("p"), TEXT("registry")}}) {
+  for (const auto& [port, source] : {std::pair(WideString(30, TEXT('p')), TEXT("spooler")),
+                                     {{}, TEXT("spooler")},
+                                     {TEXT("p"), TEXT("registry")}}) {
     platform::ResetFaults();
+    SetText(PrinterKey(TEXT("Laser")), TEXT("Port"), TEXT("LPT1:"));
     ports_read = 0;
     late_port = port;
     platform::Replace("RegQueryValueExW", &ReadLatePort);
@@ -288,6 +297,11 @@ TEST_F(PrinterListTest, TheProductsPrinters) {
   AddPrinterWithDriver(TEXT("Stand"), TEXT("Folvane 8"), TEXT("kvgraph8.dll"));
   CPrinterSettingsKey stand(TEXT("Stand"), KeyMode::kWrite, HKEY_LOCAL_MACHINE);
   stand.SetSz(TEXT("ServerPrinter"), TEXT("\\\\GAMMA\\Ink"));
+  // A hidden printer, and one that has a server, stand for none.
+  for (const LPCWSTR other : {TEXT("Laser"), TEXT("Bb")}) {
+    CPrinterSettingsKey(other, KeyMode::kWrite, HKEY_LOCAL_MACHINE)
+        .SetSz(TEXT("ServerPrinter"), TEXT("\\\\DELTA\\Ink"));
+  }
   const WideString bb = TEXT("Bb|Other|KVGRAPH8|\\\\S\\shared|S|-|1\n");
   const auto standing = [](const WideString& server) {
     return server.empty() ? server
