@@ -224,17 +224,16 @@ short CPrinterDevice::GetMaxCopies() const {
   return std::max<short>(copies, 1);
 }
 
-BOOL CPrinterDevice::BuildBinTable() {
-  if (bins_ != nullptr) return TRUE;
-  if (deviceName_ == nullptr) return FALSE;
+void CPrinterDevice::BuildBinTable() {
+  if (bins_ != nullptr || deviceName_ == nullptr) return;
   const int count = Capability(DC_BINS);
-  if (count < 1 || count > kMostBins) return FALSE;
+  if (count < 1 || count > kMostBins) return;
   const size_t number = static_cast<size_t>(count);
   const std::unique_ptr<WORD[]> ids(new (std::nothrow) WORD[number]());
   const std::unique_ptr<WCHAR[]> names(new (std::nothrow) WCHAR[number * kBinNameLength]());
   std::unique_ptr<PrinterBin[]> bins(new (std::nothrow) PrinterBin[number]());
-  if (ids == nullptr || names == nullptr || bins == nullptr) return FALSE;
-  if (Capability(DC_BINS, reinterpret_cast<LPWSTR>(ids.get())) < 1) return FALSE;
+  if (ids == nullptr || names == nullptr || bins == nullptr) return;
+  if (Capability(DC_BINS, reinterpret_cast<LPWSTR>(ids.get())) < 1) return;
   Capability(DC_BINNAMES, names.get());
   for (size_t i = 0; i < number; ++i) {
     const WCHAR* const end = names.get() + (i + 1) * kBinNameLength;
@@ -245,17 +244,17 @@ BOOL CPrinterDevice::BuildBinTable() {
   }
   bins_ = std::move(bins);
   binCount_ = static_cast<DWORD>(count);
-  return TRUE;
 }
 
 DWORD CPrinterDevice::GetBinCount() {
-  return BuildBinTable() ? binCount_ : 0;
+  BuildBinTable();
+  return binCount_;
 }
 
 BOOL CPrinterDevice::GetBin(DWORD index, WORD* id, WCHAR (&name)[kBinNameLength + 1]) {
   *id = 0;
   std::fill(std::begin(name), std::end(name), WCHAR{0});
-  if (!BuildBinTable() || index >= binCount_) return FALSE;
+  if (index >= GetBinCount()) return FALSE;
   const PrinterBin& bin = bins_[index];
   *id = bin.id;
   const WCHAR* const end = std::find(std::begin(bin.name), std::end(bin.name), WCHAR{0});

@@ -141,7 +141,8 @@ class CPrinterDevice {
   void CreateContext();
   void DropOwnedContext();
   void ReadMetrics();
-  BOOL BuildBinTable();
+  // Leaves no bins where there is no table to be had.
+  void BuildBinTable();
   BOOL HasField(DWORD flag) const {
     return devMode_ != nullptr && (devMode_->dmFields & flag) != 0;
   }
