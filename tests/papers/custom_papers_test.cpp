@@ -330,20 +330,24 @@ TEST_F(CustomPapersTest, ExtentsInPixelsAndMillimetres) {
     EXPECT_EQ(millimetres.cx, c.millimetres.cx);
     EXPECT_EQ(millimetres.cy, c.millimetres.cy);
   }
+  GetPaperExtent(Mode(9, 1), 300, nullptr, nullptr);
   ProductDevMode mode = Mode(9, 300, 1);
   mode.settings.leftMargin = -1000;
+  mode.settings.topMargin = 250;
+  mode.settings.rightMargin = 400;
   mode.settings.bottomMargin = 500;
-  RECT paper, printable;
-  GetPaperRect(mode, paper);
-  GetPrintableRect(mode, printable);
-  EXPECT_EQ(paper.right, 2480);
-  EXPECT_EQ(paper.bottom, 3508);
-  EXPECT_EQ(printable.left, -300);
-  EXPECT_EQ(printable.top, 75);
-  EXPECT_EQ(printable.right, 2480 - 75);
-  EXPECT_EQ(printable.bottom, 3508 - 150);
-  EXPECT_EQ(GetMarginMillimetres(mode, PaperSide::kLeft), -25);
-  EXPECT_EQ(GetMarginMillimetres(mode, PaperSide::kTop), 6);
+  RECT rect = {7, 7, 7, 7};
+  GetPaperRect(mode, rect);
+  EXPECT_TRUE(rect.left == 0 && rect.top == 0 && rect.right == 2480 && rect.bottom == 3508);
+  GetPrintableRect(mode, rect);
+  EXPECT_TRUE(rect.left == -300 && rect.top == 75 && rect.right == 2360 && rect.bottom == 3358);
+  for (const auto& [side, millimetres, pixels] : {std::tuple(PaperSide::kLeft, -25, -300),
+                                                  {PaperSide::kTop, 6, 75},
+                                                  {PaperSide::kRight, 10, 120},
+                                                  {PaperSide::kBottom, 13, 150}}) {
+    EXPECT_EQ(GetMarginMillimetres(mode, side), millimetres);
+    EXPECT_EQ(GetMarginPixels(mode, side), pixels);
+  }
 }
 
 TEST_F(CustomPapersTest, PapersTooBigForDeviceCoordinates) {
