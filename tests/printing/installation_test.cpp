@@ -16,6 +16,7 @@
 #include "tests/printing/growing_calls.h"
 #include "tests/printing/printer_test.h"
 #include "tests/printing/raw_mode.h"
+#include "tests/support/failing_new.h"
 #include "tests/support/test_key.h"
 
 namespace kv::test {
@@ -119,10 +120,16 @@ TEST_F(InstallationTest, WhatTheSpoolerRefuses) {
                 TEXT("Access is denied."));
   EXPECT_EQ(platform::CallCount("StartServiceW"), 1u) << "the registry's entry counts for nothing";
   ProvideFiles();
+  const auto texts = platform::HostPath(TEXT("C:\\Windows\\System32\\kvres832.dll"));
+  std::filesystem::copy_file(TestDirectory() / "kvmon8.dll", texts);
   for (const DWORD error : {ERROR_ALREADY_EXISTS, ERROR_PRINT_MONITOR_ALREADY_INSTALLED}) {
     EXPECT_TRUE(install(error));
     EXPECT_EQ(platform::CallCount("StartServiceW"), 0u);
   }
+  EXPECT_EQ(std::filesystem::file_size(texts),
+            std::filesystem::file_size(TestDirectory() / "kvmon8.dll"))
+      << "what is there stays";
+  std::filesystem::remove(texts);
   EXPECT_TRUE(install(ERROR_ACCESS_DENIED));
   EXPECT_EQ(platform::CallCount("StartServiceW"), 1u);
   EXPECT_TRUE(PortExists(kPort));
@@ -342,6 +349,9 @@ TEST_F(InstallationTest, MarginsAreMeasuredAndPublishedOnce) {
   }
   SetPage(300, 1, 0, 0);
   EXPECT_TRUE(store());
+  SetPage(300, 1, 0, 1000);
+  caps_of[VERTRES] = 0;
+  EXPECT_TRUE(store());
   EXPECT_EQ(stored()[1], 32767) << "nothing is printable";
   platform::ResetFaults();
   ExpectRefusal(ERROR_INVALID_PARAMETER,
@@ -397,6 +407,11 @@ TEST_F(InstallationTest, SettingsOfDestinations) {
   EXPECT_TRUE(
       CDestPrinterKey(TEXT("P"), TEXT("\\\\S\\q"), KeyMode::kRead).QueryValue(TEXT("Devmode")));
   ExpectRefusal(ERROR_INVALID_PARAMETER, key.SetDevMode(reinterpret_cast<DEVMODEW*>(16)));
+  DWORD none = 1;
+  FailAllocation(1);
+  const UniqueDevMode unread = key.GetDevMode(&none);
+  FailAllocation(0);
+  EXPECT_TRUE(unread == nullptr && none == 0);
   expect_stored();
   for (int i = 0; i < 2; ++i) {
     DWORD size = 1;
