@@ -46,6 +46,21 @@ class CustomPapersTest : public RuntimeTest {
                      reinterpret_cast<BYTE*>(&number), &size);
     return number;
   }
+  // While another thread holds the lock on the store.
+  template <class Body>
+  static void WhileLocked(BOOL exclusive, Body body) {
+    UniqueHandle entered(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    UniqueHandle done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    HelperThread holder([&] {
+      CCustomPapersAccessManager lock;
+      EXPECT_TRUE(lock.Enter(exclusive, 1000));
+      SetEvent(entered.Get());
+      WaitForSingleObject(done.Get(), INFINITE);
+    });
+    WaitForSingleObject(entered.Get(), INFINITE);
+    body();
+    SetEvent(done.Get());
+  }
   static bool IsStored(const WideString& name) {
     return Key::Open(HKEY_CURRENT_USER, kStore + name).status == ERROR_SUCCESS;
   }
@@ -204,17 +219,16 @@ TEST_F(CustomPapersTest, ATableThatCouldNotBeReadIsNotChanged) {
   }
   FailAllocation(2);  // the first is the lock's
   expect_refusals(ERROR_NOT_ENOUGH_MEMORY, "memory");
-  UniqueHandle entered(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  UniqueHandle done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  HelperThread writer([&] {
-    CCustomPapersAccessManager lock;
-    EXPECT_TRUE(lock.Enter(TRUE, 1000));
-    SetEvent(entered.Get());
-    WaitForSingleObject(done.Get(), INFINITE);
+  WhileLocked(TRUE, [&] { expect_refusals(ERROR_TIMEOUT, "another writer"); });
+  // Who gives ids is a writer, who waits for readers; others do not.
+  WhileLocked(FALSE, [] {
+    for (const uint64_t waited : {5000u, 0u}) {
+      const uint64_t start = platform::UpTime();
+      EXPECT_EQ(CCustomPapers().count(), 2);
+      EXPECT_EQ(platform::UpTime() - start, waited);
+      EXPECT_EQ(Stored(TEXT("B"), TEXT("ID")), 300u);
+    }
   });
-  WaitForSingleObject(entered.Get(), INFINITE);
-  expect_refusals(ERROR_TIMEOUT, "another writer");
-  SetEvent(done.Get());
 }
 
 TEST_F(CustomPapersTest, WhatDoesNotReachTheStoreStaysInTheTable) {
@@ -269,6 +283,10 @@ TEST_F(CustomPapersTest, ATableThatIsOlderThanTheStoreRespectsItsIds) {
   EXPECT_EQ(papers.FindPaperByName(TEXT("Both"))->id, 310);
   EXPECT_EQ(Stored(TEXT("Both"), TEXT("ID")), 310u);
   EXPECT_EQ(Stored(TEXT("Both"), TEXT("Width")), 5u);
+  EXPECT_TRUE(others.RemoveCustomPaper(TEXT("Both")));
+  EXPECT_TRUE(papers.AddCustomPaper(Paper(TEXT("Both"))));
+  EXPECT_EQ(Stored(TEXT("Both"), TEXT("ID")), 310u) << "it is free again";
+  EXPECT_TRUE(others.AddCustomPaper(Paper(TEXT("Both"))));
   EXPECT_TRUE(others.RemoveCustomPaper(TEXT("Both")));
   EXPECT_TRUE(papers.RemoveCustomPaper(TEXT("Both")));
   EXPECT_EQ(GetLastError(), DWORD{ERROR_SUCCESS}) << "it is gone";
@@ -352,14 +370,16 @@ TEST_F(CustomPapersTest, ExtentsInPixelsAndMillimetres) {
 
 TEST_F(CustomPapersTest, PapersTooBigForDeviceCoordinates) {
   ProductDevMode mode = Mode(300, 600, 1, 8410, 11890);
-  CopyStringW(mode.dev.dmFormName, TEXT("A0"));
+  const WideString name(32, TEXT('x'));  // not terminated
+  name.copy(mode.dev.dmFormName, 32);
   EXPECT_TRUE(CheckPaperFits(mode));
   mode.settings.resolution = 1200;
   platform::AnswerNextBox(IDOK);
   EXPECT_FALSE(CheckPaperFits(mode));
   EXPECT_EQ(platform::ShownBoxes().back().text,
-            TEXT("Paper size \"A0\" is too big.\n\nmax resolution for this paper size = 699 dpi\n")
-                TEXT("max paper dimension at current resolution (1200 dpi) = 693 mm"));
+            TEXT("Paper size \"") + name +
+                TEXT("\" is too big.\n\nmax resolution for this paper size = 699 dpi\n")
+                    TEXT("max paper dimension at current resolution (1200 dpi) = 693 mm"));
   // One pixel more or less: 3276.7 mm at 254 dpi.
   EXPECT_TRUE(CheckPaperFits(Mode(300, 254, 1, 1, 32767)));
   platform::AnswerNextBox(IDOK);

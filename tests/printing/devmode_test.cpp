@@ -169,29 +169,17 @@ TEST_F(DevModeTest, TextsWithoutTerminatorsAndNamesOfTheSystem) {
 TEST_F(DevModeTest, PublicSettingsAreTakenByTheirFlags) {
   struct Field {
     DWORD flag;
-    size_t offset;
-    size_t size;
-    bool merged;
-    bool flagged;
+    size_t offset, size;
+    bool merged, flagged;
   };
-#define KV_FIELD(name, flag, merged, flagged) \
-  { flag, offsetof(DEVMODEW, name), sizeof(DEVMODEW::name), merged, flagged }
-  const Field kFields[] = {
-      KV_FIELD(dmOrientation, DM_ORIENTATION, true, true),
-      KV_FIELD(dmDefaultSource, DM_DEFAULTSOURCE, true, true),
-      KV_FIELD(dmPrintQuality, DM_PRINTQUALITY, true, true),
-      KV_FIELD(dmYResolution, DM_YRESOLUTION, true, true),
-      KV_FIELD(dmCopies, DM_COPIES, true, true),
-      KV_FIELD(dmColor, DM_COLOR, true, true),
-      KV_FIELD(dmBitsPerPel, DM_BITSPERPEL, true, true),
-      KV_FIELD(dmScale, DM_SCALE, true, false),
-      KV_FIELD(dmDuplex, DM_DUPLEX, false, false),
-      KV_FIELD(dmTTOption, DM_TTOPTION, false, false),
-      KV_FIELD(dmCollate, DM_COLLATE, false, false),
-      KV_FIELD(dmPaperLength, DM_PAPERLENGTH, false, false),
-      KV_FIELD(dmFormName, DM_FORMNAME, false, false),
-  };
-#undef KV_FIELD
+  static constexpr Field kFields[] = {
+      {DM_ORIENTATION, 76, 2, true, true},  {DM_DEFAULTSOURCE, 88, 2, true, true},
+      {DM_PRINTQUALITY, 90, 2, true, true}, {DM_YRESOLUTION, 96, 2, true, true},
+      {DM_COPIES, 86, 2, true, true},       {DM_COLOR, 92, 2, true, true},
+      {DM_BITSPERPEL, 168, 4, true, true},  {DM_SCALE, 84, 2, true, false},
+      {DM_DUPLEX, 94, 2, false, false},     {DM_TTOPTION, 98, 2, false, false},
+      {DM_COLLATE, 100, 2, false, false},   {DM_PAPERLENGTH, 80, 2, false, false},
+      {DM_FORMNAME, 102, 64, false, false}};
   for (const Field& field : kFields) {
     RawMode source(0);
     std::memset(reinterpret_cast<BYTE*>(&source.dev()) + field.offset, 0, field.size);
@@ -205,8 +193,7 @@ TEST_F(DevModeTest, PublicSettingsAreTakenByTheirFlags) {
     if (field.flagged) expected.dev.dmFields = field.flag;
     EXPECT_TRUE(Same(target, expected)) << std::hex << field.flag;
   }
-  for (const auto& [orientation, size] :
-       {std::pair(0, 220), std::pair(3, 220), std::pair(2, 188)}) {
+  for (const auto& [orientation, size] : {std::pair(0, 220), {3, 220}, {2, 188}}) {
     RawMode source(0);
     source.dev().dmFields = DM_ORIENTATION;
     source.dev().dmOrientation = static_cast<short>(orientation);
