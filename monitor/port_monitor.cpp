@@ -35,7 +35,7 @@ constexpr MONITOR kOperations = {
 static_assert(sizeof(MONITOR) == 17 * sizeof(void*));
 static_assert(sizeof(MONITOREX) == 18 * sizeof(void*));
 
-MONITOREX monitorEx = {0, kOperations};
+MONITOREX monitorEx = {sizeof(MONITOREX), kOperations};
 
 DWORD SizeWithTerminator(LPCWSTR text) {
   return static_cast<DWORD>((View(text).size() + 1) * sizeof(WCHAR));
@@ -94,10 +94,7 @@ BOOL WINAPI OpenPort(LPWSTR, PHANDLE port) {
 BOOL WINAPI StartDocPort(HANDLE port, LPWSTR printerName, DWORD jobId, DWORD, LPBYTE) {
   PortInfo& info = *static_cast<PortInfo*>(port);
   info = {};
-  if (!OpenPrinterHandle(printerName, &info.hPrinter, nullptr)) {
-    info.hPrinter = nullptr;
-    return FALSE;
-  }
+  if (!OpenPrinterHandle(printerName, &info.hPrinter, nullptr)) return FALSE;
   info.jobId = jobId;
   return TRUE;
 }

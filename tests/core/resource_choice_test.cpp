@@ -2,6 +2,7 @@
 #include "platform/control/message_boxes.h"
 #include "runtime/core/resource_library.h"
 #include "runtime/registry/deferred_file_ops.h"
+#include "runtime/text/wide_text.h"
 #include "tests/support/module_test.h"
 
 namespace kv::test {
@@ -88,9 +89,12 @@ TEST_F(ResourceChoiceTest, UserThenMachineThenSystemThenNoLanguage) {
 }
 
 TEST_F(ResourceChoiceTest, ALibraryInTwoLanguagesHasNone) {
-  Put("kvres832-0409.dll", 0x0409, TEXT("97"), 27, 0x0407);
   Put("kvres832.dll", 0x0411, TEXT("96"));
-  EXPECT_EQ(WideView(Loaded()), TEXT("Docklane")) << "the last resort needs no language";
+  // Wherever the other language stands.
+  for (const WORD other : {0x0407, 0x0411}) {
+    Put("kvres832-0409.dll", 0x0409, TEXT("97"), 27, other);
+    EXPECT_EQ(WideView(Loaded()), TEXT("Docklane")) << "the last resort needs no language";
+  }
   Put("kvres832-0409.dll", 0x0409, TEXT("97"));
   EXPECT_EQ(WideView(Loaded()), TEXT("Docklane Pro"));
   Put("kvres832.dll", 0x0411, TEXT("96"), 26);
@@ -99,20 +103,24 @@ TEST_F(ResourceChoiceTest, ALibraryInTwoLanguagesHasNone) {
 }
 
 TEST_F(ResourceChoiceTest, ADefaultLibraryOfAnotherVersionIsLoadedFromACopy) {
-  Put("kvres832.dll", 0x0409, TEXT("97"), 26);
-  // The load by language fails, so the default library is looked at.
-  platform::FailCall("LoadLibraryW", kLoadByLanguage, ERROR_NOT_ENOUGH_MEMORY);
-  {
+  // Without a copy the file itself serves.
+  for (const char* const failing : {"CopyFileW", "none"}) {
+    Put("kvres832.dll", 0x0409, TEXT("97"), 26);
+    // The load by language fails, so the default library is looked at.
+    platform::FailCall("LoadLibraryW", kLoadByLanguage, ERROR_NOT_ENOUGH_MEMORY);
+    platform::FailCall(failing, 1, ERROR_DISK_FULL);
+    const bool is_copy = failing[0] == 'n';
     const LoadedModule module(kModule);
     ASSERT_TRUE(module);
     EXPECT_EQ(WideView(module.ProductName()), TEXT("Docklane Pro"));
-    EXPECT_TRUE(DeleteFileW(TEXT("C:\\Windows\\System32\\kvres832.dll"))) << "setup can replace it";
+    EXPECT_EQ(DeleteFileW(TEXT("C:\\Windows\\System32\\kvres832.dll")) != FALSE, is_copy)
+        << "setup can replace it";
+    CDeferredFileOps pending;
+    LPCWSTR source = nullptr, target = nullptr;
+    EXPECT_EQ(pending.FirstPendingRename(source, target) != FALSE, is_copy);
+    EXPECT_EQ(View(source).find(TEXT("\\~KV")) != WideView::npos, is_copy);
+    EXPECT_EQ(target, nullptr) << "the copy goes at the next restart";
   }
-  CDeferredFileOps pending;
-  LPCWSTR source, target;
-  ASSERT_TRUE(pending.FirstPendingRename(source, target));
-  EXPECT_NE(WideView(source).find(TEXT("\\~KV")), WideView::npos);
-  EXPECT_EQ(target, nullptr) << "the copy goes at the next restart";
 }
 
 TEST_F(ResourceChoiceTest, WhatCannotBeFoundOrLoadedIsReportedOnce) {
@@ -138,18 +146,6 @@ TEST_F(ResourceChoiceTest, TheLanguageOfResourcesIsTheFirstOneOfTheFirstBlock) {
   const HMODULE module = LoadLibraryW(TEXT("C:\\x.dll"));
   EXPECT_EQ(GetResourceLanguage(module), 0x0409);
   EXPECT_TRUE(FreeLibrary(module));
-}
-
-TEST_F(ResourceChoiceTest, WithoutACopyTheFileItselfServes) {
-  Put("kvres832.dll", 0x0409, TEXT("97"), 26);
-  platform::FailCall("LoadLibraryW", kLoadByLanguage, ERROR_NOT_ENOUGH_MEMORY);
-  platform::FailCall("CopyFileW", 1, ERROR_DISK_FULL);
-  const LoadedModule module(kModule);
-  ASSERT_TRUE(module);
-  EXPECT_FALSE(DeleteFileW(TEXT("C:\\Windows\\System32\\kvres832.dll")));
-  CDeferredFileOps pending;
-  LPCWSTR source, target;
-  EXPECT_FALSE(pending.FirstPendingRename(source, target));
 }
 
 TEST_F(ResourceChoiceTest, ACopyThatCannotBeLoadedIsDeleted) {

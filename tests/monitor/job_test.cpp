@@ -7,22 +7,11 @@
 #include "runtime/core/handles.h"
 #include "runtime/core/product.h"
 #include "tests/monitor/monitor_job.h"
+#include "tests/support/failing_new.h"
+#include "tests/support/runtime_test.h"
 
 namespace kv::test {
 namespace {
-
-TEST_F(JobTest, EightThreadsPrintAtOnce) {
-  ASSERT_TRUE(AddMonitor() && AddPrinter());
-  LONGLONG accepted[8] = {};
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 8; ++i) {
-    threads.emplace_back([&accepted, i] {
-      for (int job = 0; job < 5; ++job) accepted[i] += Print(20 + i, 1000 + i);
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  for (int i = 0; i < 8; ++i) EXPECT_EQ(accepted[i], 5ll * (20 + i) * (1000 + i));
-}
 
 TEST_F(JobTest, ThePortsOwnOperationsRunFromEightThreads) {
   const LoadedModule module(kModule);
@@ -56,23 +45,45 @@ TEST_F(JobTest, WhatAPortForgetsStaysOpen) {
   const LoadedModule module(kModule);
   ASSERT_TRUE(module && AddMonitor() && AddPrinter());
   const MONITOR& monitor = module.Operations();
-  WCHAR printer[] = TEXT("Folvane");
+  WCHAR printer[] = TEXT("Folvane"), none[] = TEXT("no such printer");
   HANDLE port = nullptr;
   ASSERT_TRUE(monitor.pfnOpenPort(nullptr, &port));
-  UniquePrinter forgotten, leftOpen;
-  ASSERT_TRUE(monitor.pfnStartDocPort(port, printer, 1, 1, nullptr));
-  forgotten.Reset(static_cast<PortInfo*>(port)->hPrinter);
-  ASSERT_TRUE(monitor.pfnStartDocPort(port, printer, 2, 1, nullptr));
-  leftOpen.Reset(static_cast<PortInfo*>(port)->hPrinter);
-  EXPECT_NE(forgotten.Get(), leftOpen.Get());
+  const PortInfo& info = *static_cast<PortInfo*>(port);
+  UniquePrinter opened[3];
+  for (DWORD job = 0; job < 3; ++job) {
+    ASSERT_TRUE(monitor.pfnStartDocPort(port, printer, job + 1, 1, nullptr));
+    EXPECT_EQ(info.jobId, job + 1);
+    opened[job].Reset(info.hPrinter);
+  }
+  EXPECT_FALSE(monitor.pfnStartDocPort(port, none, 9, 1, nullptr));
+  EXPECT_TRUE(info.hPrinter == nullptr && info.jobId == 0);
+  ASSERT_TRUE(monitor.pfnStartDocPort(port, printer, 4, 1, nullptr));
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_TRUE(monitor.pfnEndDocPort(port)) << "the second time without a document";
+    EXPECT_EQ(info.hPrinter, nullptr);
+  }
   EXPECT_TRUE(monitor.pfnClosePort(port));
-  // Both are still good: their owner here closes them, and the fixture would notice a handle closed
-  // twice.
-  for (const UniquePrinter* handle : {&forgotten, &leftOpen}) {
+  // The others are still good: their owner here closes them, and the fixture would notice a handle
+  // closed twice.
+  for (const UniquePrinter& handle : opened) {
     DWORD needed = 0;
-    EXPECT_FALSE(GetPrinterW(handle->Get(), 2, nullptr, 0, &needed));
+    EXPECT_FALSE(GetPrinterW(handle.Get(), 2, nullptr, 0, &needed));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
   }
+}
+
+class PortTest : public RuntimeTest {};
+
+TEST_F(PortTest, WithoutMemoryThereIsNoPort) {
+  HANDLE port = nullptr;
+  platform::AnswerNextBox(IDOK);
+  FailAllocation(1);
+  const BOOL opened = OpenPort(nullptr, &port);
+  FailAllocation(0);
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY));
+  EXPECT_TRUE(!opened && port == nullptr);
+  EXPECT_EQ(WideView(platform::ShownBoxes().back().text),
+            TEXT("An internal error occurred: new PortInfo failed."));
 }
 
 TEST_F(JobTest, RegistrationDemandsRightsAndALoadableModule) {
@@ -88,7 +99,8 @@ TEST_F(JobTest, RegistrationDemandsRightsAndALoadableModule) {
   EXPECT_EQ(WideView(platform::ShownBoxes().back().text),
             TEXT("Could not find resource DLL kvres832.dll."));
   InstallModule(kFolder);
-  EXPECT_TRUE(AddMonitor());
+  EXPECT_TRUE(AddMonitor() && AddPrinter());
+  EXPECT_EQ(Print(5, 1000), 5000);
   EXPECT_FALSE(AddMonitor());
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_PRINT_MONITOR_ALREADY_INSTALLED));
 }

@@ -46,38 +46,26 @@ TEST_F(ModuleTest, OtherNotificationsChangeNothing) {
   }
 }
 
-struct BadLibrary {
-  const char* name;
-  void (*write)(const std::filesystem::path& path);
-  LPCWSTR box;
-};
-
-void WriteBytes(const std::filesystem::path& path, std::string_view bytes) {
-  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-}
-
 constexpr WCHAR kNotFound[] = TEXT("Could not find resource DLL kvres832.dll.");
 constexpr WCHAR kNotLoaded[] =
     TEXT("Could not load resource DLL C:\\Windows\\System32\\kvres832.dll.");
 
-constexpr BadLibrary kBadLibraries[] = {
-    {"missing", [](const std::filesystem::path& path) { std::filesystem::remove(path); },
-     kNotFound},
-    {"a directory",
-     [](const std::filesystem::path& path) {
-       std::filesystem::remove(path);
-       std::filesystem::create_directory(path);
+using Path = std::filesystem::path;
+void WriteBytes(const Path& path, std::string_view bytes) {
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+// How the library is spoilt, and the box that tells.
+constexpr std::pair<void (*)(const Path& path), LPCWSTR> kBadLibraries[] = {
+    {[](const Path& path) { std::filesystem::remove(path); }, kNotFound},
+    {[](const Path& path) {
+       std::filesystem::remove(path), std::filesystem::create_directory(path);
      },
      kNotFound},
-    {"empty", [](const std::filesystem::path& path) { WriteBytes(path, ""); }, kNotLoaded},
-    {"not a PE file",
-     [](const std::filesystem::path& path) { WriteBytes(path, std::string(4096, 'x')); },
-     kNotLoaded},
-    {"truncated",
-     [](const std::filesystem::path& path) { std::filesystem::resize_file(path, 600); },
-     kNotLoaded},
-    {"of another machine type",
-     [](const std::filesystem::path& path) {
+    {[](const Path& path) { WriteBytes(path, ""); }, kNotLoaded},
+    {[](const Path& path) { WriteBytes(path, std::string(4096, 'x')); }, kNotLoaded},
+    {[](const Path& path) { std::filesystem::resize_file(path, 600); }, kNotLoaded},
+    {[](const Path& path) {
        const bool wide = sizeof(void*) == 8;
        platform::PeWriter(wide ? IMAGE_FILE_MACHINE_I386 : IMAGE_FILE_MACHINE_AMD64)
            .AddString(0x0409, 12118, TEXT("x"))
@@ -87,11 +75,10 @@ constexpr BadLibrary kBadLibraries[] = {
 };
 
 TEST_F(ModuleTest, AnUnusableResourceLibraryFailsTheLoadWithItsBox) {
-  for (const BadLibrary& bad : kBadLibraries) {
-    SCOPED_TRACE(bad.name);
+  for (const auto& [spoil, report] : kBadLibraries) {
     InstallModule(kFolder);
-    const std::filesystem::path path = platform::HostPath(kFolder) / "kvres832.dll";
-    bad.write(path);
+    const Path path = platform::HostPath(kFolder) / "kvres832.dll";
+    spoil(path);
     platform::ScriptBoxes(true);
     platform::AnswerNextBox(IDOK);
     const LoadedModule module(kModule);
@@ -99,24 +86,11 @@ TEST_F(ModuleTest, AnUnusableResourceLibraryFailsTheLoadWithItsBox) {
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_DLL_INIT_FAILED));
     const auto boxes = platform::ShownBoxes();
     ASSERT_EQ(boxes.size(), 1u);
-    EXPECT_EQ(WideView(boxes[0].text), bad.box);
+    EXPECT_EQ(WideView(boxes[0].text), report);
     EXPECT_EQ(WideView(boxes[0].title), TEXT("Folvane"));
     EXPECT_EQ(boxes[0].style, 0x10010u);
     std::filesystem::remove_all(path);
   }
-}
-
-TEST_F(ModuleTest, ALibraryWithoutStringsLoads) {
-  WriteResources(kFolder, ResourceLibrary());
-  const LoadedModule module(kModule);
-  ASSERT_TRUE(module);
-  // The report has no text, so there is no box.
-  platform::FailCall("OpenPrinterW", 1, ERROR_INVALID_PRINTER_NAME);
-  HANDLE port = nullptr;
-  ASSERT_TRUE(module.Operations().pfnOpenPort(nullptr, &port));
-  WCHAR printer[] = TEXT("Folvane");
-  EXPECT_FALSE(module.Operations().pfnStartDocPort(port, printer, 1, 1, nullptr));
-  EXPECT_TRUE(module.Operations().pfnClosePort(port));
 }
 
 }  // namespace

@@ -28,90 +28,51 @@ TEST_F(PortMonitorTest, BothInitialisationExportsHandOutTheSameSlots) {
   ASSERT_EQ(InitializePrintMonitor(root), first);
   EXPECT_EQ(first->dwMonitorSize, sizeof(void*) == 4 ? 72u : sizeof(MONITOREX));
   const MONITOR& slots = first->Monitor;
-  EXPECT_EQ(slots.pfnEnumPorts, EnumPorts);
-  EXPECT_EQ(slots.pfnOpenPort, OpenPort);
-  EXPECT_EQ(slots.pfnOpenPortEx, nullptr);
-  EXPECT_EQ(slots.pfnStartDocPort, StartDocPort);
-  EXPECT_EQ(slots.pfnWritePort, WritePort);
-  EXPECT_EQ(slots.pfnReadPort, ReadPort);
-  EXPECT_EQ(slots.pfnEndDocPort, EndDocPort);
-  EXPECT_EQ(slots.pfnClosePort, ClosePort);
-  EXPECT_EQ(slots.pfnAddPort, AddPort);
-  EXPECT_EQ(slots.pfnAddPortEx, AddPortEx);
-  EXPECT_EQ(slots.pfnConfigurePort, ConfigurePort);
-  EXPECT_EQ(slots.pfnDeletePort, DeletePort);
-  EXPECT_EQ(slots.pfnGetPrinterDataFromPort, nullptr);
-  EXPECT_EQ(slots.pfnSetPortTimeOuts, nullptr);
-  EXPECT_EQ(slots.pfnXcvOpenPort, nullptr);
-  EXPECT_EQ(slots.pfnXcvDataPort, nullptr);
-  EXPECT_EQ(slots.pfnXcvClosePort, nullptr);
+  const MONITOR expected = {EnumPorts,  OpenPort,  nullptr, StartDocPort, WritePort,     ReadPort,
+                            EndDocPort, ClosePort, AddPort, AddPortEx,    ConfigurePort, DeletePort,
+                            nullptr,    nullptr,   nullptr, nullptr,      nullptr};
+  EXPECT_EQ(memcmp(&slots, &expected, sizeof(slots)), 0);
   MONITOR copy;
   memset(&copy, 0xFF, sizeof(copy));
   EXPECT_TRUE(InitializeMonitorEx(nullptr, &copy));
   EXPECT_EQ(memcmp(&copy, &slots, sizeof(copy)), 0);
 }
 
-// The bytes of `text` with its terminator.
-std::vector<BYTE> Bytes(WideView text) {
-  const auto begin = reinterpret_cast<const BYTE*>(text.data());
-  std::vector<BYTE> bytes(begin, begin + text.size() * sizeof(WCHAR));
-  bytes.insert(bytes.end(), sizeof(WCHAR), 0);
-  return bytes;
+// A buffer with the record at its beginning, the texts at its end, each with its terminator, and
+// 0xCC between and behind them.
+std::vector<BYTE> Packed(const void* record, size_t record_size, WideView texts, DWORD offered) {
+  std::vector<BYTE> buffer(128, 0xCC);
+  memcpy(buffer.data(), record, record_size);
+  memcpy(buffer.data() + offered - texts.size() * sizeof(WCHAR), texts.data(),
+         texts.size() * sizeof(WCHAR));
+  return buffer;
 }
 
-struct LevelCase {
-  DWORD level;
-  DWORD needed32;  // what a 32-bit spooler must offer
-  DWORD recordSize;
-  std::vector<WideView> strings;  // in the order in which they lie at the end of the buffer
-};
-
 TEST_F(PortMonitorTest, EnumPortsPacksItsStringsAtTheBuffersEnd) {
-  const LevelCase cases[] = {
-      {1, 16, sizeof(PORT_INFO_1W), {TEXT("KVR8:")}},
-      {2, 64, sizeof(PORT_INFO_2W), {TEXT("Folvane"), TEXT("Folvane"), TEXT("KVR8:")}},
-  };
-  for (const LevelCase& c : cases) {
-    std::vector<BYTE> tail;
-    for (const WideView text : c.strings) {
-      const std::vector<BYTE> bytes = Bytes(text);
-      tail.insert(tail.end(), bytes.begin(), bytes.end());
-    }
-    const DWORD size = c.recordSize + static_cast<DWORD>(tail.size());
+  constexpr WCHAR kTexts[] = TEXT("Folvane\0Folvane\0KVR8:");
+  for (const DWORD level : {1, 2}) {
+    const WideView texts = level == 1 ? WideView(kTexts + 16, 6) : WideView(kTexts, 22);
+    const size_t record_size = level == 1 ? sizeof(PORT_INFO_1W) : sizeof(PORT_INFO_2W);
+    const DWORD size = static_cast<DWORD>(record_size + texts.size() * sizeof(WCHAR));
     if (sizeof(void*) == 4) {
-      EXPECT_EQ(size, c.needed32);
+      EXPECT_EQ(size, level == 1 ? 16u : 64u);
     }
-    DWORD needed = 7, returned = 7;
-    EXPECT_FALSE(EnumPorts(nullptr, c.level, nullptr, 0, &needed, &returned));
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
-    EXPECT_EQ(needed, size);
-    EXPECT_EQ(returned, 0u);
-    for (const DWORD offered : {size - 1, size, size + 10}) {
+    for (const DWORD offered : {0u, size - 1, size, size + 10}) {
       alignas(void*) BYTE buffer[128];
       memset(buffer, 0xCC, sizeof(buffer));
-      needed = returned = 7;
-      const BOOL done = EnumPorts(nullptr, c.level, buffer, offered, &needed, &returned);
-      EXPECT_EQ(needed, size);
+      DWORD needed = 7, returned = 7;
+      SetLastError(0);
+      const BOOL done = EnumPorts(nullptr, level, buffer, offered, &needed, &returned);
       EXPECT_EQ(done, offered >= size);
+      EXPECT_EQ(GetLastError(), done ? 0u : DWORD{ERROR_INSUFFICIENT_BUFFER});
+      EXPECT_EQ(needed, size);
       EXPECT_EQ(returned, done ? 1u : 0u);
-      EXPECT_EQ(buffer[offered], 0xCC) << "wrote behind the buffer";
-      if (!done) {
-        EXPECT_EQ(buffer[0], 0xCC) << "wrote although it does not fit";
-        continue;
-      }
-      const BYTE* const strings = buffer + offered - tail.size();
-      EXPECT_EQ(memcmp(strings, tail.data(), tail.size()), 0);
-      if (c.level == 1) {
-        EXPECT_EQ(reinterpret_cast<BYTE*>(reinterpret_cast<PORT_INFO_1W*>(buffer)->pName), strings);
-      } else {
-        const auto& port = *reinterpret_cast<PORT_INFO_2W*>(buffer);
-        const size_t product = Bytes(TEXT("Folvane")).size();
-        EXPECT_EQ(reinterpret_cast<BYTE*>(port.pDescription), strings);
-        EXPECT_EQ(reinterpret_cast<BYTE*>(port.pMonitorName), strings + product);
-        EXPECT_EQ(reinterpret_cast<BYTE*>(port.pPortName), strings + 2 * product);
-        EXPECT_EQ(port.fPortType, static_cast<DWORD>(PORT_TYPE_WRITE));
-        EXPECT_EQ(port.Reserved, 0u);
-      }
+      const auto place = reinterpret_cast<LPWSTR>(buffer + offered);
+      PORT_INFO_1W one = {place - 6};
+      PORT_INFO_2W two = {place - 6, place - 14, place - 22, PORT_TYPE_WRITE, 0};
+      const void* const record = level == 1 ? static_cast<void*>(&one) : &two;
+      EXPECT_EQ(std::vector<BYTE>(buffer, buffer + 128),
+                done ? Packed(record, record_size, texts, offered) : std::vector<BYTE>(128, 0xCC));
     }
   }
 }
