@@ -4,6 +4,7 @@
 #include "runtime/registry/deferred_file_ops.h"
 #include "runtime/text/wide_text.h"
 #include "tests/support/module_test.h"
+#include "tests/support/test_key.h"
 
 namespace kv::test {
 namespace {
@@ -32,12 +33,9 @@ class ResourceChoiceTest : public ModuleTest {
     library.WriteTo(platform::HostPath(kFolder) / name);
   }
   static void Want(HKEY root, DWORD language) {
-    HKEY key = nullptr;
-    RegCreateKeyExW(root, TEXT("Software\\Veltmoor Software\\Folvane8"), 0, nullptr, 0, KEY_WRITE,
-                    nullptr, &key, nullptr);
-    RegSetValueExW(key, TEXT("Language"), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&language),
+    RegSetValueExW(Key::Create(root, TEXT("Software\\Veltmoor Software\\Folvane8")),
+                   TEXT("Language"), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&language),
                    sizeof(language));
-    RegCloseKey(key);
   }
   // The name of the product whose library a load takes.
   static std::basic_string<WCHAR> Loaded() {
@@ -46,9 +44,8 @@ class ResourceChoiceTest : public ModuleTest {
   }
 
   static DWORD WINAPI TempPath(DWORD, LPWSTR buffer) {
-    const size_t length = tempDirectory_.copy(buffer, MAX_PATH - 1);
-    buffer[length] = 0;
-    return static_cast<DWORD>(length);
+    buffer[WideView(TEXT("C:\\copies\\")).copy(buffer, 10)] = 0;
+    return 10;
   }
   static HMODULE WINAPI LoadDefaultFileOnly(LPCWSTR path) {
     ++loads_;
@@ -56,15 +53,6 @@ class ResourceChoiceTest : public ModuleTest {
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return nullptr;
   }
-  static std::basic_string<WCHAR> ToTestPath(const std::filesystem::path& host) {
-    std::basic_string<WCHAR> path = TEXT("Z:") + host.u16string() + TEXT("\\");
-    for (WCHAR& c : path) {
-      if (c == '/') c = '\\';
-    }
-    return path;
-  }
-
-  static inline std::basic_string<WCHAR> tempDirectory_;
   static inline int loads_;
 };
 
@@ -150,9 +138,8 @@ TEST_F(ResourceChoiceTest, TheLanguageOfResourcesIsTheFirstOneOfTheFirstBlock) {
 
 TEST_F(ResourceChoiceTest, ACopyThatCannotBeLoadedIsDeleted) {
   Put("kvres832.dll", 0x0409, TEXT("97"), 26);
-  const std::filesystem::path copies = directory() / "copies";
+  const std::filesystem::path copies = platform::HostPath(TEXT("C:\\copies"));
   std::filesystem::create_directory(copies);
-  tempDirectory_ = ToTestPath(copies);
   platform::Replace("GetTempPathW", &TempPath);
   // By language and from the copy the load fails, the default file in between does not.
   platform::Replace("LoadLibraryW", &LoadDefaultFileOnly);
@@ -162,7 +149,7 @@ TEST_F(ResourceChoiceTest, ACopyThatCannotBeLoadedIsDeleted) {
   ASSERT_FALSE(module);
   EXPECT_EQ(loads_, kLoadByLanguage + 2);
   EXPECT_TRUE(WideView(platform::ShownBoxes().back().text)
-                  .starts_with(TEXT("Could not load resource DLL Z:\\")));
+                  .starts_with(TEXT("Could not load resource DLL C:\\copies\\~KV")));
   EXPECT_TRUE(std::filesystem::is_empty(copies));
 }
 

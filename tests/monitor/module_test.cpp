@@ -8,30 +8,24 @@
 namespace kv::test {
 namespace {
 
-TEST_F(ModuleTest, TwoCopiesHaveContextsOfTheirOwn) {
+TEST_F(ModuleTest, EachCopyAndEachLoadHasAContextOfItsOwn) {
+  constexpr WCHAR kOther[] = TEXT("C:\\Other\\kvmon8.dll");
   InstallModule(TEXT("C:\\Other"));
   WriteResources(TEXT("C:\\Other"), ResourceLibrary().AddString(0x0409, 10060, TEXT("108")));
   const LoadedModule first(kModule);
-  const LoadedModule second(TEXT("C:\\Other\\kvmon8.dll"));
-  ASSERT_TRUE(first && second);
-  EXPECT_EQ(WideView(first.ProductName()), TEXT("Folvane"));
-  EXPECT_EQ(WideView(second.ProductName()), TEXT("Docklane Pro"));
-  EXPECT_NE(first.Operations().pfnEnumPorts, second.Operations().pfnEnumPorts);
-}
-
-TEST_F(ModuleTest, EachLoadBeginsWithAZeroContext) {
-  WriteResources(kFolder, ResourceLibrary().AddString(0x0409, 10060, TEXT("105")));
   {
-    const LoadedModule module(kModule);
-    ASSERT_TRUE(module);
-    EXPECT_EQ(WideView(module.ProductName()), TEXT("Docklane Pro"));
+    const LoadedModule second(kOther);
+    ASSERT_TRUE(first && second);
+    EXPECT_EQ(first.ProductName(), TEXT("Folvane"));
+    EXPECT_EQ(second.ProductName(), TEXT("Docklane Pro"));
+    EXPECT_NE(first.Operations().pfnEnumPorts, second.Operations().pfnEnumPorts);
   }
   // A product name left over from the life before would stay: it is only set when it is empty.
-  WriteResources(kFolder, ResourceLibrary());
-  const LoadedModule module(kModule);
-  ASSERT_TRUE(module);
-  EXPECT_EQ(WideView(module.ProductName()), TEXT("Folvane"));
-  EXPECT_EQ(WideView(module.PortName()), TEXT("KVR8:"));
+  WriteResources(TEXT("C:\\Other"), ResourceLibrary());
+  const LoadedModule again(kOther);
+  ASSERT_TRUE(again);
+  EXPECT_EQ(again.ProductName(), TEXT("Folvane"));
+  EXPECT_EQ(again.PortName(), TEXT("KVR8:"));
 }
 
 TEST_F(ModuleTest, OtherNotificationsChangeNothing) {

@@ -94,8 +94,7 @@ TEST_F(PortMonitorTest, APortTakesWhateverItIsGiven) {
   HANDLE port = nullptr;
   ASSERT_TRUE(OpenPort(anyName, &port));
   const auto& info = *static_cast<PortInfo*>(port);
-  EXPECT_EQ(info.hPrinter, nullptr);
-  EXPECT_EQ(info.jobId, 0u);
+  EXPECT_TRUE(info.hPrinter == nullptr && info.jobId == 0);
   EXPECT_TRUE(EndDocPort(port)) << "without a document";
   DWORD count = 7;
   EXPECT_TRUE(WritePort(port, nullptr, 0, &count));
@@ -110,12 +109,9 @@ TEST_F(PortMonitorTest, APortTakesWhateverItIsGiven) {
   WCHAR noPrinter[] = TEXT("no such printer");
   EXPECT_FALSE(StartDocPort(port, noPrinter, 5, 1, nullptr));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PRINTER_NAME));
-  EXPECT_EQ(info.hPrinter, nullptr);
-  EXPECT_EQ(info.jobId, 0u);
-  EXPECT_TRUE(AddPort(nullptr, nullptr, nullptr));
-  EXPECT_TRUE(AddPortEx(nullptr, 1, nullptr, nullptr));
-  EXPECT_TRUE(ConfigurePort(nullptr, nullptr, nullptr));
-  EXPECT_TRUE(DeletePort(nullptr, nullptr, anyName));
+  EXPECT_TRUE(info.hPrinter == nullptr && info.jobId == 0);
+  EXPECT_TRUE(AddPort(nullptr, nullptr, nullptr) && AddPortEx(nullptr, 1, nullptr, nullptr));
+  EXPECT_TRUE(ConfigurePort(nullptr, nullptr, nullptr) && DeletePort(nullptr, nullptr, anyName));
   EXPECT_TRUE(EndDocPort(port));
   EXPECT_TRUE(ClosePort(port));
 }
