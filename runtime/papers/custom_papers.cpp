@@ -45,7 +45,7 @@ WORD LowestFreeId(const CPaperTable& papers) {
 }
 
 std::unique_ptr<PaperEntry[]> NewEntries(size_t count) {
-  return std::unique_ptr<PaperEntry[]>(new (std::nothrow) PaperEntry[count]);
+  return std::unique_ptr<PaperEntry[]>(new (std::nothrow) PaperEntry[count]());
 }
 
 // A key's name has no backslash, and what the store cuts or leaves out does not come back.
@@ -188,7 +188,6 @@ PaperEntry* CCustomPapers::Append() {
   auto entries = NewEntries(size_t{count_} + 1);
   if (entries == nullptr) return nullptr;
   std::copy(entries_, entries_ + count_, entries.get());
-  entries[count_] = {};
   Adopt(std::move(entries), static_cast<WORD>(count_ + 1));
   return &owned_[count_ - 1];
 }

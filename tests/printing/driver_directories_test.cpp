@@ -94,6 +94,7 @@ TEST_F(DriverDirectoriesTest, NoPathIsMadeOfNothingOrCut) {
   for (const auto& [length, file, error] :
        {std::tuple(size_t{0}, LPCWSTR{TEXT("a.dll")}, DWORD{ERROR_PATH_NOT_FOUND}),
         {0, nullptr, ERROR_PATH_NOT_FOUND},
+        {1, nullptr, ERROR_SUCCESS},
         {251, TEXT("a.dll"), ERROR_SUCCESS},
         {252, TEXT("a.dll"), ERROR_FILENAME_EXCED_RANGE},
         {257, nullptr, ERROR_SUCCESS},

@@ -12,6 +12,7 @@
 #include "runtime/printing/print_servers_key.h"
 #include "runtime/printing/printer_details.h"
 #include "runtime/printing/printer_devmodes.h"
+#include "runtime/printing/printer_handle.h"
 #include "runtime/registry/user_hives.h"
 #include "runtime/text/text.h"
 #include "tests/printing/growing_calls.h"
@@ -114,6 +115,11 @@ TEST_F(PrinterInfoTest, BlocksGrowFiveTimes) {
 
 TEST_F(PrinterInfoTest, FailuresAreReportedByTheFunctionOrTheLevel) {
   const UniquePrinter printer = Open();
+  HANDLE none = printer.Get();
+  BOOL flag = TRUE;
+  ExpectRefusal(ERROR_INVALID_PRINTER_NAME,
+                OpenPrinterHandle(TEXT("None"), &none, nullptr, FALSE, &flag));
+  EXPECT_TRUE(none == nullptr && !flag);
   UniqueBlock<BYTE> driver;
   const WideString denied = TEXT("\n\nAccess is denied.");
   const WideString noLevel = TEXT("\n\nThe system call level is not correct.");
@@ -434,22 +440,23 @@ TEST_F(PrinterInfoTest, WhatTheMachineRemembersOfOtherServersComesFirst) {
   EXPECT_TRUE(CPrintServersKey::MakePrinterPath(share, share, &is_guid));
   EXPECT_EQ(WideView(share), TEXT("ALPHA\\Printers\\HP Laser"));
   EXPECT_FALSE(is_guid);
-  SetText(Key::Create(HKEY_CURRENT_USER, TEXT("Printers\\Connections\\,,ALPHA,HP Laser")),
-          TEXT("GuidPrinter"), TEXT("{GUID}"));
+  RegSetValueExW(Key::Create(HKEY_CURRENT_USER, TEXT("Printers\\Connections\\,,ALPHA,HP Laser")),
+                 TEXT("GuidPrinter"), 0, REG_EXPAND_SZ,
+                 reinterpret_cast<const BYTE*>(TEXT("{%OS%}")), 14);
   CopyStringW(share, kRemote);
   EXPECT_TRUE(GetPrinterConnectionGuid(HKEY_CURRENT_USER, share, share, MAX_PATH));
-  EXPECT_EQ(WideView(share), TEXT("{GUID}"));
+  EXPECT_EQ(WideView(share), TEXT("{%OS%}"));
   EXPECT_FALSE(GetPrinterConnectionGuid(HKEY_CURRENT_USER, kRemote, share, 6)) << "7 with its end";
   EXPECT_EQ(share[0], 0);
   CPrintServersKey key(KeyMode::kRead);
   EXPECT_FALSE(key.GetRemotePrinterShareName(kRemote, share, MAX_PATH)) << "by its GUID only";
-  const Key printer = Key::Create(HKEY_LOCAL_MACHINE, printers + TEXT("{GUID}\\DsSpooler"));
+  const Key printer = Key::Create(HKEY_LOCAL_MACHINE, printers + TEXT("{%OS%}\\DsSpooler"));
   EXPECT_FALSE(key.GetRemotePrinterShareName(kRemote, share, MAX_PATH));
   SetText(printer, TEXT("printShareName"), TEXT("by guid"));
   expect_share(TEXT("by guid"));
   CopyStringW(share, kRemote);
   EXPECT_TRUE(CPrintServersKey::MakePrinterPath(share, share, &is_guid));
-  EXPECT_EQ(WideView(share), TEXT("ALPHA\\Printers\\{GUID}"));
+  EXPECT_EQ(WideView(share), TEXT("ALPHA\\Printers\\{%OS%}"));
   EXPECT_TRUE(is_guid);
   EXPECT_FALSE(key.GetRemotePrinterShareName(kRemote, share, 7)) << "does not fit";
   startupContext.platform.ntKind = kServer2003;

@@ -178,6 +178,13 @@ LSTATUS WINAPI ReadLatePort(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD ty
   return RegQueryValueExW(key, name, reserved, type, data, size);
 }
 
+BOOL WINAPI EnumNobodysPrinters(DWORD flags, LPWSTR name, DWORD level, LPBYTE buffer, DWORD size,
+                                LPDWORD needed, LPDWORD count) {
+  const BOOL done = EnumPrintersW(flags, name, level, buffer, size, needed, count);
+  if (done && level == 4) reinterpret_cast<PRINTER_INFO_4W*>(buffer)->Attributes = 0;
+  return done;
+}
+
 TEST_F(PrinterListTest, BeforeVistaTheRegistryIsFaster) {
   UseXp();
   const auto listed = [&] {
@@ -185,9 +192,11 @@ TEST_F(PrinterListTest, BeforeVistaTheRegistryIsFaster) {
     return (AskedForTitles() ? TEXT("spooler") : TEXT("registry\n") + list);
   };
   const WideString ink = TEXT("\\\\ALPHA\\Ink|Generic / Text Only|unidrv|LPT1:|ALPHA|ink|1\n");
-  SetText(PrinterKey(TEXT("Laser")), TEXT("Port"), TEXT("\\\\BETA\\shared"));
+  const WideString port = TEXT("\\\\BETA\\%OS%");
+  RegSetValueExW(PrinterKey(TEXT("Laser")), TEXT("Port"), 0, REG_EXPAND_SZ,
+                 reinterpret_cast<const BYTE*>(port.c_str()), 2 * 12);
   const WideString expected =
-      TEXT("registry\nLaser|Generic / Text Only|unidrv|\\\\BETA\\shared|BETA|-|1\n") + ink;
+      TEXT("registry\nLaser|Generic / Text Only|unidrv|") + port + TEXT("|BETA|-|1\n") + ink;
   EXPECT_EQ(listed(), expected);
   EXPECT_EQ(platform::CallCount("EnumPrintersW"), 2u);
   LetGrow<&EnumPrintersW>("EnumPrintersW", 1);
@@ -224,6 +233,9 @@ TEST_F(PrinterListTest, BeforeVistaTheRegistryIsFaster) {
     EXPECT_EQ(list.Count(), 2);
     EXPECT_EQ(AskedForTitles() ? TEXT("spooler") : TEXT("registry"), WideView(source));
   }
+  platform::Replace("EnumPrintersW", &EnumNobodysPrinters);
+  CPrinterList().Count();
+  EXPECT_TRUE(AskedForTitles()) << "neither local nor remote";
   RegDeleteValueW(PrinterKey(TEXT("Laser")), TEXT("Port"));
   EXPECT_EQ(listed(), TEXT("spooler")) << "no port";
 }
@@ -308,6 +320,7 @@ TEST_F(PrinterListTest, TheProductsPrinters) {
                           : TEXT("Stand|Folvane 8|kvgraph8|LPT1:|") + server + TEXT("|-|2\n");
   };
   CProductPrinterList list;
+  EXPECT_TRUE(list.LoadPrinters());
   EXPECT_EQ(Describe(list), TEXT("folvane|FOLVANE 8|kvgraph8|LPT1:|-|-|1\n") + bb +
                                 TEXT("Aa|Folvane 8|kvgraph8|LPT1:|-|-|1\n") +
                                 standing(TEXT("GAMMA")));
@@ -322,6 +335,7 @@ TEST_F(PrinterListTest, TheProductsPrinters) {
     EXPECT_EQ(Describe(servers), bb + standing(server));
   }
   CSiblingPrinterList siblings;
+  EXPECT_TRUE(siblings.LoadPrinters());
   EXPECT_EQ(Names(siblings), TEXT("Old "));
   siblings.Clear();
   EXPECT_EQ(Names(siblings), TEXT("Old ")) << "loaded and filtered anew";

@@ -216,11 +216,11 @@ TEST_F(PrinterSettingsTest, SettingsOfUsers) {
   ReadUserPrinterSettings(TEXT(".DEFAULT"), TEXT("Laser"), kStoredOnly, read);
   EXPECT_EQ(read.settings.topMargin, 4);
   EXPECT_EQ(read.settings.flags, 0x4u);
-  platform::AnswerNextBox(IDOK);
-  ReadUserPrinterSettings(TEXT("S-1-none"), TEXT("Laser"), kOwnPrinterKey, read);
+  EXPECT_EQ(
+      BoxOf(
+          [&] { ReadUserPrinterSettings(TEXT("S-1-none"), TEXT("Laser"), kOwnPrinterKey, read); }),
+      TEXT("An internal step failed: HKCU is not valid, but cannot find a subkey in HKEY_USERS.."));
   EXPECT_EQ(read.settings.topMargin, 3);
-  EXPECT_NE(LastBox().find(TEXT("HKCU is not valid, but cannot find a subkey in HKEY_USERS.")),
-            WideString::npos);
 }
 
 TEST_F(PrinterSettingsTest, LaterLayersWin) {
@@ -242,25 +242,26 @@ TEST_F(PrinterSettingsTest, LaterLayersWin) {
   SetNumber(Key::Create(HKEY_CURRENT_USER, kDriverData), TEXT("MarginLeft"), 103);
   const UniqueDevMode caller = spooler_mode(104, 0);
 
+  // The layers, each with the resolution behind it.
   struct Watch : SettingsObserver {
-    std::vector<std::pair<SettingsLayer, short>> seen;
+    std::string seen;
     void AfterLayer(SettingsLayer layer, const DEVMODEW*, const ProductDevMode& result) override {
-      seen.emplace_back(layer, result.dev.dmYResolution);
+      seen += std::to_string(static_cast<int>(layer)) + ":" +
+              std::to_string(result.dev.dmYResolution) + " ";
     }
-  } watch;
+  };
   ProductDevMode result;
-  GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), caller.get(), result, &watch);
-  const std::vector<std::pair<SettingsLayer, short>> expected = {
-      {SettingsLayer::kDefaults, 600},    {SettingsLayer::kSpoolerGlobal, 101},
-      {SettingsLayer::kSpoolerUser, 102}, {SettingsLayer::kStored, 103},
-      {SettingsLayer::kCaller, 104},      {SettingsLayer::kStoredOwn, 104}};
-  EXPECT_EQ(watch.seen, expected);
+  const auto layers = [&](const DEVMODEW* with) {
+    Watch watch;
+    GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), with, result, &watch);
+    return watch.seen;
+  };
+  EXPECT_EQ(layers(caller.get()), "0:600 2:101 3:102 4:103 5:104 6:104 ");
   EXPECT_EQ(result.dev.dmCopies, 101);
   EXPECT_EQ(result.dev.dmDefaultSource, 102);
   EXPECT_EQ(result.settings.leftMargin, 103);
   SetNumber(Key::Create(HKEY_CURRENT_USER, kOwnKey), TEXT("Resolution"), 105);
-  GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), caller.get(), result);
-  EXPECT_EQ(result.dev.dmYResolution, 105) << "the own key beats the caller";
+  EXPECT_EQ(layers(caller.get()), "0:600 2:101 3:102 4:105 5:104 6:105 ");
   // Arguments that lie in the result.
   ProductDevMode own = result;
   own.dev.dmCopies = 42;
@@ -271,95 +272,81 @@ TEST_F(PrinterSettingsTest, LaterLayersWin) {
   own = result;
   ReadUserPrinterSettings(nullptr, own.dev.dmDeviceName, 0, own);
   EXPECT_EQ(WideView(own.dev.dmDeviceName), TEXT("Laser"));
-  EXPECT_EQ(own.dev.dmYResolution, 105);
   EXPECT_EQ(own.settings.leftMargin, 103);
 
   startupContext.platform.ntKind = kNt4;
-  watch.seen.clear();
-  GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), nullptr, result, &watch);
-  ASSERT_EQ(watch.seen.size(), 4u);
+  EXPECT_EQ(layers(nullptr), "0:600 1:101 4:105 6:105 ");
   platform::FailCall("GetPrinterW", 1, ERROR_ACCESS_DENIED);
-  GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), nullptr, result);  // without a box
-  watch.seen.clear();
   RawMode invalid(0);
   invalid.dev().dmSize = 188;
-  GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), invalid.get(), result, &watch);
-  ASSERT_EQ(watch.seen.size(), 4u) << "what is not valid is no layer";
-  EXPECT_EQ(watch.seen[1].first, SettingsLayer::kPrinter);
+  EXPECT_EQ(layers(invalid.get()), "0:600 4:105 6:105 ") << "what is not valid is no layer";
   startupContext.platform.ntKind = 0;
   startupContext.platform.win9xKind = 1;
-  watch.seen.clear();
-  GetEffectiveDevMode(printer.Get(), nullptr, TEXT("Laser"), nullptr, result, &watch);
-  EXPECT_EQ(watch.seen.size(), 3u) << "nothing of the spooler";
+  EXPECT_EQ(layers(nullptr), "0:600 4:105 6:105 ") << "nothing of the spooler";
 }
 
 // Where a printer's copies are kept.
+struct Place {
+  LPCWSTR printer;
+  HKEY root;
+  WideString path;
+  LPCWSTR value;
+};
+
 TEST_F(PrinterSettingsTest, CopiesAreStoredWhereTheirKeysAre) {
+  constexpr WCHAR kLaser[] = TEXT("Laser"), kRemote[] = TEXT("\\\\ALPHA\\HP Laser");
+  constexpr WCHAR kDefault[] = TEXT("Default DevMode");
+  const WideString print = TEXT("Software\\Microsoft\\Windows NT\\CurrentVersion\\Print\\");
+  const Place places[] = {
+      {kLaser, HKEY_LOCAL_MACHINE, print + TEXT("Printers\\Laser"), kDefault},
+      {kLaser, HKEY_LOCAL_MACHINE,
+       TEXT("System\\CurrentControlSet\\Control\\Print\\Printers\\Laser"), kDefault},
+      {kLaser, HKEY_CURRENT_USER, TEXT("Printers\\DevModePerUser"), kLaser},
+      {kLaser, HKEY_CURRENT_USER, TEXT("Printers\\DevModes2"), kLaser},
+      {kRemote, HKEY_LOCAL_MACHINE,
+       print + TEXT("Providers\\Client Side Rendering Print Provider\\Servers\\ALPHA\\Printers\\HP "
+                    "Laser"),
+       kDefault},
+      {kRemote, HKEY_CURRENT_USER, TEXT("Printers\\DevModePerUser"), kRemote},
+      {kRemote, HKEY_CURRENT_USER, TEXT("Printers\\DevModes2"), kRemote},
+      {kRemote, HKEY_CURRENT_USER, TEXT("Printers\\Connections\\,,ALPHA,HP Laser"),
+       TEXT("DevMode")}};
   RawMode mode(5);
+  // Stores a changed copy, and once more; where it has gone.
   const auto store = [&](LPCWSTR printer, ForPrinter for_printer, ForUser for_user) {
     mode.dev().dmCopies++;
-    const WriteResult result = StoreDevMode(printer, mode.get(), for_printer, for_user);
+    std::string gone = std::to_string(StoreDevMode(printer, mode.get(), for_printer, for_user));
     platform::ResetFaults();
     EXPECT_EQ(StoreDevMode(printer, mode.get(), for_printer, for_user), kUnchanged);
     EXPECT_EQ(platform::CallCount("RegSetValueExW"), 0u);
-    return result;
+    const std::string copy = AsStored(REG_BINARY, mode.get(), 225);
+    for (const Place& place : places)
+      gone += Stored(place.root, place.path, place.value) == copy ? "+" : "-";
+    return gone;
   };
-  // Whether the copy is what was stored last.
-  const auto is_new = [&](HKEY root, const WideString& path, LPCWSTR name) {
-    return Stored(root, path, name) == AsStored(REG_BINARY, mode.get(), 225);
-  };
-  struct Printer {
-    LPCWSTR name;
-    WideString keys[2];  // of the machine
-    std::pair<WideString, LPCWSTR> users[3];
-  };
-  const Printer printers[] = {
-      {TEXT("Laser"),
-       {TEXT("Software\\Microsoft\\Windows NT\\CurrentVersion\\Print\\Printers\\Laser"),
-        TEXT("System\\CurrentControlSet\\Control\\Print\\Printers\\Laser")},
-       {{TEXT("Printers\\DevModePerUser"), TEXT("Laser")},
-        {TEXT("Printers\\DevModes2"), TEXT("Laser")},
-        {TEXT("Printers\\DevModes2"), TEXT("Laser")}}},
-      {TEXT("\\\\ALPHA\\HP Laser"),
-       {TEXT("Software\\Microsoft\\Windows NT\\CurrentVersion\\Print\\Providers\\")
-            TEXT("Client Side Rendering Print Provider\\Servers\\ALPHA\\Printers\\HP Laser"),
-        TEXT("Software\\Microsoft\\Windows NT\\CurrentVersion\\Print\\Providers\\")
-            TEXT("Client Side Rendering Print Provider\\Servers\\ALPHA\\Printers\\HP Laser")},
-       {{TEXT("Printers\\DevModePerUser"), TEXT("\\\\ALPHA\\HP Laser")},
-        {TEXT("Printers\\DevModes2"), TEXT("\\\\ALPHA\\HP Laser")},
-        {TEXT("Printers\\Connections\\,,ALPHA,HP Laser"), TEXT("DevMode")}}},
-  };
-  for (const Printer& printer : printers) {
-    EXPECT_EQ(store(printer.name, ForPrinter::kNo, ForUser::kNo), kUnchanged);
-    EXPECT_EQ(store(printer.name, ForPrinter::kNo, ForUser::kYes), kWritten);
-    for (const auto& [path, name] : printer.users)
-      EXPECT_TRUE(is_new(HKEY_CURRENT_USER, path, name));
-    const bool is_remote = printer.name[0] == TEXT('\\');
-    EXPECT_EQ(store(printer.name, ForPrinter::kYes, ForUser::kNo),
-              is_remote ? kUnchanged : kWritten)
-        << "keys of the machine are never made";
-    EXPECT_FALSE(is_new(HKEY_CURRENT_USER, printer.users[0].first, printer.users[0].second));
-    for (const WideString& path : printer.keys) Key::Create(HKEY_LOCAL_MACHINE, path);
-    EXPECT_EQ(store(printer.name, ForPrinter::kYes, ForUser::kYes), kWritten);
-    for (const WideString& path : printer.keys) {
-      EXPECT_TRUE(is_new(HKEY_LOCAL_MACHINE, path, TEXT("Default DevMode")));
-    }
-  }
+  EXPECT_EQ(store(kLaser, ForPrinter::kNo, ForUser::kNo), "2--------");
+  EXPECT_EQ(store(kLaser, ForPrinter::kNo, ForUser::kYes), "1--++----");
+  EXPECT_EQ(store(kLaser, ForPrinter::kYes, ForUser::kNo), "1-+------") << "keys are not made";
+  EXPECT_EQ(store(kRemote, ForPrinter::kYes, ForUser::kNo), "2--------");
+  EXPECT_EQ(store(kRemote, ForPrinter::kYes, ForUser::kYes), "1-----+++");
+  Key::Create(HKEY_LOCAL_MACHINE, places[0].path);
+  Key::Create(HKEY_LOCAL_MACHINE, places[4].path);
+  EXPECT_EQ(store(kLaser, ForPrinter::kYes, ForUser::kNo), "1++------");
+  EXPECT_EQ(store(kRemote, ForPrinter::kYes, ForUser::kNo), "1----+---");
   platform::SetFactNumber(platform::facts::kUserIsElevated, 0);
-  EXPECT_EQ(store(TEXT("Laser"), ForPrinter::kYes, ForUser::kYes), kWritten) << "the user's own";
-  EXPECT_EQ(store(TEXT("Laser"), ForPrinter::kYes, ForUser::kNo), kUnchanged) << "refused";
+  EXPECT_EQ(store(kLaser, ForPrinter::kYes, ForUser::kYes), "1--++----") << "the user's own";
+  EXPECT_EQ(store(kLaser, ForPrinter::kYes, ForUser::kNo), "2--------") << "refused";
   const OddCopy<DEVMODEW> odd(mode.dev());
-  EXPECT_EQ(StoreDevMode(TEXT("Laser"), odd.get(), ForPrinter::kNo, ForUser::kYes), kWritten);
-  EXPECT_EQ(StoreDevMode(TEXT("Laser"), mode.get(), ForPrinter::kNo, ForUser::kYes), kUnchanged);
+  EXPECT_EQ(StoreDevMode(kLaser, odd.get(), ForPrinter::kNo, ForUser::kYes), kWritten);
+  EXPECT_EQ(StoreDevMode(kLaser, mode.get(), ForPrinter::kNo, ForUser::kYes), kUnchanged);
   DEVMODEA narrow = {};
   const auto store_narrow = [&] {
-    return StoreDevModeA(TEXT("Laser"), &narrow, ForPrinter::kNo, ForUser::kYes);
+    return StoreDevModeA(kLaser, &narrow, ForPrinter::kNo, ForUser::kYes);
   };
   ExpectRefusal(ERROR_INVALID_PARAMETER, store_narrow() != kWriteFailed);
   narrow.dmSize = sizeof narrow;
   EXPECT_EQ(store_narrow(), kWritten);
   EXPECT_EQ(store_narrow(), kUnchanged);
-  EXPECT_EQ(Stored(HKEY_CURRENT_USER, TEXT("Printers\\DevModes2"), TEXT("Laser")).size(), 2u + 220);
   startupContext.platform.win9xKind = 1;
   ExpectRefusal(ERROR_CALL_NOT_IMPLEMENTED, store_narrow() != kWriteFailed);
 }

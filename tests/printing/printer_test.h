@@ -55,11 +55,6 @@ class PrinterTest : public RuntimeTest {
     EXPECT_EQ(boxes.size(), before + 1);
     return boxes.empty() ? WideString() : boxes.back().text;
   }
-  // The text of the last box shown.
-  static WideString LastBox() {
-    const auto boxes = platform::ShownBoxes();
-    return boxes.empty() ? WideString() : boxes.back().text;
-  }
   // The call has failed with that last error; the next one begins without.
   static void ExpectRefusal(DWORD error, bool result,
                             std::source_location here = std::source_location::current()) {
