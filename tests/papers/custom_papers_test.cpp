@@ -46,9 +46,9 @@ class CustomPapersTest : public RuntimeTest {
                      reinterpret_cast<BYTE*>(&number), &size);
     return number;
   }
-  // While another thread holds the lock on the store.
+  // How long the body takes while another thread holds the lock on the store.
   template <class Body>
-  static void WhileLocked(BOOL exclusive, Body body) {
+  static uint64_t WhileLocked(BOOL exclusive, Body body) {
     UniqueHandle entered(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     UniqueHandle done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     HelperThread holder([&] {
@@ -58,8 +58,11 @@ class CustomPapersTest : public RuntimeTest {
       WaitForSingleObject(done.Get(), INFINITE);
     });
     WaitForSingleObject(entered.Get(), INFINITE);
+    const uint64_t start = platform::UpTime();
     body();
+    const uint64_t time = platform::UpTime() - start;
     SetEvent(done.Get());
+    return time;
   }
   static bool IsStored(const WideString& name) {
     return Key::Open(HKEY_CURRENT_USER, kStore + name).status == ERROR_SUCCESS;
@@ -221,19 +224,13 @@ TEST_F(CustomPapersTest, ATableThatCouldNotBeReadIsNotChanged) {
   expect_refusals(ERROR_NOT_ENOUGH_MEMORY, "memory");
   WhileLocked(TRUE, [&] { expect_refusals(ERROR_TIMEOUT, "another writer"); });
   // Writers, and who gives ids, wait for readers; readers do not.
-  WhileLocked(FALSE, [] {
-    const auto time = [](auto operation) {
-      const uint64_t start = platform::UpTime();
-      EXPECT_TRUE(operation());
-      return platform::UpTime() - start;
-    };
-    EXPECT_EQ(time([] { return CCustomPapers().count() == 2; }), 5000u);
-    EXPECT_EQ(Stored(TEXT("B"), TEXT("ID")), 300u);
-    CCustomPapers papers;
-    EXPECT_EQ(time([] { return CCustomPapers().count() == 2; }), 0u);
-    EXPECT_EQ(time([&] { return papers.RemoveCustomPaper(TEXT("A")); }), 5000u);
-    EXPECT_EQ(time([&] { return papers.AddCustomPaper(Paper(TEXT("A"))); }), 5000u);
-  });
+  const auto load = [] { EXPECT_EQ(CCustomPapers().count(), 2); };
+  EXPECT_EQ(WhileLocked(FALSE, load), 5000u);
+  EXPECT_EQ(Stored(TEXT("B"), TEXT("ID")), 300u);
+  EXPECT_EQ(WhileLocked(FALSE, load), 0u);
+  CCustomPapers papers;
+  EXPECT_EQ(WhileLocked(FALSE, [&] { papers.RemoveCustomPaper(TEXT("A")); }), 5000u);
+  EXPECT_EQ(WhileLocked(FALSE, [&] { papers.AddCustomPaper(Paper(TEXT("A"))); }), 5000u);
 }
 
 TEST_F(CustomPapersTest, WhatDoesNotReachTheStoreStaysInTheTable) {
