@@ -139,13 +139,6 @@ TEST_F(InstallationTest, WhatTheSpoolerRefuses) {
             TEXT("kvmon8.dll"));
 }
 
-TEST_F(InstallationTest, WithoutItsTextsTheMonitorDoesNotLoad) {
-  ProvideFiles({"kvmon8.dll"});
-  for (int i = 0; i < 3; ++i) platform::AnswerNextBox(IDOK);  // two of the module, in this process
-  EXPECT_FALSE(InstallPortMonitor());
-  EXPECT_FALSE(PortExists(kPort));
-}
-
 // What the spooler is given, while it takes the chance to change the default printer.
 HANDLE WINAPI MeddlingAddPrinter(LPWSTR server, DWORD level, LPBYTE info) {
   const auto& added = *reinterpret_cast<PRINTER_INFO_2W*>(info);

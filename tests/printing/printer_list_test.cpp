@@ -163,17 +163,14 @@ TEST_F(PrinterListTest, WhatIsAddedMeanwhileIsAskedForAgain) {
   }
 }
 
-// While a list is made, its second pass finds another port.
-int ports_read;
-WideString late_port;
+// While a list is made, a value becomes another one when it is read for the n-th time.
+int reads_left;
+WideString late_key, late_name, late_text;
 
-LSTATUS WINAPI ReadLatePort(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data,
+LSTATUS WINAPI ReadLateText(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data,
                             LPDWORD size) {
-  if (data != nullptr && WideView(name) == TEXT("Port") && ++ports_read == 3) {
-    SetText(Key::Open(HKEY_LOCAL_MACHINE,
-                      TEXT("SYSTEM\\CurrentControlSet\\Control\\Print\\Printers\\Laser"),
-                      KEY_ALL_ACCESS),
-            TEXT("Port"), late_port);
+  if (data != nullptr && name == late_name && --reads_left == 0) {
+    SetText(Key::Open(HKEY_LOCAL_MACHINE, late_key, KEY_ALL_ACCESS), late_name, late_text);
   }
   return RegQueryValueExW(key, name, reserved, type, data, size);
 }
@@ -226,9 +223,11 @@ TEST_F(PrinterListTest, BeforeVistaTheRegistryIsFaster) {
                                      {TEXT("p"), TEXT("registry")}}) {
     platform::ResetFaults();
     SetText(PrinterKey(TEXT("Laser")), TEXT("Port"), TEXT("LPT1:"));
-    ports_read = 0;
-    late_port = port;
-    platform::Replace("RegQueryValueExW", &ReadLatePort);
+    reads_left = 3;
+    late_key = TEXT("SYSTEM\\CurrentControlSet\\Control\\Print\\Printers\\Laser");
+    late_name = TEXT("Port");
+    late_text = port;
+    platform::Replace("RegQueryValueExW", &ReadLateText);
     CPrinterList list;
     EXPECT_EQ(list.Count(), 2);
     EXPECT_EQ(AskedForTitles() ? TEXT("spooler") : TEXT("registry"), WideView(source));
@@ -333,6 +332,18 @@ TEST_F(PrinterListTest, TheProductsPrinters) {
     stand.SetSz(TEXT("ServerPrinter"), printer);
     CProductPrinterList servers(CProductPrinterList::Selection::kOfServers);
     EXPECT_EQ(Describe(servers), bb + standing(server));
+  }
+  late_key = stand.path();
+  late_name = TEXT("ServerPrinter");
+  stand.SetSz(TEXT("ServerPrinter"), TEXT("S"));
+  for (const LPCWSTR late : {TEXT("ST"), TEXT("")}) {
+    reads_left = 2;
+    late_text = late;
+    platform::Replace("RegQueryValueExW", &ReadLateText);
+    CProductPrinterList changing;
+    ExpectRefusal(ERROR_INVALID_DATA, changing.LoadPrinters());
+    platform::ResetFaults();
+    stand.SetSz(TEXT("ServerPrinter"), TEXT("S"));
   }
   CSiblingPrinterList siblings;
   EXPECT_TRUE(siblings.LoadPrinters());

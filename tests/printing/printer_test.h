@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/control/message_boxes.h"
+#include "runtime/core/flags.h"
 #include "runtime/core/handles.h"
 #include "runtime/text/wide_text.h"
 #include "tests/support/runtime_test.h"
@@ -63,6 +64,12 @@ class PrinterTest : public RuntimeTest {
     EXPECT_FALSE(result);
     EXPECT_EQ(last, error);
     SetLastError(ERROR_SUCCESS);
+  }
+  // The operation fails with that last error, quietly and then with a report.
+  template <class Operation>
+  static void ExpectReport(DWORD error, WideView report, Operation operation) {
+    ExpectRefusal(error, operation(Quiet::kYes));
+    EXPECT_EQ(BoxOf([&] { ExpectRefusal(error, operation(Quiet::kNo)); }), report);
   }
 };
 

@@ -71,7 +71,7 @@ class ServiceControlTest : public PrinterTest {
     platform::Replace("EnumDependentServicesW", &EnumGrowingDependents);
   }
   // A restart that fails with a report.
-  static void ExpectReport(DWORD error, WideView report) {
+  static void ExpectRestartReport(DWORD error, WideView report) {
     EXPECT_EQ(BoxOf([=] { ExpectRefusal(error, RestartSpooler()); }), report);
   }
 };
@@ -103,7 +103,8 @@ TEST_F(ServiceControlTest, DependentsThatStartMeanwhileAreAskedForAgain) {
   EXPECT_TRUE(RestartSpooler());
   EXPECT_EQ(stops.size(), 4u);
   growing_times = 5;
-  ExpectReport(ERROR_MORE_DATA, TEXT("EnumDependentServices failed.\n\nMore data is available."));
+  ExpectRestartReport(ERROR_MORE_DATA,
+                      TEXT("EnumDependentServices failed.\n\nMore data is available."));
   growing_times = 0;
   EXPECT_EQ(BoxOf([] {
               CServiceControl spooler(TEXT("Spooler"), ServiceAccess::kFull);
@@ -119,14 +120,14 @@ TEST_F(ServiceControlTest, DependentsThatStartMeanwhileAreAskedForAgain) {
 TEST_F(ServiceControlTest, ADependentThatRefusesEndsTheOperation) {
   InstallDependents();
   platform::FailCall("OpenServiceW", 2, ERROR_ACCESS_DENIED);
-  ExpectReport(ERROR_ACCESS_DENIED, TEXT("OpenService failed.\n\nAccess is denied."));
+  ExpectRestartReport(ERROR_ACCESS_DENIED, TEXT("OpenService failed.\n\nAccess is denied."));
   EXPECT_EQ(States(), "4444");
   SetServiceFact("Mail.stop_error", "5");
-  ExpectReport(ERROR_ACCESS_DENIED, TEXT("ControlService failed.\n\nAccess is denied."));
+  ExpectRestartReport(ERROR_ACCESS_DENIED, TEXT("ControlService failed.\n\nAccess is denied."));
   EXPECT_EQ(States(), "4414") << "what was stopped stays stopped";
   SetServiceFact("Mail.stop_error", "0");
   SetServiceFact("Fax.start_error", "5");
-  ExpectReport(ERROR_ACCESS_DENIED, TEXT("StartService failed.\n\nAccess is denied."));
+  ExpectRestartReport(ERROR_ACCESS_DENIED, TEXT("StartService failed.\n\nAccess is denied."));
   EXPECT_EQ(States(), "4111");
 }
 
