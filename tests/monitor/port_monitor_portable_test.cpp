@@ -57,7 +57,7 @@ TEST_F(PortMonitorTest, EnumPortsPacksItsStringsAtTheBuffersEnd) {
     if (sizeof(void*) == 4) {
       EXPECT_EQ(size, level == 1 ? 16u : 64u);
     }
-    for (const DWORD offered : {0u, size - 1, size, size + 10}) {
+    for (const DWORD offered : {DWORD{0}, size - 1, size, size + 10}) {
       alignas(void*) BYTE buffer[128];
       memset(buffer, 0xCC, sizeof(buffer));
       DWORD needed = 7, returned = 7;

@@ -81,8 +81,9 @@ TEST_F(CustomPapersTest, LoadingTakesWhatHasAnAreaAndGivesMissingIds) {
   PutPaper(TEXT("Twin"), 300);
   Put(TEXT("A"), TEXT("Units"), 3);
   Put(TEXT("C"), TEXT("Units"), 2);
+  PutPaper(TEXT("Text"), 0);
   SetText(Key::Create(HKEY_CURRENT_USER, WideString(kStore) + TEXT("Text")), TEXT("Width"),
-          TEXT("100"));
+          TEXT("1"));
   const CCustomPapers papers;
   EXPECT_EQ(papers.loadError(), DWORD{ERROR_SUCCESS});
   ASSERT_EQ(papers.count(), 7);
@@ -99,6 +100,10 @@ TEST_F(CustomPapersTest, LoadingTakesWhatHasAnAreaAndGivesMissingIds) {
   EXPECT_EQ(papers.FindPaperByName(TEXT("Flat")), nullptr);
   EXPECT_TRUE(IsStored(TEXT("Flat"))) << "left where it is";
   EXPECT_EQ(papers.NextFreeCustomPaperId(), 305);
+  for (const DWORD vanished : {ERROR_FILE_NOT_FOUND, ERROR_KEY_DELETED}) {
+    platform::FailCall("RegOpenKeyExW", 3, vanished);
+    EXPECT_EQ(CCustomPapers().count(), 6);
+  }
 }
 
 // Two keys whose names are the same when they are cut.
@@ -145,10 +150,21 @@ TEST_F(CustomPapersTest, AddingReplacingAndRemoving) {
     EXPECT_TRUE(papers.AddCustomPaper(*papers.GetPaperAt(i))) << "an entry of its own";
   }
   EXPECT_EQ(papers.count(), 3);
+  for (const bool adds : {true, false}) {
+    FailAllocation(1);
+    const bool done =
+        adds ? papers.AddCustomPaper(Paper(TEXT("New"))) : papers.RemoveCustomPaper(TEXT("Two"));
+    FailAllocation(0);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
+    EXPECT_TRUE(!done && papers.count() == 3);
+  }
   EXPECT_TRUE(papers.RemoveCustomPaper(papers.GetPaperAt(0)->name));
   EXPECT_EQ(papers.NextFreeCustomPaperId(), 300);
   EXPECT_TRUE(papers.RemoveCustomPaper(TEXT("two")));
+  RegDeleteKeyW(HKEY_CURRENT_USER, TEXT("Software\\Veltmoor Software\\Folvane8"));
+  SetLastError(5);
   EXPECT_TRUE(papers.RemoveCustomPaper(TEXT("FOUR")));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_SUCCESS}) << "there is no store any more";
   EXPECT_EQ(papers.count(), 0);
   EXPECT_EQ(papers.GetPaperAt(0), nullptr);
   EXPECT_FALSE(IsStored(TEXT("Two")));
@@ -190,6 +206,13 @@ TEST_F(CustomPapersTest, WhatWouldNotComeBackIsRefused) {
   }
 }
 
+// Another paper has come since the keys were counted.
+LSTATUS WINAPI CountOne(HKEY, LPWSTR, LPDWORD, LPDWORD, LPDWORD keys, LPDWORD, LPDWORD, LPDWORD,
+                        LPDWORD, LPDWORD, LPDWORD, PFILETIME) {
+  *keys = 1;
+  return ERROR_SUCCESS;
+}
+
 TEST_F(CustomPapersTest, ATableThatCouldNotBeReadIsNotChanged) {
   PutPaper(TEXT("A"), 301);
   PutPaper(TEXT("B"), 0);
@@ -220,6 +243,8 @@ TEST_F(CustomPapersTest, ATableThatCouldNotBeReadIsNotChanged) {
     platform::FailCall(failure.function, failure.call, ERROR_NO_SYSTEM_RESOURCES, failure.count);
     expect_refusals(ERROR_NO_SYSTEM_RESOURCES, failure.function);
   }
+  platform::Replace("RegQueryInfoKeyW", &CountOne);
+  expect_refusals(ERROR_MORE_DATA, "one more");
   FailAllocation(2);  // the first is the lock's
   expect_refusals(ERROR_NOT_ENOUGH_MEMORY, "memory");
   WhileLocked(TRUE, [&] { expect_refusals(ERROR_TIMEOUT, "another writer"); });

@@ -326,16 +326,10 @@ TEST_F(InstallationTest, MarginsAreMeasuredAndPublishedOnce) {
     EXPECT_EQ(stored(), (std::vector<int>{300, 100, 200, 567, -200}));
   }
   // Pixels and the nearest thousandths of an inch, of which 16 bits hold 32767.
-  for (const auto& [dpi, pixels, thousandths] : {std::tuple(300, 1, 3),
-                                                 {300, 2, 7},
-                                                 {300, -1, -3},
-                                                 {300, -2, -7},
-                                                 {16, 1, 63},
-                                                 {16, -1, -63},
-                                                 {1000, 32767, 32767},
-                                                 {1000, 32768, 32767},
-
-                                                 {0, 5, 32767}}) {
+  static constexpr int kMargins[][3] = {{300, 1, 3},          {300, 2, 7},          {300, -1, -3},
+                                        {300, -2, -7},        {16, 1, 63},          {16, -1, -63},
+                                        {1000, 32767, 32767}, {1000, 32768, 32767}, {0, 5, 32767}};
+  for (const auto& [dpi, pixels, thousandths] : kMargins) {
     SetPage(dpi, pixels, 0, 1000);
     EXPECT_TRUE(store());
     EXPECT_EQ(stored()[1], thousandths) << dpi << " " << pixels;
