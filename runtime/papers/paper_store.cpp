@@ -49,10 +49,9 @@ DWORD ReadNumber(HKEY key, LPCWSTR name, DWORD& number) {
   return error;
 }
 
-// Reads all but the name.
+// Reads all but the name into an entry that has no sides yet.
 DWORD ReadEntry(HKEY key, PaperEntry& paper) {
   DWORD id = 0, units = startupContext.defaultUnits;
-  paper.width = paper.height = 0;
   DWORD error = ReadNumber(key, kIdValue, id);
   if (error == ERROR_SUCCESS) error = ReadNumber(key, kWidthValue, paper.width);
   if (error == ERROR_SUCCESS) error = ReadNumber(key, kHeightValue, paper.height);

@@ -255,7 +255,7 @@ int CPrinterList::FindFirstWithDriver(LPCWSTR driver, LPCWSTR* name, LPCWSTR* po
 BOOL CPrinterList::FindNewestProductDriver(int* index, int* driverIndex, WORD* major, WORD* minor) {
   *index = *driverIndex = -1;
   *major = *minor = 0;
-  if (!LoadPrinters()) return FALSE;
+  LoadPrinters();
   const CPrinterDriverList drivers(startupContext.printEnvironment);
   int visible = -1;
   for (const PrinterEntry& entry : *this) {

@@ -1,6 +1,8 @@
 // The user's papers, shared by processes, and papers in pixels, millimetres and words.
 #include "runtime/papers/custom_papers.h"
 
+#include <cstring>
+
 #include "platform/control/message_boxes.h"
 #include "runtime/ipc/object_names.h"
 #include "runtime/papers/paper_extent.h"
@@ -106,6 +108,50 @@ TEST_F(CustomPapersTest, LoadingTakesWhatHasAnAreaAndGivesMissingIds) {
   }
 }
 
+// A store with so many papers, of which each has its place as id and sides.
+DWORD stored_papers, read_paper;
+
+LSTATUS WINAPI CountMany(HKEY, LPWSTR, LPDWORD, LPDWORD, LPDWORD keys, LPDWORD, LPDWORD, LPDWORD,
+                         LPDWORD, LPDWORD, LPDWORD, PFILETIME) {
+  *keys = stored_papers;
+  return ERROR_SUCCESS;
+}
+LSTATUS WINAPI EnumMany(HKEY, DWORD index, LPWSTR name, LPDWORD, LPDWORD, LPWSTR, LPDWORD,
+                        PFILETIME) {
+  read_paper = index + 300;
+  CopyStringW(name, 4, TEXT("Any"));
+  return index < stored_papers ? ERROR_SUCCESS : ERROR_NO_MORE_ITEMS;
+}
+LSTATUS WINAPI OpenAny(HKEY parent, LPCWSTR name, DWORD options, REGSAM access, PHKEY key) {
+  return RegOpenKeyExW(parent, parent == HKEY_CURRENT_USER ? name : nullptr, options, access, key);
+}
+LSTATUS WINAPI ReadPlace(HKEY, LPCWSTR, LPDWORD, LPDWORD type, LPBYTE data, LPDWORD) {
+  *type = REG_DWORD;
+  std::memcpy(data, &read_paper, sizeof read_paper);
+  return ERROR_SUCCESS;
+}
+
+TEST_F(CustomPapersTest, IdsComeToAnEnd) {
+  Key::Create(HKEY_CURRENT_USER, kStore);
+  stored_papers = 32466;  // all but the last id
+  platform::Replace("RegQueryInfoKeyW", &CountMany);
+  platform::Replace("RegEnumKeyExW", &EnumMany);
+  platform::Replace("RegOpenKeyExW", &OpenAny);
+  platform::Replace("RegQueryValueExW", &ReadPlace);
+  CCustomPapers papers;
+  EXPECT_EQ(papers.NextFreeCustomPaperId(), 32766);
+  ++stored_papers;
+  CCustomPapers full;
+  EXPECT_EQ(full.count(), 32467);
+  EXPECT_EQ(full.NextFreeCustomPaperId(), 300);
+  SetLastError(0);
+  EXPECT_FALSE(full.AddCustomPaper(Paper(TEXT("None"))));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_MORE_ITEMS});
+  EXPECT_TRUE(papers.AddCustomPaper(Paper(TEXT("Late")))) << "in the table";
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_NO_MORE_ITEMS}) << "not in the store";
+  EXPECT_FALSE(IsStored(TEXT("Late")));
+}
+
 // Two keys whose names are the same when they are cut.
 TEST_F(CustomPapersTest, LongNamesStandForTheirWholeKeys) {
   const WideString cut(63, TEXT('n')), whole(70, TEXT('n'));
@@ -206,13 +252,6 @@ TEST_F(CustomPapersTest, WhatWouldNotComeBackIsRefused) {
   }
 }
 
-// Another paper has come since the keys were counted.
-LSTATUS WINAPI CountOne(HKEY, LPWSTR, LPDWORD, LPDWORD, LPDWORD keys, LPDWORD, LPDWORD, LPDWORD,
-                        LPDWORD, LPDWORD, LPDWORD, PFILETIME) {
-  *keys = 1;
-  return ERROR_SUCCESS;
-}
-
 TEST_F(CustomPapersTest, ATableThatCouldNotBeReadIsNotChanged) {
   PutPaper(TEXT("A"), 301);
   PutPaper(TEXT("B"), 0);
@@ -243,7 +282,8 @@ TEST_F(CustomPapersTest, ATableThatCouldNotBeReadIsNotChanged) {
     platform::FailCall(failure.function, failure.call, ERROR_NO_SYSTEM_RESOURCES, failure.count);
     expect_refusals(ERROR_NO_SYSTEM_RESOURCES, failure.function);
   }
-  platform::Replace("RegQueryInfoKeyW", &CountOne);
+  stored_papers = 1;
+  platform::Replace("RegQueryInfoKeyW", &CountMany);
   expect_refusals(ERROR_MORE_DATA, "one more");
   FailAllocation(2);  // the first is the lock's
   expect_refusals(ERROR_NOT_ENOUGH_MEMORY, "memory");

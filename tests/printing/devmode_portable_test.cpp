@@ -48,24 +48,18 @@ TEST(DevModePortableTest, OnlyReadableMemoryIsValid) {
   EXPECT_FALSE(IsReadable(end, 1));
   EXPECT_FALSE(IsReadable(reinterpret_cast<void*>(~UINT_PTR{0} - 3), 8)) << "around the end";
   // What fits before the end of the page, and what the device mode says of itself.
-  for (const auto& [room, size, extra, readable, valid] : {std::tuple(220, 220, 0, 220u, true),
-                                                           {224, 220, 4, 224u, true},
-                                                           {220, 220, 1, 0u, false},
-                                                           {218, 220, 0, 0u, false},
-                                                           {220, 188, 0, 188u, false},
-                                                           {300, 221, 0, 221u, false},
-                                                           {190, 188, 2, 190u, false},
-                                                           {190, 188, 3, 0u, false},
-                                                           {72, 72, 0, 72u, false},
-                                                           {300, 71, 0, 0u, false},
-                                                           {71, 72, 0, 0u, false}}) {
+  static constexpr unsigned kModes[][5] = {
+      {220, 220, 0, 220, 1}, {224, 220, 4, 224, 1}, {220, 220, 1, 0, 0},   {218, 220, 0, 0, 0},
+      {220, 188, 0, 188, 0}, {300, 221, 0, 221, 0}, {190, 188, 2, 190, 0}, {190, 188, 3, 0, 0},
+      {72, 72, 0, 72, 0},    {300, 71, 0, 0, 0},    {71, 72, 0, 0, 0}};
+  for (const auto& [room, size, extra, readable, valid] : kModes) {
     SCOPED_TRACE(testing::Message() << room << " " << size << " " << extra);
     auto* const mode = reinterpret_cast<DEVMODEW*>(end - room);
-    std::memset(static_cast<void*>(mode), 0x77, static_cast<size_t>(room));
+    std::memset(static_cast<void*>(mode), 0x77, room);
     const WORD sizes[] = {static_cast<WORD>(size), static_cast<WORD>(extra)};
     std::memcpy(end - room + offsetof(DEVMODEW, dmSize), sizes, room < 72 ? 3 : 4);
     SetLastError(5);
-    EXPECT_EQ(IsValidDevMode(mode) != FALSE, valid);
+    EXPECT_EQ(IsValidDevMode(mode), static_cast<BOOL>(valid));
     EXPECT_EQ(ReadableDevModeSize(mode), readable);
     EXPECT_EQ(GetLastError(), DWORD{5});
     const UniqueDevMode copy = DuplicateDevmodePtr(mode, Quiet::kNo);

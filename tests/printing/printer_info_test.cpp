@@ -350,12 +350,13 @@ TEST_F(PrinterInfoTest, WhereTheMachineRemembersOtherServers) {
   const WideString nt4 = TEXT("System\\CurrentControlSet\\Control\\Print\\Providers\\")
       TEXT("LanMan Print Services\\Servers");
   for (const WideString& path : {rendering, manager, nt4}) Key::Create(HKEY_LOCAL_MACHINE, path);
-  for (const auto& [kind, path] : {std::pair(DWORD{kNt4}, nt4),
-                                   {kWindows2000, manager},
-                                   {kWindowsXp, manager},
-                                   {kServer2003, manager},
-                                   {kWindowsVista, rendering},
-                                   {kWindows10, rendering}}) {
+  const std::pair<DWORD, WideString> paths[] = {{kNt4, nt4},
+                                                {kWindows2000, manager},
+                                                {kWindowsXp, manager},
+                                                {kServer2003, manager},
+                                                {kWindowsVista, rendering},
+                                                {kWindows10, rendering}};
+  for (const auto& [kind, path] : paths) {
     startupContext.platform.ntKind = kind;
     CPrintServersKey reading(KeyMode::kRead), writing(KeyMode::kWrite), neither(KeyMode{2});
     EXPECT_EQ(View(reading.path()), path);

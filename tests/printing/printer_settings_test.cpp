@@ -57,32 +57,33 @@ class PrinterSettingsTest : public PrinterTest {
   }
 };
 
+enum NumberType { kShort, kWord, kDword };
 // A number in the registry and in the device mode.
 struct Number {
   LPCWSTR name;
   size_t offset;
   DWORD flag;
-  enum { kShort, kWord, kDword } type;
+  NumberType type;
 };
-constexpr Number kPublic[] = {{TEXT("PaperSize"), 78, DM_PAPERSIZE, Number::kShort},
-                              {TEXT("PaperWidth"), 82, DM_PAPERWIDTH, Number::kShort},
-                              {TEXT("PaperHeight"), 80, DM_PAPERLENGTH, Number::kShort},
-                              {TEXT("Orientation"), 76, DM_ORIENTATION, Number::kShort},
-                              {TEXT("BitDepth"), 168, DM_BITSPERPEL, Number::kDword}};
-constexpr Number kPrivate[] = {{TEXT("Resolution"), 260, 0x1, Number::kWord},
-                               {TEXT("MarginLeft"), 262, 0x2, Number::kShort},
-                               {TEXT("MarginTop"), 264, 0x4, Number::kShort},
-                               {TEXT("MarginRight"), 266, 0x8, Number::kShort},
-                               {TEXT("MarginBottom"), 268, 0x10, Number::kShort},
-                               {TEXT("ShowDlg"), 270, 0x20, Number::kWord},
-                               {TEXT("Units"), 312, 0x40, Number::kWord},
-                               {TEXT("AutoEm"), 310, 0x80, Number::kWord},
-                               {TEXT("Compression"), 274, 0x200, Number::kWord},
-                               {TEXT("ResDownSamp"), 574, 0x400, Number::kWord},
-                               {TEXT("PathEscapes"), 308, 0x1000, Number::kWord},
-                               {TEXT("JpegQuality"), 576, 0x2000, Number::kWord},
-                               {TEXT("ResDownSampMono"), 578, 0x10000, Number::kWord},
-                               {TEXT("KvAction"), 580, 0x20000, Number::kWord}};
+constexpr Number kPublic[] = {{TEXT("PaperSize"), 78, DM_PAPERSIZE, kShort},
+                              {TEXT("PaperWidth"), 82, DM_PAPERWIDTH, kShort},
+                              {TEXT("PaperHeight"), 80, DM_PAPERLENGTH, kShort},
+                              {TEXT("Orientation"), 76, DM_ORIENTATION, kShort},
+                              {TEXT("BitDepth"), 168, DM_BITSPERPEL, kDword}};
+constexpr Number kPrivate[] = {{TEXT("Resolution"), 260, 0x1, kWord},
+                               {TEXT("MarginLeft"), 262, 0x2, kShort},
+                               {TEXT("MarginTop"), 264, 0x4, kShort},
+                               {TEXT("MarginRight"), 266, 0x8, kShort},
+                               {TEXT("MarginBottom"), 268, 0x10, kShort},
+                               {TEXT("ShowDlg"), 270, 0x20, kWord},
+                               {TEXT("Units"), 312, 0x40, kWord},
+                               {TEXT("AutoEm"), 310, 0x80, kWord},
+                               {TEXT("Compression"), 274, 0x200, kWord},
+                               {TEXT("ResDownSamp"), 574, 0x400, kWord},
+                               {TEXT("PathEscapes"), 308, 0x1000, kWord},
+                               {TEXT("JpegQuality"), 576, 0x2000, kWord},
+                               {TEXT("ResDownSampMono"), 578, 0x10000, kWord},
+                               {TEXT("KvAction"), 580, 0x20000, kWord}};
 
 TEST_F(PrinterSettingsTest, NumbersGoToTheRegistryAndComeBackOneByOne) {
   const ProductDevMode nothing = Read(kStoredOnly);
@@ -92,8 +93,8 @@ TEST_F(PrinterSettingsTest, NumbersGoToTheRegistryAndComeBackOneByOne) {
     ProductDevMode written = nothing, expected = nothing;
     (isPublic ? written.dev.dmFields : written.settings.flags) = number.flag;
     if (number.offset == 80 || number.offset == 82) written.dev.dmFields |= DM_PAPERSIZE;
-    const DWORD stored = number.type == Number::kShort ? 0xFFFF8765 : 0x8765;
-    const size_t size = number.type == Number::kDword ? 4 : 2;
+    const DWORD stored = number.type == kShort ? 0xFFFF8765 : 0x8765;
+    const size_t size = number.type == kDword ? 4 : 2;
     std::memcpy(reinterpret_cast<BYTE*>(&written) + number.offset, &stored, size);
     WriteUserPrinterSettings(TEXT("Laser"), written);
     EXPECT_EQ(Stored(HKEY_CURRENT_USER, kDriverData, number.name), AsStored(REG_DWORD, &stored, 4));
