@@ -26,7 +26,7 @@ const DRIVER_INFO_3W* CPrinterDriverList::First() {
 }
 
 const DRIVER_INFO_3W* CPrinterDriverList::Next() {
-  return position_ < Count() ? GetAt(position_++) : nullptr;
+  return GetAt(position_++);
 }
 
 int CPrinterDriverList::Find(LPCWSTR driver) const {

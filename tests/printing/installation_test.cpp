@@ -17,7 +17,6 @@
 #include "tests/printing/printer_test.h"
 #include "tests/printing/raw_mode.h"
 #include "tests/support/failing_new.h"
-#include "tests/support/test_key.h"
 
 namespace kv::test {
 namespace {
@@ -276,8 +275,6 @@ TEST_F(InstallationTest, GdiPlusIsTriedAgainAtTheUsersWish) {
   EXPECT_TRUE(EnsureGdiPlus());
 }
 
-int caps_of[200];
-
 // A page of 1000 x 1000 pixels.
 void SetPage(int dpi, int left, int top, int printable) {
   std::fill(std::begin(caps_of), std::end(caps_of), 1000);
@@ -292,8 +289,7 @@ TEST_F(InstallationTest, MarginsAreMeasuredAndPublishedOnce) {
   const WideString data = settings + TEXT("Folvaners\\,,S,P\\PrinterDriverData");
   const auto store = [](LPCWSTR printer = TEXT("\\\\S\\P"), LPCWSTR device = TEXT("Laser")) {
     platform::ResetFaults();
-    platform::Replace("GetDeviceCaps", static_cast<int(WINAPI*)(HDC, int)>(
-                                           [](HDC, int index) CALLBACK { return caps_of[index]; }));
+    platform::Replace("GetDeviceCaps", &CapsOfPage);
     return StoreDeviceMargins(printer, device, nullptr);
   };
   const LPCWSTR kNames[] = {TEXT("Resolution"), TEXT("MarginLeft"), TEXT("MarginTop"),

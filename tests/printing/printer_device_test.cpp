@@ -364,11 +364,8 @@ TEST_F(PrinterDeviceTest, BinsHaveIdsAndNamesOfAtMost24Characters) {
   EXPECT_FALSE(Laser()->SupportsCollate());
 }
 
-int caps_of[200];
-
 TEST_F(PrinterDeviceTest, NumbersAtTheEdge) {
-  platform::Replace("GetDeviceCaps", static_cast<int(WINAPI*)(HDC, int)>(
-                                         [](HDC, int index) CALLBACK { return caps_of[index]; }));
+  platform::Replace("GetDeviceCaps", &CapsOfPage);
   const auto page = [](int dpi, int offset, int size) {
     std::fill(std::begin(caps_of), std::end(caps_of), size);
     caps_of[LOGPIXELSX] = caps_of[LOGPIXELSY] = dpi;

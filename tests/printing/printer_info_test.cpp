@@ -17,7 +17,6 @@
 #include "tests/printing/growing_calls.h"
 #include "tests/printing/printer_test.h"
 #include "tests/support/failing_new.h"
-#include "tests/support/test_key.h"
 
 namespace kv::test {
 namespace {
@@ -304,9 +303,6 @@ TEST_F(PrinterInfoTest, DetailsOfAPrinter) {
 }
 
 TEST_F(PrinterInfoTest, SharesAreSetAndTakenAway) {
-  const Key key =
-      Key::Open(HKEY_LOCAL_MACHINE,
-                TEXT("SYSTEM\\CurrentControlSet\\Control\\Print\\Printers\\Laser"), KEY_ALL_ACCESS);
   const auto expect_share = [&](LPCWSTR share, uint64_t written) {
     WCHAR name[MAX_PATH] = TEXT("dirty");
     EXPECT_TRUE(GetPrinterShareName(TEXT("Laser"), name, MAX_PATH));
@@ -324,7 +320,7 @@ TEST_F(PrinterInfoTest, SharesAreSetAndTakenAway) {
   EXPECT_TRUE(SetPrinterShareName(TEXT("Laser"), nullptr));
   expect_share(TEXT(""), 3);
   // Half shared: what is left goes, too.
-  SetText(key, TEXT("Share Name"), TEXT("left"));
+  SetText(PrinterKey(TEXT("Laser")), TEXT("Share Name"), TEXT("left"));
   EXPECT_TRUE(SetPrinterShareName(TEXT("Laser"), nullptr));
   expect_share(TEXT(""), 4);
   for (const auto& [function, call] : {std::pair("GetPrinterW", 2), {"SetPrinterW", 1}}) {

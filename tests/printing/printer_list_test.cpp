@@ -9,7 +9,6 @@
 #include "tests/printing/growing_calls.h"
 #include "tests/printing/printer_test.h"
 #include "tests/support/failing_new.h"
-#include "tests/support/test_key.h"
 
 namespace kv::test {
 namespace {
@@ -20,9 +19,6 @@ class PrinterListTest : public PrinterTest {
  protected:
   static WideString PrintPath(const WideString& path) {
     return TEXT("SYSTEM\\CurrentControlSet\\Control\\Print\\") + path;
-  }
-  static Key PrinterKey(const WideString& name) {
-    return Key::Open(HKEY_LOCAL_MACHINE, PrintPath(TEXT("Printers\\") + name), KEY_ALL_ACCESS);
   }
   static WideString DriverPath(const WideString& driver, LPCWSTR version = TEXT("3")) {
     return PrintPath(TEXT("Environments\\")) + startupContext.printEnvironment +

@@ -11,7 +11,6 @@
 #include "runtime/text/text.h"
 #include "tests/printing/printer_test.h"
 #include "tests/printing/raw_mode.h"
-#include "tests/support/test_key.h"
 
 namespace kv::test {
 namespace {

@@ -9,10 +9,15 @@
 #include "runtime/core/handles.h"
 #include "runtime/text/wide_text.h"
 #include "tests/support/runtime_test.h"
+#include "tests/support/test_key.h"
 
 namespace kv::test {
 
-using WideString = std::basic_string<WCHAR>;
+// What GetDeviceCaps answers when CapsOfPage takes its place.
+inline int caps_of[200];
+inline int WINAPI CapsOfPage(HDC, int index) {
+  return caps_of[index];
+}
 
 class PrinterTest : public RuntimeTest {
  protected:
@@ -45,6 +50,11 @@ class PrinterTest : public RuntimeTest {
     UniquePrinter printer;
     EXPECT_TRUE(OpenPrinterW(const_cast<LPWSTR>(name), printer.Receive(), &defaults));
     return printer;
+  }
+  static Key PrinterKey(const WideString& name) {
+    return Key::Open(HKEY_LOCAL_MACHINE,
+                     TEXT("SYSTEM\\CurrentControlSet\\Control\\Print\\Printers\\") + name,
+                     KEY_ALL_ACCESS);
   }
   // The text of the one box that `call` shows; it is answered with OK.
   template <class Call>

@@ -78,18 +78,5 @@ SCENARIO(Port, Job) {
   }
 }
 
-SCENARIO(Port, EnumPorts) {
-  MONITOR copy = {};
-  alignas(void*) BYTE buffer[1024];
-  DWORD needed = 0, returned = 0;
-  const BOOL done = attempt.Call([&] {
-    InitializeMonitorEx(nullptr, &copy);
-    return copy.pfnEnumPorts(nullptr, 2, buffer, sizeof buffer, &needed, &returned);
-  });
-  attempt.Expect(done,
-                 returned == 1 && needed <= sizeof buffer &&
-                     WideView(reinterpret_cast<PORT_INFO_2W*>(buffer)->pPortName) == TEXT("KVR8:"));
-}
-
 }  // namespace
 }  // namespace kv::test

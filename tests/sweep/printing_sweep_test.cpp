@@ -10,7 +10,6 @@
 #include "runtime/printing/printer_device.h"
 #include "runtime/printing/printer_devmodes.h"
 #include "runtime/printing/printer_driver_list.h"
-#include "runtime/printing/printer_handle.h"
 #include "runtime/printing/printer_info.h"
 #include "runtime/printing/product_printer_lists.h"
 #include "runtime/printing/registry_printers.h"
@@ -85,13 +84,6 @@ void WriteDevMode(Attempt& attempt, decltype(&GetPrinterDevMode) read,
 }
 
 SWEEP_AREA(PrinterInfo, PrintingMachine);
-
-SCENARIO(PrinterInfo, Open) {
-  UniquePrinter printer;
-  const BOOL opened = attempt.Call(
-      [&] { return OpenPrinterHandle(TEXT("Laser"), printer.Receive(), nullptr, FALSE); });
-  attempt.Expect(opened, static_cast<bool>(printer), !printer);
-}
 
 SCENARIO(PrinterInfo, Structures) {
   const UniquePrinter printer = PrintingMachine::OpenLaser();
