@@ -100,7 +100,9 @@ TEST_F(CustomPapersTest, LoadingTakesWhatHasAnAreaAndGivesMissingIds) {
   PutPaper(TEXT("Text"), 0);
   SetText(Key::Create(HKEY_CURRENT_USER, WideString(kStore) + TEXT("Text")), TEXT("Width"),
           TEXT("1"));
+  platform::ResetFaults();
   const CCustomPapers papers;
+  EXPECT_EQ(platform::CallCount("RegSetValueExW"), 3u) << "only what is missing";
   EXPECT_EQ(papers.loadError(), DWORD{ERROR_SUCCESS});
   const std::string described =
       "A 300 1000 2000 1\nB 302 1000 2000 1\nC 301 1000 2000 2\nD 303 1000 2000 1\nLarge 304 1000 "

@@ -116,12 +116,12 @@ TEST_F(PrinterSettingsTest, TextsAndPapersGoToTheRegistryAndComeBack) {
   written.dev.dmFields = DM_PAPERSIZE | DM_FORMNAME | DM_PAPERWIDTH | DM_PAPERLENGTH;
   std::fill_n(written.dev.dmFormName, 32, TEXT('p'));  // not terminated
   std::memset(written.settings.defaultFont, 'f', 32);  // neither
-  CopyStringA(written.settings.printerEm, 260, "em");
+  CopyStringA(written.settings.printerEm, 260, "m");
   const auto write = [&] { WriteUserPrinterSettings(TEXT("Laser"), written); };
   const auto stored = [](LPCWSTR name) { return Stored(HKEY_CURRENT_USER, kDriverData, name); };
   write();
   EXPECT_EQ(stored(TEXT("PaperName")), AsStored(WideString(32, TEXT('p'))));
-  EXPECT_EQ(stored(TEXT("PrinterEm")), AsStored(TEXT("em")));
+  EXPECT_EQ(stored(TEXT("PrinterEm")), AsStored(TEXT("m")));
   EXPECT_EQ(stored(TEXT("DefaultFont")), "");
   written.settings.flags = 0x800;
   written.dev.dmFormName[31] = 0;
@@ -138,7 +138,7 @@ TEST_F(PrinterSettingsTest, TextsAndPapersGoToTheRegistryAndComeBack) {
   written.settings = {};
   write();
   EXPECT_EQ(stored(TEXT("PaperName")), AsStored(WideString(31, TEXT('p')))) << "left alone";
-  EXPECT_EQ(stored(TEXT("PrinterEm")), AsStored(TEXT("em")));
+  EXPECT_EQ(stored(TEXT("PrinterEm")), AsStored(TEXT("m")));
   written.dev.dmFields = DM_PAPERSIZE;
   write();
   EXPECT_EQ(stored(TEXT("PaperName")) + stored(TEXT("PaperWidth")) + stored(TEXT("PaperHeight")),
