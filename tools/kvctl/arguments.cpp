@@ -72,7 +72,7 @@ bool Arguments::TakeOption(std::span<const WideString> words, size_t& at,
 }
 
 WideString Arguments::TakeOperand() {
-  const WideString first = operands_.front();
+  WideString first = operands_.front();
   operands_.erase(operands_.begin());
   return first;
 }
@@ -102,7 +102,8 @@ WideString NearestOf(WideView word, std::span<const WideString> known) {
   return nearest;
 }
 
-WideString WithSuggestion(WideString what, WideView word, std::span<const WideString> known) {
+WideString WithSuggestion(const WideString& what, WideView word,
+                          std::span<const WideString> known) {
   const WideString nearest = NearestOf(word, known);
   return nearest.empty() ? what : what + TEXT("; ") + Text(IDS_CTL_DID_YOU_MEAN, nearest.c_str());
 }

@@ -45,6 +45,6 @@ class Arguments {
 // The one of `known` that `word` was probably meant to be; empty when none is near.
 WideString NearestOf(WideView word, std::span<const WideString> known);
 // "what" alone, or "what; did you mean …?".
-WideString WithSuggestion(WideString what, WideView word, std::span<const WideString> known);
+WideString WithSuggestion(const WideString& what, WideView word, std::span<const WideString> known);
 
 }  // namespace kvctl

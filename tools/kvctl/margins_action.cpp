@@ -14,7 +14,7 @@ namespace {
 // Empty after a message.
 WideString ProductPrinter(const Arguments& arguments) {
   if (arguments.Has(kForOption)) {
-    const WideString named = arguments.Value(kForOption);
+    WideString named = arguments.Value(kForOption);
     kv::UniquePrinter printer;
     if (kv::OpenPrinterHandle(named.c_str(), printer.Receive(), nullptr, FALSE)) return named;
     PrintLastError(IDS_CTL_CANNOT_OPEN_PRINTER, named.c_str());
