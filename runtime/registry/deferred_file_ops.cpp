@@ -2,8 +2,6 @@
 
 #include <string.h>
 
-#include <optional>
-
 #include "runtime/core/handles.h"
 #include "runtime/core/last_error.h"
 #include "runtime/core/startup_context.h"
@@ -34,8 +32,8 @@ struct WininitPath {
   WininitPath() {
     WCHAR windows[MAX_PATH];
     const UINT length = GetWindowsDirectoryW(windows, MAX_PATH);
-    const bool known = length != 0 && length < MAX_PATH;
-    if (!known || !PathJoin(windows, TEXT("wininit.ini"), path, MAX_PATH)) path[0] = 0;
+    if (length == 0 || length >= MAX_PATH) return;
+    if (!PathJoin(windows, TEXT("wininit.ini"), path, MAX_PATH)) path[0] = 0;
   }
 };
 
@@ -115,10 +113,8 @@ BOOL CDeferredFileOps::ReplaceThroughWininit(LPCWSTR source, LPCWSTR target) {
   WCHAR sourceBuffer[MAX_PATH], targetBuffer[MAX_PATH];
   const LPCWSTR shortSource = ShortPath(source, sourceBuffer);
   // Only a file that exists has a short form.
-  std::optional<Placeholder> placeholder(target);
-  const LPCWSTR shortTarget = ShortPath(target, targetBuffer);
-  placeholder.reset();
-  return wininit_.WriteString(kRenameSection, shortTarget, shortSource);
+  const Placeholder placeholder(target);
+  return wininit_.WriteString(kRenameSection, ShortPath(target, targetBuffer), shortSource);
 }
 
 BOOL CDeferredFileOps::FirstPendingRename(LPCWSTR& source, LPCWSTR& target, DWORD* listBytes) {

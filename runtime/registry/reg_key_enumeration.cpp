@@ -6,8 +6,9 @@
 namespace kv {
 namespace {
 
+// An index below 0 is beyond any count.
 BOOL IsIndex(int index, DWORD count) {
-  return index >= 0 && static_cast<DWORD>(index) < count;
+  return static_cast<DWORD>(index) < count;
 }
 
 }  // namespace
