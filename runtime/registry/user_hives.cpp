@@ -44,8 +44,7 @@ ProfileListKey::ProfileListKey() {
 LPCWSTR ProfileKey::GetUserName() {
   if (userName_[0] != 0) return userName_;
   alignas(DWORD) BYTE sid[SECURITY_MAX_SID_SIZE] = {};
-  if (GetValueType(TEXT("Sid"), REG_BINARY) != 0 && ReadBinary(TEXT("Sid"), sid, sizeof(sid)) &&
-      IsValidSid(sid)) {
+  if (ReadBinary(TEXT("Sid"), sid, sizeof(sid)) && IsValidSid(sid)) {
     WCHAR domain[256];
     DWORD nameSize = MAX_PATH, domainSize = 256;
     SID_NAME_USE use;
@@ -130,9 +129,11 @@ int UserHives::LoadClassHives(ProfileListKey& profiles) {
   int loaded = 0;
   for (LPCWSTR sid = profiles.FirstSubKey(); sid != nullptr; sid = profiles.NextSubKey()) {
     WCHAR file[MAX_PATH], hive[MAX_PATH];
-    if (!IsLoaded(sid) || !FindClassFile(sid, file)) continue;
-    if (!FormatText(hive, TEXT("%s%s"), sid, kClasses)) continue;
-    if (RegLoadKeyW(HKEY_USERS, hive, file) != ERROR_SUCCESS) continue;
+    if (!IsLoaded(sid) || !FindClassFile(sid, file) ||
+        !FormatText(hive, TEXT("%s%s"), sid, kClasses) ||
+        RegLoadKeyW(HKEY_USERS, hive, file) != ERROR_SUCCESS) {
+      continue;
+    }
     if (!Remember(hive)) break;
     ++loaded;
   }

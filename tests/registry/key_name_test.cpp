@@ -2,6 +2,7 @@
 #include "runtime/registry/key_name.h"
 
 #include "platform/registry/registry.h"
+#include "tests/support/failing_new.h"
 #include "tests/support/runtime_test.h"
 #include "tests/support/test_key.h"
 
@@ -62,34 +63,80 @@ TEST_F(KeyNameTest, RootsGetTheirShortForms) {
 }
 
 TEST_F(KeyNameTest, NamesAreCutBeforeTheirRootIsFound) {
-  const Key key = Key::Open(HKEY_LOCAL_MACHINE, TEXT("System"));
-  RegKey named;
-  ASSERT_TRUE(named.Open(HKEY_LOCAL_MACHINE, TEXT("System")));
-  WCHAR name[32];
-  EXPECT_EQ(named.GetKeyName(name, 32), 'H');
-  EXPECT_EQ(NameOf(key, 20), TEXT("HKLM\\S")) << "of \\REGISTRY\\MACHINE\\S";
-  EXPECT_EQ(NameOf(key, 10), TEXT("\\REGISTRY"));
-  EXPECT_EQ(NameOf(key, 1), TEXT(""));
+  RegKey key;
+  ASSERT_TRUE(key.Open(HKEY_LOCAL_MACHINE, TEXT("System")));
+  const struct {
+    int capacity;
+    LPCWSTR name;
+  } kCases[] = {{32, TEXT("HKLM\\System")},
+                {20, TEXT("HKLM\\S")},
+                {10, TEXT("\\REGISTRY")},
+                {1, TEXT("")},
+                {0, TEXT("#")},
+                {-1, TEXT("#")}};
+  for (const auto& c : kCases) {
+    WCHAR name[32] = {'#'};
+    EXPECT_EQ(key.GetKeyName(name, c.capacity), c.capacity > 0 ? c.name[0] : 0);
+    EXPECT_TRUE(platform::EqualNoCase(name, c.name)) << c.capacity;
+  }
+  const WideString root = TEXT("\\REGISTRY\\USER\\") + OwnSid() + TEXT("\\");
+  const WideString fits(259 - root.size(), 'd');
+  EXPECT_EQ(NameOf(Key::Create(HKEY_CURRENT_USER, fits)), TEXT("HKCU\\") + fits);
+  EXPECT_EQ(NameOf(Key::Create(HKEY_CURRENT_USER, fits + TEXT("d"))), TEXT(""));
 }
 
 TEST_F(KeyNameTest, WithoutTheKernelsHelpThereIsNoName) {
-  const Key key = Key::Open(HKEY_LOCAL_MACHINE, TEXT("System"));
+  const Key key = Key::Create(HKEY_CURRENT_USER, TEXT("Software"));
   EXPECT_EQ(NameOf(HKEY_LOCAL_MACHINE), TEXT(""));
-  EXPECT_NE(NameOf(key), TEXT(""));
-  const Key deep = Key::Create(HKEY_CURRENT_USER, WideString(250, 'd'));
-  EXPECT_EQ(NameOf(deep), TEXT("")) << "longer than the kernel's name may be";
+  EXPECT_EQ(NameOf(nullptr), TEXT(""));
+  EXPECT_EQ(NameOf(key), TEXT("HKCU\\Software"));
+  for (const char* call : {"LoadLibraryW", "GetProcAddress", "NtQueryObject"}) {
+    platform::FailCall(call, 1);
+    EXPECT_EQ(NameOf(key), TEXT("")) << call;
+    EXPECT_EQ(platform::InjectedFailures(), 1u) << call;
+    platform::ResetFaults();
+  }
+  platform::FailCall("LookupAccountNameW", 1);
+  EXPECT_EQ(NameOf(key), TEXT("\\REGISTRY\\USER\\") + OwnSid() + TEXT("\\Software"));
   startupContext.platform.ntKind = 0;
   EXPECT_EQ(NameOf(key), TEXT(""));
   EXPECT_FALSE(IsCurrentUserKey(key));
 }
 
+TEST_F(KeyNameTest, KeysAreRelatedByTheirPlaces) {
+  // Longer than any name that is handed out.
+  const WideString deep =
+      TEXT("Software\\") + WideString(200, 'd') + TEXT("\\") + WideString(200, 'e');
+  const struct {
+    WideString first, second;
+    KeyRelation relation, turned;
+  } kCases[] = {
+      {deep, deep, KeyRelation::kSame, KeyRelation::kSame},
+      {deep + TEXT("\\f"), deep, KeyRelation::kFirstBelow, KeyRelation::kSecondBelow},
+      {deep + TEXT("f"), deep, KeyRelation::kApart, KeyRelation::kApart},
+  };
+  for (const auto& c : kCases) {
+    const Key first = Key::Create(HKEY_CURRENT_USER, c.first);
+    const Key second = Key::Create(HKEY_CURRENT_USER, c.second);
+    EXPECT_EQ(RelateKeys(first, second), c.relation) << &c - kCases;
+    EXPECT_EQ(RelateKeys(second, first), c.turned) << &c - kCases;
+    EXPECT_EQ(RelateKeys(first, HKEY_CURRENT_USER), KeyRelation::kUnknown);
+    EXPECT_EQ(RelateKeys(HKEY_CURRENT_USER, first), KeyRelation::kUnknown);
+    FailAllocation(1);
+    EXPECT_EQ(RelateKeys(first, second), KeyRelation::kUnknown);
+  }
+  EXPECT_EQ(RelateKeys(HKEY_USERS, HKEY_USERS), KeyRelation::kSame);
+}
+
 TEST_F(KeyNameTest, MailProfilesLieWhereTheSystemPutsThem) {
-  EXPECT_FALSE(MessagingProfilesKey(KeyMode::kRead).IsOpen());
   EXPECT_FALSE(MessagingProfilesKey(static_cast<KeyMode>(2)).IsOpen());
   for (const DWORD win9x : {0, 1}) {
     startupContext.platform.win9xKind = win9x;
-    EXPECT_TRUE(MessagingProfilesKey(KeyMode::kWrite).IsOpen());
-    EXPECT_TRUE(MessagingProfilesKey(KeyMode::kRead).IsOpen());
+    EXPECT_FALSE(MessagingProfilesKey(KeyMode::kRead).IsOpen());
+    EXPECT_TRUE(MessagingProfilesKey(KeyMode::kWrite).SetDword(TEXT("v"), 1));
+    MessagingProfilesKey read(KeyMode::kRead);
+    EXPECT_EQ(read.GetDword(TEXT("v"), 9), 1u);
+    EXPECT_FALSE(read.SetDword(TEXT("v"), 2));
     const LPCWSTR path = win9x ? TEXT("Software\\Microsoft\\Windows Messaging Subsystem\\Profiles")
                                : TEXT(
                                      "Software\\Microsoft\\Windows NT\\CurrentVersion\\Windows "

@@ -8,9 +8,12 @@
 #include "runtime/registry/expand_environment.h"
 #include "runtime/registry/reg_key.h"
 #include "runtime/text/wide_text.h"
+#include "tests/registry/error_of.h"
 
 namespace kv {
 namespace {
+
+using test::ErrorOf;
 
 using WideString = std::basic_string<WCHAR>;
 using Bytes = std::vector<BYTE>;
@@ -37,13 +40,16 @@ class RegKeyPortableTest : public testing::Test {
   static bool Exists(const WideString& path) {
     return RegKey().Open(HKEY_CURRENT_USER, TEXT("%s"), path.c_str());
   }
-  // "name=size " for every value, then the names of the sub-keys.
+  // "name:type=bytes " for every value, then the names of the sub-keys.
   static WideString Content(RegKey& key) {
     WideString content;
-    DWORD size;
-    for (LPCWSTR name = key.FirstValue(nullptr, nullptr, &size); name != nullptr;
-         name = key.NextValue(nullptr, nullptr, &size)) {
-      content += WideString(name) + TEXT("=") + static_cast<WCHAR>('0' + size) + TEXT(" ");
+    const BYTE* data;
+    DWORD type, size;
+    for (LPCWSTR name = key.FirstValue(&data, &type, &size); name != nullptr;
+         name = key.NextValue(&data, &type, &size)) {
+      content += WideString(name) + TEXT(":") + static_cast<WCHAR>('0' + type) + TEXT("=");
+      for (DWORD i = 0; i < size; ++i) content += static_cast<WCHAR>(data[i] == 0 ? '.' : data[i]);
+      content += TEXT(" ");
     }
     for (LPCWSTR name = key.FirstSubKey(); name != nullptr; name = key.NextSubKey())
       content += WideString(name) + TEXT(" ");
@@ -104,9 +110,15 @@ TEST_F(RegKeyPortableTest, EachReaderTakesItsOwnTypesAndEndsWhatWasStoredWithout
     EXPECT_EQ(key_.ReadString(TEXT("v"), buffer, 4, Expand::kNo),
               static_cast<int>(View(c.text).size()));
     EXPECT_EQ(WideView(buffer), View(c.text));
-    EXPECT_EQ(key_.ReadBinary(TEXT("v"), buffer, 4), c.type == REG_BINARY);
+    BYTE bytes[4] = {};
+    EXPECT_EQ(key_.ReadBinary(TEXT("v"), bytes, 4), c.type == REG_BINARY);
+    EXPECT_TRUE(c.type != REG_BINARY || Bytes(bytes, bytes + 4) == c.data);
+    EXPECT_FALSE(key_.ReadBinary(TEXT("v"), bytes, 3) && c.data.size() > 3);
   }
-  DWORD size;
+  const BYTE some = 1, *data = &some;
+  DWORD type = 1, size = 1;
+  EXPECT_FALSE(key_.QueryValue(TEXT("none"), &data, &type, &size));
+  EXPECT_TRUE(data == nullptr && type == 0 && size == 0);
   SetRaw(TEXT("v"), REG_MULTI_SZ, {'a', 0, 0, 0, 'b', 0, 'c'});
   const LPCWSTR strings = key_.GetMultiString(TEXT("v"), &size);
   ASSERT_NE(strings, nullptr);
@@ -136,7 +148,7 @@ TEST_F(RegKeyPortableTest, AStringReadIntoTheCallersBufferFitsWholeOrNotAtAll) {
   EXPECT_EQ(key_.ReadDefaultString(buffer, 8, Expand::kNo), 1);
   EXPECT_EQ(View(key_.GetDefaultString()), TEXT("x"));
   key_.SetDefaultString(nullptr);
-  EXPECT_EQ(View(key_.GetDefaultString()), TEXT(""));
+  EXPECT_EQ(Content(key_), TEXT("ended:1=a.b.c... open:1=a.b.c. :1=.. "));
 }
 
 TEST_F(RegKeyPortableTest, ExpansionIsForExpandableTextsAndIsCutToTheBuffer) {
@@ -168,21 +180,22 @@ TEST_F(RegKeyPortableTest, ExpansionIsForExpandableTextsAndIsCutToTheBuffer) {
 TEST_F(RegKeyPortableTest, EmptyAndNullTextsDeleteWhereTheyShould) {
   key_.SetSz(TEXT("a"), TEXT("x"));
   EXPECT_TRUE(key_.SetString(TEXT("a"), TEXT(""), REG_EXPAND_SZ, DeleteIfEmpty::kNo));
-  EXPECT_EQ(key_.GetValueType(TEXT("a"), 0), DWORD{REG_EXPAND_SZ});
+  EXPECT_EQ(key_.valueCount(), 1u);
+  EXPECT_EQ(Content(key_), TEXT("a:2=.. "));
   EXPECT_TRUE(key_.SetSz(TEXT("a"), TEXT("")));
-  EXPECT_EQ(key_.GetValueType(TEXT("a"), 0), 0u);
-  EXPECT_FALSE(key_.SetSz(TEXT("a"), nullptr)) << "there is none to delete";
-
-  DWORD size;
-  const WCHAR strings[] = TEXT("ab\0c\0");
-  EXPECT_TRUE(key_.SetMultiString(TEXT("m"), strings));
-  EXPECT_NE(key_.GetMultiString(TEXT("m"), &size), nullptr);
-  EXPECT_EQ(size, sizeof strings);
-  EXPECT_TRUE(key_.SetMultiString(TEXT("m"), strings, 6));
-  key_.GetMultiString(TEXT("m"), &size);
-  EXPECT_EQ(size, 6u);
-  EXPECT_TRUE(key_.SetMultiString(TEXT("m"), TEXT("")));
   EXPECT_EQ(key_.valueCount(), 0u);
+  EXPECT_FALSE(key_.SetSz(TEXT("a"), nullptr)) << "there is none to delete";
+  EXPECT_TRUE(key_.SetMultiString(TEXT("m"), TEXT("ab\0c\0")));
+  EXPECT_EQ(Content(key_), TEXT("m:7=a.b...c..... "));
+  EXPECT_TRUE(key_.SetMultiString(TEXT("m"), TEXT("ab\0c\0"), 6));
+  EXPECT_TRUE(key_.SetBinary(TEXT("b"), "xyz", 2));
+  EXPECT_TRUE(key_.SetDword(TEXT("d"), 'w'));
+  EXPECT_EQ(Content(key_), TEXT("m:7=a.b... b:3=xy d:4=w... "));
+  for (const LPCWSTR strings : {TEXT(""), static_cast<LPCWSTR>(nullptr)}) {
+    key_.SetSz(TEXT("m"), TEXT("x"));
+    EXPECT_TRUE(key_.SetMultiString(TEXT("m"), strings));
+    EXPECT_EQ(key_.valueCount(), 2u);
+  }
 }
 
 TEST_F(RegKeyPortableTest, WalksGoBothWaysAndFindTheirTypes) {
@@ -197,12 +210,14 @@ TEST_F(RegKeyPortableTest, WalksGoBothWaysAndFindTheirTypes) {
   DWORD number = 7;
   LPCWSTR text;
   EXPECT_EQ(View(key_.FindFirstDword(&number)), TEXT("c1"));
+  EXPECT_EQ(number, 1u);
   EXPECT_EQ(View(key_.FindNextDword(&number)), TEXT("e1"));
   EXPECT_EQ(number, 2u);
   EXPECT_EQ(key_.FindNextDword(&number), nullptr);
   EXPECT_EQ(number, 2u) << "nothing was found";
   EXPECT_EQ(View(key_.FindLastDword(nullptr)), TEXT("e1"));
   EXPECT_EQ(View(key_.FindPrevDword(&number)), TEXT("c1"));
+  EXPECT_EQ(number, 1u);
   EXPECT_EQ(key_.FindPrevDword(&number), nullptr);
   EXPECT_EQ(View(key_.FindFirstString(&text)), TEXT("b1"));
   EXPECT_EQ(View(key_.FindNextString(&text)), TEXT("f1"));
@@ -215,9 +230,10 @@ TEST_F(RegKeyPortableTest, WalksGoBothWaysAndFindTheirTypes) {
   EXPECT_EQ(View(key_.PrevValue()), TEXT("e1"));
   EXPECT_EQ(View(key_.ValueAt(0)), TEXT("a1"));
   EXPECT_EQ(View(key_.NextValue()), TEXT("f1")) << "a look at one place is no step";
+  const BYTE* data = other.data();
   DWORD type = 1, size = 1;
-  EXPECT_EQ(key_.NextValue(nullptr, &type, &size), nullptr);
-  EXPECT_EQ(type + size, 0u);
+  EXPECT_EQ(key_.NextValue(&data, &type, &size), nullptr);
+  EXPECT_TRUE(data == nullptr && type == 0 && size == 0);
   EXPECT_EQ(View(key_.PrevValue()), TEXT("f1")) << "on from behind the end";
   EXPECT_EQ(key_.ValueAt(-1), nullptr);
 
@@ -251,8 +267,8 @@ TEST_F(RegKeyPortableTest, AFormattedPathHasAtMost259Characters) {
   EXPECT_EQ(View(key.path()), path);
   EXPECT_TRUE(
       key.Open(HKEY_CURRENT_USER, TEXT("%s%s"), path.substr(0, 9).c_str(), path.c_str() + 9));
-  EXPECT_FALSE(key.Create(HKEY_CURRENT_USER, TEXT("%sb"), path.c_str()));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_FILENAME_EXCED_RANGE});
+  EXPECT_EQ(ErrorOf([&] { return key.Create(HKEY_CURRENT_USER, TEXT("%sb"), path.c_str()); }),
+            DWORD{ERROR_FILENAME_EXCED_RANGE});
   EXPECT_FALSE(key.IsOpen());
   EXPECT_FALSE(key.Open(HKEY_CURRENT_USER, TEXT("%s\\"), path.c_str())) << "cut, it would exist";
   // The literal forms know no such limit and no formats.
@@ -270,43 +286,51 @@ TEST_F(RegKeyPortableTest, ClosingDeletesAsAsked) {
   } kCases[] = {
       {Disposal::kKeep, nullptr, true},           {Disposal::kDelete, TEXT("sub\\deep"), false},
       {Disposal::kDeleteIfEmpty, nullptr, false}, {Disposal::kDeleteIfEmpty, TEXT("sub"), true},
-      {static_cast<Disposal>(3), nullptr, true},  {static_cast<Disposal>(-1), nullptr, true},
+      {Disposal::kDeleteIfEmpty, TEXT(""), true}, {static_cast<Disposal>(3), nullptr, true},
+      {static_cast<Disposal>(-1), nullptr, true},
   };
   for (const auto& c : kCases) {
     RegKey key, content;
     ASSERT_TRUE(key.Create(HKEY_CURRENT_USER, TEXT("%s"), path.c_str()));
-    // Made behind the key's back, it counts all the same.
-    if (c.content != nullptr) content.Create(key.handle(), c.content);
+    // Made behind the key's back, it counts all the same; "" is a value.
+    if (c.content != nullptr) content.CreateKey(KEY_ALL_ACCESS, key.handle(), c.content);
+    if (c.content != nullptr && c.content[0] == 0) content.SetDword(TEXT("v"), 1);
     key.Close(c.disposal);
     EXPECT_FALSE(key.IsOpen());
     EXPECT_EQ(Exists(path), c.stays) << &c - kCases;
-    EXPECT_EQ(key.path() != nullptr, c.stays);
+    EXPECT_TRUE((key.path() != nullptr) == c.stays && (key.parent() != nullptr) == c.stays);
     key.Close(Disposal::kDelete);
     EXPECT_EQ(Exists(path), c.stays) << "nothing is open";
+    content.Close();
+    MyDeleteKeyW(HKEY_CURRENT_USER, path.c_str());
   }
   RegKey key;
-  key.Open(HKEY_CURRENT_USER, TEXT("%s"), path.c_str());
-  key.SetDword(TEXT("v"), 1);
+  key.Create(HKEY_CURRENT_USER, TEXT("%s"), path.c_str());
   const HKEY taken = key.Detach();
   key.Close(Disposal::kDelete);
   ASSERT_TRUE(key.Attach(taken));
+  EXPECT_TRUE(key.path() == nullptr && key.parent() == nullptr);
+  EXPECT_TRUE(key.Attach(key.handle()) && key.SetDword(TEXT("v"), 1));
   key.Close(Disposal::kDelete);
   EXPECT_TRUE(Exists(path)) << "an attached key has no known place";
   EXPECT_FALSE(key.Attach(reinterpret_cast<HKEY>(0x12345678)));
   EXPECT_EQ(key.Detach(), nullptr);
+  // A root stays a parent, whoever holds it.
+  ASSERT_TRUE(key.Attach(HKEY_CURRENT_USER) && key.Open(HKEY_CURRENT_USER, kRoot));
+  EXPECT_EQ(key.parent(), HKEY_CURRENT_USER);
 }
 
 TEST_F(RegKeyPortableTest, ValuesAreCopiedMovedAndRenamedWhole) {
   RegKey target;
   ASSERT_TRUE(target.Create(key_.handle(), TEXT("target")));
   SetRaw(TEXT("odd"), REG_SZ, {'a', 0, 'b'});
-  SetRaw(TEXT("strange"), 77, {1, 2, 3, 4, 5});
+  SetRaw(TEXT("strange"), 77, {'1', '2', '3', '4', '5'});
   EXPECT_TRUE(target.CopyValueFrom(key_, TEXT("odd")));
   EXPECT_FALSE(target.CopyValueFrom(key_, TEXT("none")));
   EXPECT_TRUE(target.MoveValueFrom(key_, TEXT("strange"), TEXT("unmoved")));
-  EXPECT_EQ(Content(target), TEXT("odd=3 unmoved=5 "));
-  EXPECT_EQ(target.GetValueType(TEXT("unmoved"), 0), 77u);
-  EXPECT_EQ(Content(key_), TEXT("odd=3 target "));
+  EXPECT_TRUE(target.valueCount() == 2 && key_.valueCount() == 1);
+  EXPECT_EQ(Content(target), TEXT("odd:1=a.b unmoved:}=12345 "));
+  EXPECT_EQ(Content(key_), TEXT("odd:1=a.b target "));
   // A name of the key's own, which a larger buffer will replace.
   const WideString longer(300, 'n');
   EXPECT_TRUE(key_.RenameValue(key_.FirstValue(), longer.c_str()));
@@ -362,7 +386,7 @@ TEST_F(RegKeyPortableTest, ArgumentsMayBeTheKeysOwnTexts) {
   child.Create(key_.handle(), TEXT("old"));
   EXPECT_TRUE(key_.SetSz(TEXT("to"), TEXT("new")));
   EXPECT_TRUE(key_.RenameSubKey(key_.FirstSubKey(), key_.GetString(TEXT("to"))));
-  EXPECT_EQ(Content(key_), TEXT("to=8 new "));
+  EXPECT_EQ(Content(key_), TEXT("to:1=n.e.w... new "));
 }
 
 TEST_F(RegKeyPortableTest, AKeyOpensOneBelowItself) {
@@ -381,22 +405,17 @@ TEST_F(RegKeyPortableTest, AKeyOpensOneBelowItself) {
 // Two objects on the same key are no two keys.
 TEST_F(RegKeyPortableTest, AValueMovedOntoItselfStays) {
   RegKey again, other;
-  key_.SetSz(TEXT("v"), TEXT("abc"));
-  key_.SetSz(TEXT("w"), TEXT("def"));
-  ASSERT_TRUE(again.OpenRW(HKEY_CURRENT_USER, kRoot));
+  key_.SetSz(TEXT("v"), TEXT("a"));
+  key_.SetSz(TEXT("w"), TEXT("d"));
+  ASSERT_TRUE(again.OpenRW(HKEY_CURRENT_USER, kRoot) && other.Create(key_.handle(), TEXT("other")));
   EXPECT_TRUE(again.MoveValueFrom(key_, TEXT("v"), nullptr));
   EXPECT_TRUE(again.MoveValueFrom(key_, TEXT("v"), TEXT("V")));
   EXPECT_TRUE(again.MoveValueFrom(key_, TEXT("w"), TEXT("x")));
   EXPECT_TRUE(again.RenameValue(TEXT("x"), nullptr)) << "the unnamed value";
-  key_.Refresh();
-  EXPECT_EQ(key_.valueCount(), 2u);
-  EXPECT_EQ(View(key_.GetString(TEXT("v"))), TEXT("abc"));
-  EXPECT_EQ(View(key_.GetDefaultString()), TEXT("def"));
-  ASSERT_TRUE(other.Create(key_.handle(), TEXT("other")));
+  EXPECT_EQ(Content(key_), TEXT("v:1=a... :1=d... other "));
   EXPECT_TRUE(other.CopyValueFrom(key_, TEXT("v")));
   EXPECT_TRUE(other.MoveValueFrom(key_, TEXT("v"), nullptr)) << "the same value of another key";
-  EXPECT_EQ(key_.GetValueType(TEXT("v"), 0), 0u);
-  EXPECT_EQ(View(other.GetString(TEXT("v"))), TEXT("abc"));
+  EXPECT_EQ(Content(key_) + Content(other), TEXT(":1=d... other v:1=a... "));
 }
 
 TEST_F(RegKeyPortableTest, TreesAreCopiedAndRenamed) {
@@ -404,19 +423,20 @@ TEST_F(RegKeyPortableTest, TreesAreCopiedAndRenamed) {
   ASSERT_TRUE(source.Create(key_.handle(), TEXT("source")));
   ASSERT_TRUE(target.Create(key_.handle(), TEXT("target")));
   EXPECT_EQ(target.CopyTree(source, Recurse::kYes), 1) << "an empty one counts as one";
-  source.SetDword(TEXT("a"), 1);
-  source.SetDword(TEXT("b"), 1);
+  source.SetDword(TEXT("a"), '1');
+  source.SetDword(TEXT("b"), '2');
   EXPECT_EQ(target.CopyTree(source, Recurse::kYes), 2);
   child.CreateKey(KEY_ALL_ACCESS, source.handle(), TEXT("50%s\\deep"));
-  child.SetSz(TEXT("c"), TEXT("x"));
+  child.SetDword(TEXT("c"), '3');
   source.Refresh();
   EXPECT_EQ(target.CopyTree(source, Recurse::kNo), 2);
   EXPECT_FALSE(target.SubKeyExists(TEXT("50%s")));
   EXPECT_EQ(target.CopyTree(source, Recurse::kYes), 3);
-  EXPECT_EQ(Content(TEXT("target\\50%s\\deep")), TEXT("c=4 "));
-  EXPECT_EQ(child.CopyTree(source, Recurse::kYes), 0) << "into itself";
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
-  EXPECT_EQ(Content(child), TEXT("c=4 "));
+  EXPECT_EQ(Content(TEXT("target\\50%s\\deep")), TEXT("c:4=3... "));
+  EXPECT_EQ(ErrorOf([&] { return child.CopyTree(source, Recurse::kYes); }),
+            DWORD{ERROR_INVALID_PARAMETER})
+      << "into itself";
+  EXPECT_EQ(Content(child), TEXT("c:4=3... "));
 
   const struct {
     LPCWSTR name, newName;
@@ -432,24 +452,87 @@ TEST_F(RegKeyPortableTest, TreesAreCopiedAndRenamed) {
       {TEXT("source\\\\50%s\\"), TEXT("source\\50%s\\deep\\x")},
   };
   for (const auto& c : kSameOrBelow) {
-    SetLastError(0);
-    EXPECT_FALSE(key_.RenameSubKey(c.name, c.newName)) << &c - kSameOrBelow;
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+    EXPECT_EQ(ErrorOf([&] { return key_.RenameSubKey(c.name, c.newName); }),
+              DWORD{ERROR_INVALID_PARAMETER})
+        << &c - kSameOrBelow;
   }
   EXPECT_FALSE(key_.RenameSubKey(TEXT("none"), TEXT("target")));
-  EXPECT_EQ(Content(TEXT("source")), TEXT("a=4 b=4 50%s "));
-  EXPECT_EQ(Content(TEXT("target")), TEXT("a=4 b=4 50%s "));
+  for (const LPCWSTR copy : {TEXT("source"), TEXT("target")})
+    EXPECT_EQ(Content(copy), TEXT("a:4=1... b:4=2... 50%s "));
 
-  target.SetDword(TEXT("z"), 1);
   child.Create(key_.handle(), TEXT("source2"));
-  child.SetDword(TEXT("d"), 1);
+  child.SetDword(TEXT("d"), '4');
+  EXPECT_EQ(Content(key_), TEXT("source source2 target "));
   EXPECT_TRUE(key_.RenameSubKey(TEXT("source2"), TEXT("target")));
+  EXPECT_EQ(key_.subKeyCount(), 2u);
   EXPECT_EQ(Content(key_), TEXT("source target "));
-  EXPECT_EQ(Content(TEXT("target")), TEXT("d=4 "));
+  EXPECT_EQ(Content(TEXT("target")), TEXT("d:4=4... "));
+}
+
+TEST_F(RegKeyPortableTest, KeysAreDeletedByTheirWholePathsOnly) {
+  RegKey child;
+  child.Create(key_.handle(), TEXT("\u00E9\\deep"));
+  const std::string longest(511, '\\');
   EXPECT_TRUE(MyDeleteKeyW(key_.handle(), TEXT("none\\none")));
-  EXPECT_TRUE(MyDeleteKeyA(key_.handle(), "source"));
-  EXPECT_FALSE(MyDeleteKeyA(key_.handle(), std::string(512, 't').c_str()));
-  EXPECT_EQ(Content(key_), TEXT("target "));
+  EXPECT_TRUE(MyDeleteKeyA(key_.handle(), ("none" + longest.substr(4)).c_str()));
+  EXPECT_EQ(ErrorOf([&] { return MyDeleteKeyA(key_.handle(), (longest + "x").c_str()); }),
+            DWORD{ERROR_INSUFFICIENT_BUFFER});
+  for (const HKEY parent : {HKEY_CURRENT_USER, key_.handle()}) {
+    const DWORD refused = ERROR_INVALID_PARAMETER;
+    EXPECT_EQ(ErrorOf([&] { return MyDeleteKeyW(parent, nullptr); }), refused);
+    EXPECT_EQ(ErrorOf([&] { return MyDeleteKeyW(parent, TEXT("")); }), refused);
+    EXPECT_EQ(ErrorOf([&] { return MyDeleteKeyA(parent, nullptr); }), refused);
+    EXPECT_EQ(ErrorOf([&] { return MyDeleteKeyA(parent, ""); }), refused);
+    EXPECT_EQ(
+        ErrorOf([&] { return DeleteCopiedKey(parent, TEXT(""), nullptr) != CopiedKey::kFailed; }),
+        refused);
+  }
+  EXPECT_EQ(Content(key_), TEXT("\u00E9 "));
+  EXPECT_TRUE(MyDeleteKeyA(key_.handle(), "\xE9"));
+  EXPECT_EQ(Content(key_), TEXT(""));
+}
+
+TEST_F(RegKeyPortableTest, ACopiedKeyIsDeletedAsFarAsItsCopyGoes) {
+  // A value "v" of that type and these bytes, the sub-key "s", and another value "w".
+  const auto make = [&](LPCWSTR path, DWORD type, Bytes data, bool sub_key, bool other) {
+    RegKey made, sub;
+    made.Create(key_.handle(), path);
+    if (type != 0) RegSetValueExW(made.handle(), TEXT("v"), 0, type, data.data(), data.size());
+    if (other) made.SetDword(TEXT("w"), 1);
+    if (sub_key) sub.Create(made.handle(), TEXT("s"));
+  };
+  const struct {
+    DWORD type;
+    Bytes data;
+    bool sub_key, other, gone;
+  } kCopies[] = {
+      {REG_BINARY, {1, 2}, true, false, true},  {REG_BINARY, {1, 2}, true, true, true},
+      {REG_BINARY, {1, 3}, true, false, false}, {REG_BINARY, {1, 2, 3}, true, false, false},
+      {REG_SZ, {1, 2}, true, false, false},     {0, {}, true, true, false},
+      {REG_BINARY, {1, 2}, false, true, false}};
+  for (const auto& c : kCopies) {
+    RegKey copy;
+    make(TEXT("key"), REG_BINARY, {1, 2}, true, false);
+    make(TEXT("copy"), c.type, c.data, c.sub_key, c.other);
+    ASSERT_TRUE(copy.Open(key_.handle(), TEXT("copy")));
+    EXPECT_EQ(DeleteCopiedKey(key_.handle(), TEXT("key"), copy.handle()),
+              c.gone ? CopiedKey::kDeleted : CopiedKey::kNotWhollyCopied)
+        << &c - kCopies;
+    EXPECT_EQ(key_.SubKeyExists(TEXT("key")), !c.gone) << &c - kCopies;
+    EXPECT_EQ(key_.SubKeyExists(TEXT("key\\s")), !c.gone && !c.sub_key) << &c - kCopies;
+    MyDeleteKeyW(key_.handle(), TEXT("copy"));
+  }
+  // Without a copy, only what is empty.
+  MyDeleteKeyW(key_.handle(), TEXT("key"));
+  for (const DWORD type : {DWORD{REG_BINARY}, DWORD{0}}) {
+    for (const bool sub_key : {true, false}) {
+      make(TEXT("key"), type, {1}, sub_key, false);
+      EXPECT_EQ(DeleteCopiedKey(key_.handle(), TEXT("key"), nullptr),
+                type == 0 && !sub_key ? CopiedKey::kDeleted : CopiedKey::kNotWhollyCopied);
+      MyDeleteKeyW(key_.handle(), TEXT("key"));
+    }
+  }
+  EXPECT_EQ(DeleteCopiedKey(key_.handle(), TEXT("none"), nullptr), CopiedKey::kDeleted);
 }
 
 }  // namespace

@@ -1,21 +1,21 @@
 // The product's settings, and what process attach takes from them.
 #include "runtime/registry/settings.h"
 
-#include "platform/control/message_boxes.h"
-#include "resources/string_ids.h"
-#include "runtime/core/messages.h"
+#include "runtime/core/startup_context.h"
 #include "tests/support/runtime_test.h"
 #include "tests/support/test_key.h"
 
 namespace kv::test {
 namespace {
 
+constexpr WCHAR kSettings[] = TEXT("Software\\Veltmoor Software\\Folvane8");
+
 class SettingsTest : public RuntimeTest {
  protected:
   // A settings key in the view that this process reads.
   static Key Settings(HKEY root) {
     platform::SetFact(platform::facts::kUserIsElevated, "1");
-    return Key::Create(root, kSettingsRoot);
+    return Key::Create(root, kSettings);
   }
   static void SetNumber(HKEY root, LPCWSTR name, DWORD number) {
     RegSetValueExW(Settings(root), name, 0, REG_DWORD, reinterpret_cast<BYTE*>(&number), 4);
@@ -39,22 +39,6 @@ TEST_F(SettingsTest, AFlagIsOnWhenTheMachineOrTheUserTurnsItOn) {
   SetText(Settings(HKEY_CURRENT_USER), TEXT("Silent"), TEXT("1"));
   Restart();
   EXPECT_EQ(startupContext.silent, 0u) << "a text is no flag";
-}
-
-TEST_F(SettingsTest, SilentAnswersEveryBoxFamilyWithoutABox) {
-  SetNumber(HKEY_LOCAL_MACHINE, TEXT("Silent"), 1);
-  Restart();
-  EXPECT_EQ(ShowErrorF(TEXT("x")), IDOK);
-  EXPECT_EQ(ShowInfoF(TEXT("x")), IDOK);
-  EXPECT_EQ(ShowWarningF(TEXT("x")), IDOK);
-  EXPECT_EQ(AskOkCancelF(TEXT("x")), IDOK);
-  EXPECT_EQ(AskRetryCancelF(TEXT("x")), IDOK);
-  EXPECT_EQ(AskAbortRetryIgnoreF(TEXT("x")), IDOK);
-  EXPECT_EQ(AskYesNoF(TEXT("x")), IDYES);
-  EXPECT_EQ(AskYesNoCancelF(TEXT("x")), IDYES);
-  EXPECT_EQ(AskYesNo(IDS_RESOURCE_ERROR), IDYES);
-  EXPECT_EQ(ShowLastError(TEXT("x")), IDOK);
-  EXPECT_TRUE(platform::ShownBoxes().empty());
 }
 
 TEST_F(SettingsTest, TheProgramDirectoryIsTheMachinesAndFitsOrIsMissing) {
@@ -85,18 +69,23 @@ TEST_F(SettingsTest, KeysOpenByModeAndRootAndWriteTheWideView) {
   const bool one_view = sizeof(void*) == 8;
   EXPECT_EQ(ReadMachineSettingDword(TEXT("v"), 9), one_view ? 7u : 9u);
   RegKey wide;
-  EXPECT_TRUE(wide.Open64(HKEY_LOCAL_MACHINE, kSettingsRoot));
+  EXPECT_TRUE(wide.Open64(HKEY_LOCAL_MACHINE, kSettings));
   EXPECT_EQ(wide.GetDword(TEXT("v"), 9), 7u);
 
   UserSettingsKey user(KeyMode::kWrite);
-  EXPECT_TRUE(user.SetSz(TEXT("t"), TEXT("text")));
+  EXPECT_TRUE(user.SetSz(TEXT("t"), TEXT("text")) && user.SetDword(TEXT("n"), 5));
   OpenSettings(user, HKEY_CURRENT_USER, static_cast<KeyMode>(5));
   EXPECT_TRUE(user.IsOpen()) << "stays as it is";
   OpenSettings(user, HKEY_CURRENT_USER, KeyMode::kRead);
   EXPECT_FALSE(user.SetSz(TEXT("t"), TEXT("other"))) << "open for reading only";
-  WCHAR buffer[5];
-  EXPECT_EQ(ReadSettingString(HKEY_CURRENT_USER, TEXT("t"), buffer, 5), 4);
-  EXPECT_EQ(ReadSettingString(HKEY_CURRENT_USER, TEXT("t"), buffer, 4), 0);
+  EXPECT_EQ(ReadSettingDword(HKEY_CURRENT_USER, TEXT("n"), 9), 5u);
+  SetText(Settings(HKEY_LOCAL_MACHINE), TEXT("t"), TEXT("%TMP%"));
+  WCHAR own[5] = TEXT("####"), machine[6] = TEXT("#####");
+  EXPECT_EQ(ReadSettingString(HKEY_CURRENT_USER, TEXT("t"), own, 5), 4);
+  EXPECT_EQ(ReadMachineSettingString(TEXT("t"), machine, 6), 5);
+  EXPECT_TRUE(WideView(own) == TEXT("text") && WideView(machine) == TEXT("%TMP%"));
+  EXPECT_EQ(ReadSettingString(HKEY_CURRENT_USER, TEXT("t"), own, 4), 0);
+  EXPECT_EQ(own[0], 0);
 }
 
 }  // namespace

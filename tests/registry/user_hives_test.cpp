@@ -1,13 +1,12 @@
 // The registry of other users.
 #include "runtime/registry/user_hives.h"
 
-#include <fstream>
-
+#include "platform/control/message_boxes.h"
 #include "platform/control/profiles.h"
 #include "platform/control/users.h"
 #include "runtime/ipc/process_token.h"
-#include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
+#include "tests/support/machine_files.h"
 #include "tests/support/peer.h"
 #include "tests/support/runtime_test.h"
 #include "tests/support/test_key.h"
@@ -17,6 +16,28 @@ namespace {
 
 namespace facts = platform::facts;
 
+// What is done to hives, in its order: "+name=file ", "-name ", "flush ", and "on " and "off " for
+// the privilege.
+WideString done;
+LSTATUS WINAPI LoadAndNote(HKEY root, LPCWSTR name, LPCWSTR file) {
+  done += WideString(TEXT("+")) + name + TEXT("=") + file + TEXT(" ");
+  return RegLoadKeyW(root, name, file);
+}
+LSTATUS WINAPI UnloadAndNote(HKEY root, LPCWSTR name) {
+  done += WideString(TEXT("-")) + name + TEXT(" ");
+  return RegUnLoadKeyW(root, name);
+}
+LSTATUS WINAPI FlushAndNote(HKEY key) {
+  done += TEXT("flush ");
+  return RegFlushKey(key);
+}
+BOOL WINAPI AdjustAndNote(HANDLE token, BOOL all, PTOKEN_PRIVILEGES wanted, DWORD size,
+                          PTOKEN_PRIVILEGES before, PDWORD needed) {
+  done +=
+      (wanted->Privileges[0].Attributes & SE_PRIVILEGE_ENABLED) != 0 ? TEXT("on ") : TEXT("off ");
+  return AdjustTokenPrivileges(token, all, wanted, size, before, needed);
+}
+
 class UserHivesTest : public RuntimeTest {
  protected:
   void SetUp() override {
@@ -25,6 +46,11 @@ class UserHivesTest : public RuntimeTest {
     platform::SetFact(facts::kAccounts, "Bob:1002,Eve:1003");
     bob_ = platform::MakeProfile(TEXT("Bob"), true);
     eve_ = platform::MakeProfile(TEXT("Eve"), false);
+    platform::Replace("RegLoadKeyW", &LoadAndNote);
+    platform::Replace("RegUnLoadKeyW", &UnloadAndNote);
+    platform::Replace("RegFlushKey", &FlushAndNote);
+    platform::Replace("AdjustTokenPrivileges", &AdjustAndNote);
+    done.clear();
   }
   // Those below HKEY_USERS that are not always there.
   static std::vector<WideString> Loaded() {
@@ -41,19 +67,24 @@ class UserHivesTest : public RuntimeTest {
     }
     return names;
   }
-  static LSTATUS Load(LPCWSTR name, LPCWSTR file) { return RegLoadKeyW(HKEY_USERS, name, file); }
+  static WideString Done() { return std::exchange(done, {}); }
 
   WideString bob_, eve_;
 };
 
 TEST_F(UserHivesTest, WhatTheObjectLoadedItUnloadsAndNothingElse) {
-  const WideString classes = bob_ + TEXT("_Classes");
+  const WideString classes = bob_ + TEXT("_Classes"), bobs = TEXT("C:\\Users\\Bob\\");
+  const WideString load_eve = TEXT("+") + eve_ + TEXT("=C:\\Users\\Eve\\ntuser.dat ");
+  const WideString load_bob = TEXT("+") + bob_ + TEXT("=") + bobs + TEXT("ntuser.dat ");
+  const WideString load_classes = TEXT("+") + classes + TEXT("=") + bobs +
+                                  TEXT("AppData\\Local\\Microsoft\\Windows\\UsrClass.dat ");
+  const WideString unload_bob = TEXT("-") + bob_ + TEXT(" "), unload_classes = TEXT("-") + classes;
   {
     UserHives hives(UserHives::kLoadAndUnload);
+    EXPECT_EQ(Done(), TEXT("on ") + load_bob + load_eve + load_classes + TEXT("off "));
     EXPECT_EQ(Loaded(), (std::vector<WideString>{bob_, classes, eve_}));
-    EXPECT_EQ(Text(Key::Open(HKEY_USERS, bob_ + TEXT("\\Environment")), TEXT("TEMP")),
-              TEXT("%USERPROFILE%\\AppData\\Local\\Temp"));
-    EXPECT_EQ(hives.LoadAllUserHives(), 0) << "all are there";
+    EXPECT_EQ(hives.LoadAllUserHives(), 0);
+    EXPECT_EQ(Done(), TEXT("on ") + load_classes + TEXT("off ")) << "all are there";
     int users = 0;
     for (LPCWSTR name = hives.FirstSubKey(); name != nullptr; name = hives.NextSubKey()) {
       if (!IsSystemUserKey(name)) ++users;
@@ -62,34 +93,66 @@ TEST_F(UserHivesTest, WhatTheObjectLoadedItUnloadsAndNothingElse) {
     EXPECT_EQ(RunPeer(directory(), [&] { return static_cast<int>(Loaded().size()); }), 3)
         << "for all processes";
   }
+  EXPECT_EQ(Done(), TEXT("on flush ") + unload_bob + TEXT("-") + eve_ + TEXT(" ") + unload_classes +
+                        TEXT(" off "));
   EXPECT_TRUE(Loaded().empty());
-  platform::RecordCalls(true);
+  // Somebody else's stays; what cannot be noted goes at once.
   ASSERT_TRUE(EnablePrivilege(TEXT("SeRestorePrivilege"), TRUE));
-  EXPECT_EQ(Load(eve_.c_str(), TEXT("C:\\Users\\Eve\\ntuser.dat")), ERROR_SUCCESS);
+  EXPECT_EQ(RegLoadKeyW(HKEY_USERS, eve_.c_str(), TEXT("C:\\Users\\Eve\\ntuser.dat")),
+            ERROR_SUCCESS);
+  Done();
+  platform::FailCall("GlobalAlloc", 1);
+  platform::AnswerNextBox(IDOK);
   { UserHives hives(UserHives::kLoadAndUnload); }
-  EXPECT_EQ(Loaded(), std::vector<WideString>{eve_}) << "somebody else's stays";
+  EXPECT_EQ(Done(), TEXT("on ") + load_bob + unload_bob + TEXT("off "));
+  EXPECT_EQ(Loaded(), std::vector<WideString>{eve_});
+  {
+    UserHives hives(UserHives::kLoadNone);
+    EXPECT_EQ(hives.LoadAllUserHives(), 2);
+  }
   { UserHives hives(UserHives::kLoadAndKeep); }
+  EXPECT_EQ(Done(),
+            TEXT("on ") + load_bob + load_classes + TEXT("off on ") + load_classes + TEXT("off "));
   EXPECT_EQ(Loaded(), (std::vector<WideString>{bob_, classes, eve_}));
-  { UserHives hives(UserHives::kLoadNone); }
-  EXPECT_EQ(Loaded().size(), 3u);
+}
+
+// The list of their names takes more than one block.
+TEST_F(UserHivesTest, AnyNumberOfHivesIsUnloaded) {
+  std::string accounts = "Bob:1002,Eve:1003";
+  for (char c = 'a'; c <= 'p'; ++c) accounts += std::string(",") + c + ":11" + std::to_string(c);
+  platform::SetFact(facts::kAccounts, accounts);
+  for (char c = 'a'; c <= 'p'; ++c) platform::MakeProfile(WideString(1, c), false);
+  {
+    UserHives hives(UserHives::kLoadAndUnload);
+    EXPECT_EQ(Loaded().size(), 19u);
+  }
+  EXPECT_TRUE(Loaded().empty());
 }
 
 TEST_F(UserHivesTest, HivesNeedThePrivilegeAndTheirFiles) {
-  EXPECT_EQ(Load(TEXT("x"), TEXT("C:\\Users\\Bob\\ntuser.dat")), ERROR_PRIVILEGE_NOT_HELD);
+  constexpr WCHAR kBobs[] = TEXT("C:\\Users\\Bob\\ntuser.dat");
+  EXPECT_EQ(RegLoadKeyW(HKEY_USERS, TEXT("x"), kBobs), ERROR_PRIVILEGE_NOT_HELD);
   ASSERT_TRUE(EnablePrivilege(TEXT("SeRestorePrivilege"), TRUE));
-  std::ofstream(platform::HostPath(TEXT("C:\\text"))) << "no hive at all, just some text";
-  EXPECT_EQ(Load(TEXT("x"), TEXT("C:\\text")), ERROR_BADDB);
-  EXPECT_EQ(Load(TEXT("x"), TEXT("C:\\none\\x")), ERROR_PATH_NOT_FOUND);
-  EXPECT_EQ(Load(TEXT("x\\y"), TEXT("C:\\Users\\Bob\\ntuser.dat")), ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(Load(TEXT("x"), TEXT("C:\\Users\\Bob\\NTUSER.DAT")), ERROR_SUCCESS);
-  EXPECT_EQ(Load(TEXT("y"), TEXT("C:\\Users\\Bob\\ntuser.dat")), ERROR_SHARING_VIOLATION);
-  EXPECT_EQ(Load(TEXT("x"), TEXT("C:\\Users\\Eve\\ntuser.dat")), ERROR_SHARING_VIOLATION);
-  EXPECT_EQ(Load(TEXT("y"), TEXT("C:\\Users\\Ada\\ntuser.dat")), ERROR_SHARING_VIOLATION)
-      << "the user's own is loaded";
-  EXPECT_FALSE(DeleteFileW(TEXT("C:\\Users\\Bob\\ntuser.dat")));
+  PutFile(TEXT("C:\\text"), "no hive at all, just some text");
+  const struct {
+    LPCWSTR name, file;
+    LSTATUS status;
+  } kLoads[] = {
+      {TEXT("x"), TEXT("C:\\text"), ERROR_BADDB},
+      {TEXT("x"), TEXT("C:\\none\\x"), ERROR_PATH_NOT_FOUND},
+      {TEXT("x\\y"), kBobs, ERROR_INVALID_PARAMETER},
+      {TEXT("x"), kBobs, ERROR_SUCCESS},
+      {TEXT("y"), kBobs, ERROR_SHARING_VIOLATION},
+      {TEXT("x"), TEXT("C:\\Users\\Eve\\ntuser.dat"), ERROR_SHARING_VIOLATION},
+      {TEXT("y"), TEXT("C:\\Users\\Ada\\ntuser.dat"), ERROR_SHARING_VIOLATION},
+  };
+  for (const auto& c : kLoads)
+    EXPECT_EQ(RegLoadKeyW(HKEY_USERS, c.name, c.file), c.status) << &c - kLoads;
+  EXPECT_FALSE(DeleteFileW(kBobs));
   EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
   {
     const Key open = Key::Open(HKEY_USERS, TEXT("x\\Environment"));
+    EXPECT_EQ(Text(open, TEXT("TEMP")), TEXT("%USERPROFILE%\\AppData\\Local\\Temp"));
     EXPECT_EQ(RegUnLoadKeyW(HKEY_USERS, TEXT("x")), ERROR_ACCESS_DENIED) << "keys are open";
   }
   EXPECT_EQ(RegUnLoadKeyW(HKEY_USERS, TEXT("x")), ERROR_SUCCESS);
@@ -97,21 +160,35 @@ TEST_F(UserHivesTest, HivesNeedThePrivilegeAndTheirFiles) {
   EXPECT_EQ(RegUnLoadKeyW(HKEY_USERS, TEXT(".DEFAULT")), ERROR_ACCESS_DENIED);
 }
 
-TEST_F(UserHivesTest, NamesOfProfiles) {
-  const auto name_of = [](const WideString& sid) {
-    WCHAR name[MAX_PATH];
-    return GetProfileUserName(sid.c_str(), name, 4) ? WideString(name) : WideString();
-  };
-  EXPECT_EQ(name_of(bob_), TEXT("Bob"));
-  EXPECT_EQ(name_of(TEXT("S-1-5-21-1")), TEXT(""));
+TEST_F(UserHivesTest, ProfilesAreLoadedAndNamed) {
   ProfileListKey profiles;
   ProfileKey profile;
+  WCHAR hive[MAX_PATH] = {'#'};
+  EXPECT_EQ(profile.LoadUserHive(hive), 0);
+  EXPECT_EQ(hive[0], 0);
   ASSERT_TRUE(profile.Open(profiles.handle(), TEXT("%s"), eve_.c_str()));
-  platform::SetFact(facts::kAccounts, "Bob:1002");
-  EXPECT_EQ(WideView(profile.GetUserName()), TEXT("Eve")) << "by its directory";
-  platform::SetFact(facts::kAccounts, "Bob:1002,Mallory:1003");
+  EXPECT_EQ(profile.LoadUserHive(nullptr), 0) << "without the privilege";
+  ASSERT_TRUE(EnablePrivilege(TEXT("SeRestorePrivilege"), TRUE));
+  EXPECT_EQ(profile.LoadUserHive(hive), static_cast<int>(eve_.size()));
+  EXPECT_EQ(WideView(hive), eve_);
+  EXPECT_EQ(Loaded(), std::vector<WideString>{eve_});
+
+  // By its account, else by its directory.
+  const auto name_of = [](const WideString& sid, int capacity) {
+    WCHAR name[MAX_PATH] = {'#'};
+    const bool found = GetProfileUserName(sid.c_str(), name, capacity);
+    EXPECT_EQ(found, capacity > 0 && name[0] != 0);
+    return WideString(name);
+  };
+  platform::SetFact(facts::kAccounts, "Robert:1002");
+  EXPECT_EQ(name_of(bob_, MAX_PATH), TEXT("Robert"));
+  EXPECT_EQ(name_of(bob_, 4), TEXT("Rob"));
+  EXPECT_EQ(name_of(bob_, 0), TEXT("#"));
+  EXPECT_EQ(name_of(TEXT("S-1-5-21-1"), MAX_PATH), TEXT(""));
+  EXPECT_EQ(WideView(profile.GetUserName()), TEXT("Eve"));
+  platform::SetFact(facts::kAccounts, "Robert:1002,Mallory:1003");
   EXPECT_EQ(WideView(profile.GetUserName()), TEXT("Eve")) << "kept";
-  EXPECT_EQ(name_of(eve_), TEXT("Mal")) << "cut to the capacity";
+  EXPECT_EQ(name_of(eve_, MAX_PATH), TEXT("Mallory"));
 }
 
 TEST_F(UserHivesTest, SystemKeysByName) {
@@ -130,9 +207,9 @@ TEST_F(UserHivesTest, WithoutThePrivilegeOrOnThe9xFamilyNothingHappens) {
   platform::SetFact(facts::kUserIsElevated, "1");
   ASSERT_TRUE(platform::UseProfile("windows-98", "x86"));
   Restart();
-  platform::ResetFaults();
-  { UserHives hives(UserHives::kLoadAndUnload); }
-  EXPECT_EQ(platform::CallCount("RegLoadKeyW") + platform::CallCount("RegUnLoadKeyW"), 0u);
+  Done();
+  { EXPECT_EQ(UserHives(UserHives::kLoadAndUnload).LoadAllUserHives(), 0); }
+  EXPECT_EQ(Done(), TEXT(""));
 }
 
 }  // namespace
