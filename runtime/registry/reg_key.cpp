@@ -30,11 +30,7 @@ bool IsPredefined(HKEY key) {
 
 }  // namespace
 
-RegKey::~RegKey() {
-  handle_.Reset();
-  FreeBuffers();
-  path_.reset();
-}
+RegKey::~RegKey() = default;
 
 REGSAM RegKey::ViewFlag(int view) {
   return view == 32 ? KEY_WOW64_32KEY : view == 64 ? KEY_WOW64_64KEY : 0;

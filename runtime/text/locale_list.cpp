@@ -38,19 +38,16 @@ BOOL ParseLocaleId(WideView text, LCID& locale) {
   return TRUE;
 }
 
-int CompareNoCase(LPCWSTR a, LPCWSTR b) {
+bool LessNoCase(LPCWSTR a, LPCWSTR b) {
   const WideView first = View(a), second = View(b);
-  const size_t common = std::min(first.size(), second.size());
-  for (size_t i = 0; i < common; ++i) {
-    const int difference = ToUpper(first[i]) - ToUpper(second[i]);
-    if (difference != 0) return difference;
-  }
-  return first.size() < second.size() ? -1 : first.size() > second.size();
+  return std::lexicographical_compare(first.begin(), first.end(), second.begin(), second.end(),
+                                      [](WCHAR x, WCHAR y) { return ToUpper(x) < ToUpper(y); });
 }
 
 bool EntryLess(const CLocaleEntry& a, const CLocaleEntry& b) {
-  const int languages = CompareNoCase(a.languageName, b.languageName);
-  return languages != 0 ? languages < 0 : CompareNoCase(a.countryName, b.countryName) < 0;
+  if (EqualNoCase(View(a.languageName), View(b.languageName)))
+    return LessNoCase(a.countryName, b.countryName);
+  return LessNoCase(a.languageName, b.languageName);
 }
 
 }  // namespace
@@ -104,13 +101,13 @@ CLocaleList::CLocaleList() {
   }
   SortEntries();
   DropNeedlessCountries();
-  std::sort(locales_.get(), locales_.get() + localeFilled_);
+  std::sort(locales_.get(), locales_.get() + filledCount_);
 }
 
 BOOL CLocaleList::Allocate() {
   entries_.reset(new (std::nothrow) CLocaleEntry[entryCount_ + 1]());
   pool_.reset(new (std::nothrow) WCHAR[poolLength_]);
-  locales_.reset(new (std::nothrow) DWORD[localeCount_]);
+  locales_.reset(new (std::nothrow) DWORD[entryCount_]);
   poolNext_ = pool_.get();
   return entries_ != nullptr && pool_ != nullptr && locales_ != nullptr;
 }
@@ -119,7 +116,7 @@ void CLocaleList::Clear() {
   entries_.reset();
   pool_.reset();
   locales_.reset();
-  filledCount_ = localeFilled_ = 0;
+  filledCount_ = 0;
 }
 
 BOOL CALLBACK CLocaleList::OnLocale(LPWSTR localeText) {
@@ -133,19 +130,18 @@ BOOL CALLBACK CLocaleList::OnLocale(LPWSTR localeText) {
   const DWORD length = static_cast<DWORD>(View(language).size() + View(country).size() + 2);
   if (entries_ == nullptr) {
     ++entryCount_;
-    ++localeCount_;
     poolLength_ += length;
     return TRUE;
   }
   // The system may know more than when the locales were counted.
-  const bool fits = filledCount_ < entryCount_ && localeFilled_ < localeCount_ &&
+  const bool fits = filledCount_ < entryCount_ &&
                     poolLength_ - static_cast<DWORD>(poolNext_ - pool_.get()) >= length;
   if (fits) {
-    CLocaleEntry& entry = entries_[filledCount_++];
+    CLocaleEntry& entry = entries_[filledCount_];
     entry.langId = LOWORD(locale);
     entry.languageName = AddToPool(language);
     entry.countryName = AddToPool(country);
-    locales_[localeFilled_++] = locale;
+    locales_[filledCount_++] = locale;
   }
   return TRUE;
 }
@@ -166,7 +162,7 @@ void CLocaleList::DropNeedlessCountries() {
   CLocaleEntry* const end = entries_.get() + filledCount_;
   for (CLocaleEntry* run = entries_.get(); run != end;) {
     CLocaleEntry* const next = std::find_if(run, end, [&](const CLocaleEntry& entry) {
-      return CompareNoCase(entry.languageName, run->languageName) != 0;
+      return !EqualNoCase(View(entry.languageName), View(run->languageName));
     });
     const LPCWSTR first = run->countryName;
     const bool oneCountry = std::all_of(run, next, [&](const CLocaleEntry& entry) {
@@ -205,7 +201,7 @@ WCHAR CLocaleList::GetLanguageName(LANGID langId, BOOL withCountry, LPWSTR outpu
 }
 
 LCID CLocaleList::FindLocaleByName(LPCWSTR name) const {
-  for (DWORD i = 0; i < localeFilled_; ++i) {
+  for (DWORD i = 0; i < filledCount_; ++i) {
     WCHAR shortName[kLongNameCapacity];
     if (GetLocaleShortName(locales_[i], shortName, kLongNameCapacity) &&
         EqualNoCase(shortName, View(name))) {

@@ -63,9 +63,7 @@ class CLocaleList {
   LPWSTR poolNext_ = nullptr;
   std::unique_ptr<WCHAR[]> pool_;
   std::unique_ptr<CLocaleEntry[]> entries_;
-  DWORD localeCount_ = 0;
-  DWORD localeFilled_ = 0;
-  std::unique_ptr<DWORD[]> locales_;
+  std::unique_ptr<DWORD[]> locales_;  // one for each entry, by number
 };
 
 }  // namespace kv

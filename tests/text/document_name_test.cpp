@@ -62,11 +62,12 @@ TEST_F(DocumentNameTest, TitlesOfAllKinds) {
 }
 
 TEST_F(DocumentNameTest, RegisteredExtensions) {
-  EXPECT_TRUE(IsRegisteredExtension(TEXT("txt")));
-  EXPECT_TRUE(IsRegisteredExtension(TEXT(".TXT")));
-  EXPECT_FALSE(IsRegisteredExtension(TEXT(".tx")));
-  EXPECT_FALSE(IsRegisteredExtension(TEXT("")));
-  EXPECT_FALSE(IsRegisteredExtension(TEXT(".")));
+  const WideString longest(251, 'x');
+  Key::Create(HKEY_CLASSES_ROOT, TEXT(".") + longest);
+  for (const WideString& known : {WideString(TEXT("txt")), WideString(TEXT(".TXT")), longest})
+    EXPECT_TRUE(IsRegisteredExtension(known.c_str()));
+  for (const LPCWSTR unknown : {TEXT(".tx"), TEXT(""), TEXT("."), TEXT("..txt")})
+    EXPECT_FALSE(IsRegisteredExtension(unknown));
   EXPECT_FALSE(IsRegisteredExtension(nullptr));
   EXPECT_FALSE(IsRegisteredExtension(WideString(300, 'x').c_str()));
 }

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
-#include "runtime/core/resource_text.h"
 #include "runtime/core/startup_context.h"
 #include "runtime/text/format.h"
 #include "runtime/text/number_text.h"
@@ -14,26 +14,6 @@ namespace {
 
 using WideString = std::basic_string<WCHAR>;
 
-TEST(CopyStringTest, CutsAndTerminatesAtEveryCapacity) {
-  for (int capacity = -1; capacity <= 6; ++capacity) {
-    WCHAR wide[8];
-    CHAR narrow[8];
-    for (WCHAR& c : wide) c = '#';
-    for (CHAR& c : narrow) c = '#';
-    CopyStringW(wide, capacity, TEXT("abcd"));
-    CopyStringA(narrow, capacity, "abcd");
-    if (capacity <= 0) {
-      EXPECT_EQ(wide[0], '#');
-      EXPECT_EQ(narrow[0], '#');
-      continue;
-    }
-    EXPECT_EQ(WideView(wide), WideView(TEXT("abcd")).substr(0, capacity - 1));
-    EXPECT_EQ(std::string(narrow), std::string("abcd").substr(0, capacity - 1));
-    EXPECT_EQ(wide[capacity], '#') << "wrote behind the buffer";
-    EXPECT_EQ(narrow[capacity], '#');
-  }
-}
-
 TEST(CopyStringTest, NeverSplitsADoubleByteCharacter) {
   startupContext.dbcsEnabled = 1;
   startupContext.guiFontCodePage = 932;
@@ -44,9 +24,12 @@ TEST(CopyStringTest, NeverSplitsADoubleByteCharacter) {
     int capacity;
     size_t kept;
   } kCases[] = {{2, 0}, {3, 2}, {4, 2}, {5, 4}};
-  for (const auto& c : kCases) {
-    CopyStringA(out, c.capacity, text);
-    EXPECT_EQ(strlen(out), c.kept) << "capacity " << c.capacity;
+  for (const DWORD dbcs : {0, 1}) {
+    startupContext.dbcsEnabled = dbcs;
+    for (const auto& c : kCases) {
+      CopyStringA(out, c.capacity, text);
+      EXPECT_EQ(out, std::string(text, dbcs ? c.kept : c.capacity - 1)) << c.capacity;
+    }
   }
   // The code page of a conversion need not be that of the font.
   startupContext.guiFontCodePage = 1252;
@@ -87,28 +70,55 @@ TEST(CopyStringTest, NeverSplitsADoubleByteCharacter) {
   EXPECT_STREQ(out, "x");
   CopyCountedStringA(out, 8, counted);
   EXPECT_STREQ(out, "x\x82\xA0");
+  WCHAR wide[8];
+  AnsiToWideCounted(wide, 8, counted, 932);
+  EXPECT_EQ(WideView(wide), TEXT("x\u3042"));
+  const BYTE none[] = {0, 'z'};
+  for (const BYTE* empty : {none, static_cast<const BYTE*>(nullptr)}) {
+    CopyCountedStringA(out, 8, empty);
+    AnsiToWideCounted(wide, 8, empty, 1252);
+    EXPECT_TRUE(out[0] == 0 && wide[0] == 0);
+    wide[0] = out[0] = '#';
+  }
   startupContext.dbcsEnabled = 0;
   startupContext.guiFontCodePage = 0;
 }
 
-TEST(CopyStringTest, NeverSplitsACharacterOfTwoUnits) {
+// Every copy is cut and ended within its capacity, and splits no character of two units.
+TEST(CopyStringTest, CutsAndTerminatesAtEveryCapacity) {
   const LPCWSTR text = TEXT(
       "a\xD83D\xDE00"
       "b\xDE00\xD83D");
-  for (int capacity = 1; capacity <= 7; ++capacity) {
-    WCHAR copy[8], formatted[8], filled[8], converted[8];
-    CopyStringW(copy, capacity, text);
-    FormatText(formatted, static_cast<size_t>(capacity), TEXT("%s"), text);
-    FillInserts(TEXT("^1"), filled, capacity, std::span<const LPCWSTR>(&text, 1));
-    AnsiToWide(converted, capacity,
-               "a\xF0\x9F\x98\x80"
-               "b",
-               CP_UTF8);
-    const size_t kept = capacity == 3 ? 1 : static_cast<size_t>(capacity) - 1;
-    EXPECT_EQ(WideView(copy), WideView(text).substr(0, kept)) << capacity;
-    EXPECT_EQ(WideView(formatted), WideView(text).substr(0, kept)) << capacity;
-    EXPECT_EQ(WideView(filled), WideView(text).substr(0, kept)) << capacity;
-    EXPECT_EQ(WideView(converted), WideView(text).substr(0, std::min<size_t>(kept, 4))) << capacity;
+  constexpr char kUtf8[] =
+      "a\xF0\x9F\x98\x80"
+      "b";
+  for (int capacity = -1; capacity <= 8; ++capacity) {
+    const size_t room = static_cast<size_t>(std::max(capacity, 0)), kept = room == 3 ? 1 : room - 1;
+    const BOOL fits = room > 6;
+    WideString wide[4];
+    std::string narrow[2];
+    for (WideString& out : wide) out = WideString(10, '#');
+    for (std::string& out : narrow) out = std::string(10, '#');
+    wide[3].replace(0, 3, TEXT("a\0#"), 3);
+    CopyStringW(wide[0].data(), capacity, text);
+    AnsiToWide(wide[1].data(), capacity, kUtf8, CP_UTF8);
+    EXPECT_EQ(FormatText(wide[2].data(), room, TEXT("%s"), text), fits) << capacity;
+    EXPECT_EQ(AppendText(wide[3].data(), room, TEXT("%s"), text + 1), fits) << capacity;
+    CopyStringA(narrow[0].data(), capacity, "abcde6");
+    EXPECT_EQ(FormatTextA(narrow[1].data(), room, "%s%d", "abcde", 6), room > 6) << capacity;
+    for (const WideString& out : wide) {
+      const WideView whole(text, &out == &wide[1] ? 4 : 6);
+      if (room > 1 || (room == 1 && &out != &wide[3])) {
+        EXPECT_EQ(WideView(out.c_str()), whole.substr(0, kept)) << capacity;
+      }
+      EXPECT_EQ(out[std::max<size_t>(room, 2)], '#') << "wrote behind the buffer";
+      EXPECT_TRUE(room != 0 || out[0] == (&out == &wide[3] ? 'a' : '#'));
+    }
+    for (const std::string& out : narrow) {
+      EXPECT_EQ(out.substr(room), std::string(10 - room, '#'));
+      if (room == 0) continue;
+      EXPECT_EQ(out.c_str(), std::string("abcde6").substr(0, room - 1));
+    }
   }
 }
 
@@ -137,8 +147,25 @@ TEST(ConversionTest, CutsWhatDoesNotFitAndReportsTheDefaultCharacter) {
   WideToAnsi(narrow, 16, TEXT("\u20AC"), CP_UTF8, &usedDefault);
   EXPECT_STREQ(narrow, "\xE2\x82\xAC");
   EXPECT_FALSE(usedDefault) << "which cannot tell";
-  WideToAnsi(narrow, 16, TEXT("x"), 54321);
-  EXPECT_STREQ(narrow, "") << "a code page that does not exist";
+  // A code page that does not exist, and no source, leave nothing; no room leaves everything.
+  for (const LPCWSTR source : {TEXT("x"), static_cast<LPCWSTR>(nullptr)}) {
+    usedDefault = TRUE;
+    const UINT code_page = source != nullptr ? 54321 : 1252;
+    for (const int capacity : {-1, 0, 16}) {
+      narrow[0] = '#';
+      wide[0] = '#';
+      WideToAnsi(narrow, capacity, source, code_page, &usedDefault);
+      AnsiToWide(wide, capacity, source != nullptr ? "x" : nullptr, code_page);
+      EXPECT_TRUE(narrow[0] == (capacity > 0 ? 0 : '#') && wide[0] == (capacity > 0 ? 0 : '#'));
+      EXPECT_FALSE(usedDefault);
+    }
+  }
+  CopyStringW(wide, 16, nullptr);
+  CopyStringA(narrow, 16, nullptr);
+  EXPECT_TRUE(narrow[0] == 0 && wide[0] == 0);
+  WCHAR tail[] = TEXT("abcdef");
+  CopyStringW(tail, 6, tail + 1);
+  EXPECT_EQ(WideView(tail), TEXT("bcdef"));
 }
 
 TEST(ConversionTest, NewCopiesHoldTheWholeText) {
@@ -151,6 +178,16 @@ TEST(ConversionTest, NewCopiesHoldTheWholeText) {
   EXPECT_STREQ(narrow.get(), "\x82\xA0\x82\xA0");
   const std::unique_ptr<CHAR[]> utf8(UnicodeToAnsiNew(TEXT("\u3042\u3042\u3042"), CP_UTF8));
   EXPECT_STREQ(utf8.get(), "\xE3\x81\x82\xE3\x81\x82\xE3\x81\x82");
+  // Room for what its owner may put there.
+  BOOL usedDefault = FALSE;
+  const std::unique_ptr<CHAR[]> roomy(UnicodeToAnsiNew(TEXT("a\u4E00"), 1252, &usedDefault));
+  EXPECT_STREQ(roomy.get(), "a?");
+  EXPECT_TRUE(usedDefault);
+  memset(roomy.get(), 'x', 5);
+  const std::unique_ptr<WCHAR[]> no_wide(AnsiToUnicodeNew(nullptr, 1252));
+  const std::unique_ptr<CHAR[]> no_narrow(UnicodeToAnsiNew(nullptr, 1252));
+  EXPECT_TRUE(no_wide[0] == 0 && no_narrow[0] == 0);
+  EXPECT_EQ(WideView(CopyOf(TEXT("ab")).get()), TEXT("ab"));
 }
 
 TEST(WhiteSpaceTest, KnowsExactlyFourCharacters) {
@@ -233,6 +270,7 @@ TEST(NumberTextTest, SizesDurationsAndResolutions) {
     LPCWSTR expected;
   } kSizes[] = {{0, TEXT("0 KB")},         {1, TEXT("1 KB")},
                 {1499, TEXT("1 KB")},      {1500, TEXT("2 KB")},
+                {499, TEXT("1 KB")},       {1990000, TEXT("1.9 MB")},
                 {999499, TEXT("999 KB")},  {999500, TEXT("1.0 MB")},
                 {2750000, TEXT("2.7 MB")}, {~0ull, TEXT("18446744073709.5 MB")}};
   for (const auto& c : kSizes) {
@@ -251,55 +289,71 @@ TEST(NumberTextTest, SizesDurationsAndResolutions) {
     FormatDuration(c.milliseconds, text);
     EXPECT_EQ(WideView(text), c.expected);
   }
-  FormatResolution(text, 600, 300);
-  EXPECT_EQ(WideView(text), TEXT("600 x 300 dpi"));
-  FormatResolution(text, 600, 0);
-  EXPECT_EQ(WideView(text), TEXT("600 dpi"));
+  for (const int vertical : {300, 1, 0, -1}) {
+    FormatResolution(text, 600, vertical);
+    EXPECT_EQ(WideView(text), vertical == 300 ? TEXT("600 x 300 dpi")
+                              : vertical == 1 ? TEXT("600 x 1 dpi")
+                                              : TEXT("600 dpi"));
+  }
+}
+
+// The characters around A to Z are no letters.
+TEST(CompareTest, LettersOfAsciiOrOfAnyAlphabet) {
+  const struct {
+    LPCWSTR a, b;
+    int order;
+    bool any_alphabet;
+  } kCases[] = {{TEXT("Az"), TEXT("aZ"), 0, true},   {TEXT("@"), TEXT("`"), -1, false},
+                {TEXT("["), TEXT("{"), -1, false},   {TEXT("b"), TEXT("A"), 1, false},
+                {TEXT("Ab"), TEXT("aC"), -1, false}, {TEXT("ab"), TEXT("A"), 1, false},
+                {TEXT("_"), TEXT("A"), -1, false},   {TEXT("\u00C4"), TEXT("\u00E4"), -1, true}};
+  const auto sign = [](int order) { return (order > 0) - (order < 0); };
+  for (const auto& c : kCases) {
+    EXPECT_EQ(sign(CompareAsciiNoCase(c.a, c.b)), c.order) << &c - kCases;
+    EXPECT_EQ(sign(CompareAsciiNoCase(c.b, c.a)), -c.order) << &c - kCases;
+    EXPECT_EQ(EqualAsciiNoCase(c.a, c.b), c.order == 0) << &c - kCases;
+    EXPECT_EQ(EqualNoCase(c.a, c.b), c.any_alphabet) << &c - kCases;
+    EXPECT_EQ(StartsWithAsciiNoCase(c.a, c.b), c.order == 0 || View(c.a) == TEXT("ab"));
+  }
+  EXPECT_EQ(ToUpper(0x00E4), 0x00C4);
+  EXPECT_EQ(WholeLength(TEXT("ab"), 3), 2u);
 }
 
 TEST(ParseTest, NumbersAsPeopleWriteThem) {
   const struct {
     LPCWSTR text;
+    bool whole;  // nothing but a decimal number
     int decimal;
     DWORD hex;
-  } kCases[] = {{TEXT("12"), 12, 0x12},
-                {TEXT(" -7x"), -7, 0},
-                {TEXT("0407"), 407, 0x407},
-                {TEXT("0x1F"), 0, 0x1F},
-                {TEXT("A4"), 0, 0xA4},
-                {TEXT(""), 0, 0},
-                {nullptr, 0, 0},
-                {TEXT("99999999999"), 0x7FFFFFFF, 0xFFFFFFFF},
-                {TEXT("-99999999999"), -0x7FFFFFFF - 1, 0}};
-  for (const auto& c : kCases) {
-    EXPECT_EQ(ParseDecimal(c.text), c.decimal);
-    EXPECT_EQ(ParseHex(c.text), c.hex);
-  }
-}
-
-TEST(ParseTest, AWholeTextIsANumberOrNone) {
-  const struct {
-    LPCWSTR text;
-    bool is_number;
-    int number;
-  } kCases[] = {{TEXT("12"), true, 12},
-                {TEXT(" -7\t"), true, -7},
-                {TEXT("+0"), true, 0},
-                {TEXT("2147483647"), true, 0x7FFFFFFF},
-                {TEXT("-2147483648"), true, -0x7FFFFFFF - 1},
-                {TEXT("2147483648"), false, 0},
-                {TEXT("-2147483649"), false, 0},
-                {TEXT("99999999999999999999999"), false, 0},
-                {TEXT("11x17"), false, 0},
-                {TEXT("1 2"), false, 0},
-                {TEXT("-"), false, 0},
-                {TEXT(" "), false, 0},
-                {TEXT(""), false, 0},
-                {nullptr, false, 0}};
+  } kCases[] = {{TEXT("12"), true, 12, 0x12},
+                {TEXT(" -7\t"), true, -7, 0},
+                {TEXT(" -7x"), false, -7, 0},
+                {TEXT("+0"), true, 0, 0},
+                {TEXT("0407"), true, 407, 0x407},
+                {TEXT("0x1F"), false, 0, 0x1F},
+                {TEXT("0X9aAfFg"), false, 0, 0x9AAFF},
+                {TEXT("a@1"), false, 0, 0xA},
+                {TEXT("\t\n\v\f\r 9:"), false, 9, 9},
+                {TEXT("0/"), false, 0, 0},
+                {TEXT("\x08 1"), false, 0, 0},
+                {TEXT("\x0E 1"), false, 0, 0},
+                {TEXT("1 2"), false, 1, 1},
+                {TEXT("-"), false, 0, 0},
+                {TEXT(" "), false, 0, 0},
+                {TEXT(""), false, 0, 0},
+                {nullptr, false, 0, 0},
+                {TEXT("FFFFFFFE"), false, 0, 0xFFFFFFFE},
+                {TEXT("2147483647"), true, 0x7FFFFFFF, 0xFFFFFFFF},
+                {TEXT("2147483648"), false, 0x7FFFFFFF, 0xFFFFFFFF},
+                {TEXT("-2147483648"), true, -0x7FFFFFFF - 1, 0},
+                {TEXT("-2147483649"), false, -0x7FFFFFFF - 1, 0},
+                {TEXT("99999999999999999999999"), false, 0x7FFFFFFF, 0xFFFFFFFF}};
   for (const auto& c : kCases) {
     int number = 4711;
-    EXPECT_EQ(ParseWholeDecimal(c.text, number), c.is_number) << &c - kCases;
-    EXPECT_EQ(number, c.number) << &c - kCases;
+    EXPECT_EQ(ParseWholeDecimal(c.text, number), c.whole) << &c - kCases;
+    EXPECT_EQ(number, c.whole ? c.decimal : 0) << &c - kCases;
+    EXPECT_EQ(ParseDecimal(c.text), c.decimal) << &c - kCases;
+    EXPECT_EQ(ParseHex(c.text), c.hex) << &c - kCases;
   }
 }
 

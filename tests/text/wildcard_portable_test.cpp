@@ -24,32 +24,6 @@ bool Reference(WideView pattern, WideView text) {
          Reference(pattern.substr(1), text.substr(1));
 }
 
-TEST(WildcardTest, MatchesByTheRules) {
-  const struct {
-    LPCWSTR pattern, text;
-    BOOL matches;
-  } kCases[] = {{TEXT("a*c"), TEXT("abc"), TRUE},
-                {TEXT("a*c"), TEXT("ac"), TRUE},
-                {TEXT("a*c"), TEXT("aXYZc"), TRUE},
-                {TEXT("a*c"), TEXT("abcd"), FALSE},
-                {TEXT("a?c"), TEXT("abc"), TRUE},
-                {TEXT("a?c"), TEXT("ac"), FALSE},
-                {TEXT("*"), TEXT(""), TRUE},
-                {TEXT("?"), TEXT(""), FALSE},
-                {TEXT(""), TEXT(""), TRUE},
-                {TEXT(""), TEXT("a"), FALSE},
-                {TEXT("*.txt"), TEXT("README.TXT"), TRUE},
-                {TEXT("*ab*ab"), TEXT("abab"), TRUE},
-                {TEXT("*ab*ab"), TEXT("ab"), FALSE},
-                {TEXT("a*"), TEXT("*a"), FALSE},
-                {TEXT("\u00C4*"), TEXT("\u00E4b"), TRUE},
-                {nullptr, TEXT("a"), FALSE},
-                {TEXT("**"), nullptr, TRUE}};
-  for (const auto& c : kCases) {
-    EXPECT_EQ(MatchWildcard(c.pattern, c.text) != 0, c.matches != 0) << &c - kCases;
-  }
-}
-
 TEST(WildcardTest, AgreesWithTheReferenceOnRandomTexts) {
   std::mt19937 random(1);
   const auto make = [&](WideView letters, size_t most) {
@@ -65,6 +39,10 @@ TEST(WildcardTest, AgreesWithTheReferenceOnRandomTexts) {
     ASSERT_EQ(MatchWildcard(pattern.c_str(), text.c_str()) != 0, expected) << "pair " << i;
   }
   EXPECT_GT(matches, 2000);
+  EXPECT_FALSE(MatchWildcard(TEXT("a*"), TEXT("*a")));
+  EXPECT_FALSE(MatchWildcard(nullptr, TEXT("a")));
+  EXPECT_TRUE(MatchWildcard(TEXT("**"), nullptr));
+  EXPECT_TRUE(MatchWildcard(TEXT("\u00C4*"), TEXT("\u00E4b"))) << "letters of any alphabet";
 }
 
 // A matcher that tries every way would not end within anybody's life.
