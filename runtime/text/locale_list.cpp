@@ -20,7 +20,6 @@ constexpr LCTYPE kLocaleName = 0x5C;
 
 WCHAR ReadLocaleText(LCID locale, LCTYPE type, LPWSTR output, int capacity) {
   if (output == nullptr || capacity < 1) return 0;
-  output[0] = 0;
   if (GetLocaleInfoW(locale, type, output, capacity) == 0) output[0] = 0;
   return output[0];
 }
@@ -95,13 +94,13 @@ CLocaleList::CLocaleList() {
   const auto enumerate = [&] {
     return callback != nullptr && EnumSystemLocalesW(callback, LCID_SUPPORTED);
   };
-  if (!enumerate() || !Allocate() || !enumerate()) {
+  if (enumerate() && Allocate() && enumerate()) {
+    SortEntries();
+    DropNeedlessCountries();
+    std::sort(locales_.get(), locales_.get() + filledCount_);
+  } else {
     Clear();
-    return;
   }
-  SortEntries();
-  DropNeedlessCountries();
-  std::sort(locales_.get(), locales_.get() + filledCount_);
 }
 
 BOOL CLocaleList::Allocate() {

@@ -43,7 +43,7 @@ BOOL ConvertWhole(LPSTR output, int capacity, LPCWSTR source, UINT codePage, BOO
 }
 
 // How many units of `source`, none of its characters split, take at most `room` bytes; fewer than
-// all do. -1 when the system cannot tell.
+// all do. 0 when the system cannot tell.
 int CountFitting(WideView source, UINT codePage, int room) {
   size_t fitting = 0, tooMany = source.size();
   while (tooMany - fitting > 1) {
@@ -52,7 +52,7 @@ int CountFitting(WideView source, UINT codePage, int room) {
     const int bytes = units == 0 ? 0
                                  : WideCharToMultiByte(codePage, 0, source.data(), units, nullptr,
                                                        0, nullptr, nullptr);
-    if (units != 0 && bytes == 0) return -1;
+    if (units != 0 && bytes == 0) return 0;
     (bytes <= room ? fitting : tooMany) = tried;
   }
   return static_cast<int>(WholeLength(source, fitting));
@@ -100,8 +100,8 @@ void CopyCountedStringA(LPSTR output, int capacity, const BYTE* counted) {
 
 void AnsiToWide(LPWSTR output, int capacity, LPCSTR source, UINT codePage) {
   if (capacity <= 0) return;
+  // The system refuses to convert null.
   output[0] = 0;
-  if (source == nullptr) return;
   const int needed = MultiByteToWideChar(codePage, 0, source, -1, nullptr, 0);
   if (needed <= capacity) {
     if (needed == 0 || MultiByteToWideChar(codePage, 0, source, -1, output, capacity) == 0)
@@ -124,7 +124,6 @@ void WideToAnsi(LPSTR output, int capacity, LPCWSTR source, UINT codePage, BOOL*
   if (usedDefault != nullptr) *usedDefault = FALSE;
   if (capacity <= 0) return;
   output[0] = 0;
-  if (source == nullptr) return;
   const int needed = WideCharToMultiByte(codePage, 0, source, -1, nullptr, 0, nullptr, nullptr);
   if (needed <= capacity) {
     if (needed == 0 || !ConvertWhole(output, capacity, source, codePage, usedDefault))
@@ -132,7 +131,6 @@ void WideToAnsi(LPSTR output, int capacity, LPCWSTR source, UINT codePage, BOOL*
     return;
   }
   const int units = CountFitting(View(source), codePage, capacity - 1);
-  if (units <= 0) return;
   const int size =
       WideCharToMultiByte(codePage, 0, source, units, output, capacity - 1, nullptr, nullptr);
   output[size] = 0;

@@ -93,6 +93,8 @@ TEST_F(RegKeyTest, SharedFilesAreCountedToTheLastUser) {
   EXPECT_EQ(counter.AddRef(file), 2u);
   for (const LPCWSTR text : {TEXT("x"), TEXT("longer")}) {
     SetText(counter.handle(), TEXT("text"), text);
+    EXPECT_EQ(counter.Release(TEXT("text")), 0u);
+    EXPECT_EQ(Text(counter.handle(), TEXT("text")), text) << "is nobody's count";
     EXPECT_EQ(counter.AddRef(TEXT("text")), 1u);
   }
   const WideString long_path(260, 'p');
@@ -122,8 +124,7 @@ TEST_F(RegKeyTest, AStableTextIsCopiedWhereItsBufferMayChange) {
     const StableText kept(buffer, true);
     buffer[0] = 0;
     EXPECT_EQ(kept.View(), text);
-    EXPECT_EQ(View(kept.Restore()), text);
-    EXPECT_EQ(WideView(buffer), text);
+    EXPECT_TRUE(kept.Restore() == buffer && WideView(buffer) == text);
   }
 }
 
@@ -226,7 +227,7 @@ TEST_F(RegKeyTest, WithoutMemoryOrFactsAKeyIsNotOpenAndNothingIsDeleted) {
   EXPECT_FALSE(key.Attach(HKEY_CURRENT_USER) || key.IsOpen());
   platform::FailCall("RegConnectRegistryW", 1);
   EXPECT_FALSE(key.Connect(nullptr, HKEY_LOCAL_MACHINE) || key.IsOpen());
-  EXPECT_TRUE(key.Flush());
+  EXPECT_TRUE(key.Flush() && !key.Refresh());
   ASSERT_TRUE(key.Connect(nullptr, HKEY_LOCAL_MACHINE) && key.SubKeyExists(TEXT("Software")));
   EXPECT_TRUE(key.subKeyCount() > 0 && key.parent() == HKEY_LOCAL_MACHINE && key.path() == nullptr);
   EXPECT_TRUE(key.Flush());
@@ -264,6 +265,9 @@ TEST_F(RegKeyTest, DeletingReportsTheCallThatFailed) {
   }
   platform::ResetFaults();
   EXPECT_TRUE(RegKey().Open(HKEY_CURRENT_USER, TEXT("Software\\Test\\a\\b")));
+  Key::Create(HKEY_CURRENT_USER, TEXT("Software\\Test\\\u00E9"));
+  EXPECT_TRUE(MyDeleteKeyA(HKEY_CURRENT_USER, "Software\\Test\\\xE9"));
+  EXPECT_FALSE(RegKey().Open(HKEY_CURRENT_USER, TEXT("Software\\Test\\\u00E9")));
   const Key test = Key::Open(HKEY_CURRENT_USER, kTestKey, KEY_ALL_ACCESS);
   for (int i = 0; i < 101; ++i) Key::Create(test, WideString(1, static_cast<WCHAR>('0' + i)));
   EXPECT_TRUE(MyDeleteKeyW(HKEY_CURRENT_USER, kTestKey)) << "any number of keys";
@@ -413,6 +417,18 @@ TEST_F(RegKeyTest, AKeyThatOthersWriteToAllTheTimeIsNotRenamed) {
   EXPECT_FALSE(key.RenameSubKey(TEXT("old"), TEXT("new")));
   EXPECT_EQ(TextBelow(TEXT("old"), TEXT("v")), TEXT("text"));
   EXPECT_EQ(changes, 10) << "as often as it was copied";
+  // What cannot be copied as a whole stays as a whole.
+  calls_left = 0;
+  SetBelow(TEXT("old\\sub"), TEXT("v"), TEXT("text"));
+  SetBelow(TEXT("old\\sub\\none"), TEXT(""), TEXT(""));
+  for (const char* call : {"RegSetValueExW", "RegCreateKeyExW", "RegEnumValueW"}) {
+    platform::FailCall(call, 2, 0, kCountOnly);
+    EXPECT_FALSE(key.RenameSubKey(TEXT("old"), TEXT("new"))) << call;
+    platform::ResetFaults();
+    EXPECT_EQ(TextBelow(TEXT("old"), TEXT("v")), TEXT("text"));
+    EXPECT_EQ(TextBelow(TEXT("old\\sub"), TEXT("v")), TEXT("text"));
+    EXPECT_NE(TextBelow(TEXT("old\\sub\\none"), TEXT("")), TEXT("no key")) << call;
+  }
 }
 
 TEST_F(RegKeyTest, AKeyThatOthersDeleteMeanwhileIsDeleted) {

@@ -105,7 +105,8 @@ SCENARIO(RegKey, CloseAndDelete) {
   RegKey key;
   OpenSource(key);
   attempt.Call([&] { key.Close(Disposal::kDelete); });
-  EXPECT_TRUE(!IsKey(kSource) || attempt.reports() == 1 || attempt.hit());
+  attempt.Expect(!IsKey(kSource), true,
+                 attempt.reports() == 1 || attempt.failed().starts_with("RegDelete"));
   EXPECT_FALSE(key.IsOpen());
 }
 
@@ -322,7 +323,10 @@ SCENARIO(RegKey, GetKeyName) {
   OpenSource(key);
   WCHAR name[100];
   attempt.Call([&] { key.GetKeyName(name, 100); });
-  attempt.Expect(name[0] != 0, EqualNoCase(name, TEXT("HKCU\\Software\\Source")) || attempt.hit());
+  // Whose hive it is may not be known.
+  const bool kernels =
+      attempt.hit() && WideView(name).starts_with(TEXT("\\REGISTRY\\USER\\S-1-5-"));
+  attempt.Expect(name[0] != 0, EqualNoCase(name, TEXT("HKCU\\Software\\Source")) || kernels);
 }
 
 SCENARIO(RegKey, IsCurrentUserKey) {
@@ -408,13 +412,17 @@ SCENARIO(Settings, SharedDllCounter) {
     count(1);
     EXPECT_EQ(count(0), old);
   }
-  DWORD told = 0;
+  DWORD added = 0, left = 0;
   attempt.Call([&] {
-    count(1);
-    told = count(-1);
+    added = count(1);
+    left = count(-1);
   });
+  // One of the two steps may have failed, or its answer: 0 for a count that could not be read.
   const DWORD now = count(0);
-  attempt.Expect(told == 2, now == 2 || attempt.hit(), now >= 1 && now <= 3);
+  const bool first_stayed = now == 1 && (added == 2 || added == 0);
+  const bool second_stayed = now == 3 && added == 3;
+  attempt.Expect(added == 3 && left == 2, now == 2,
+                 (left == now || left == 0) && (now == 2 || first_stayed || second_stayed));
 }
 
 constexpr WCHAR kFile[] = TEXT("C:\\dir\\x.ini");
