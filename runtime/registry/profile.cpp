@@ -276,8 +276,7 @@ BOOL CPrivateProfile::RenameKey(LPCWSTR section, LPCWSTR key, LPCWSTR newKey) co
     return FailWith(ERROR_INVALID_PARAMETER);
   BOOL lacksCharacters = FALSE;
   WideToAnsi(narrow, needed, newKey, CP_ACP, &lacksCharacters);
-  if (needed == 0 || narrow[0] == 0 || lacksCharacters)
-    return FailWith(ERROR_NO_UNICODE_TRANSLATION);
+  if (narrow[0] == 0 || lacksCharacters) return FailWith(ERROR_NO_UNICODE_TRANSLATION);
   const Bytes replacement = narrow;
   char* const place = content + (name.data() - content);
   memset(place, ' ', name.size());

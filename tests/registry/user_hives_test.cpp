@@ -184,6 +184,7 @@ TEST_F(UserHivesTest, SystemKeysByName) {
 TEST_F(UserHivesTest, WithoutThePrivilegeOrOnThe9xFamilyNothingHappens) {
   platform::SetFact(facts::kUserIsElevated, "0");
   { EXPECT_EQ(UserHives(UserHives::kLoadAndUnload).LoadAllUserHives(), 0); }
+  EXPECT_EQ(Done().find(TEXT("flush")), WideString::npos) << "there is nothing to unload";
   platform::SetFact(facts::kUserIsElevated, "1");
   ASSERT_TRUE(platform::UseProfile("windows-98", "x86"));
   Restart();
