@@ -116,8 +116,7 @@ HKEY RegKey::Detach() {
 
 BOOL RegKey::Connect(LPCWSTR machine, HKEY predefined) {
   Close();
-  if (RegConnectRegistryW(machine, predefined, handle_.Receive()) != ERROR_SUCCESS) return FALSE;
-  if (!Refresh()) {
+  if (RegConnectRegistryW(machine, predefined, handle_.Receive()) != ERROR_SUCCESS || !Refresh()) {
     Close();
     return FALSE;
   }
