@@ -13,8 +13,8 @@ void StripFraction(Char* text) {
   const std::basic_string_view<Char> whole(text);
   if (whole.find('.') != whole.npos) {
     size_t length = whole.size();
-    while (length > 0 && text[length - 1] == '0') --length;
-    if (length > 0 && text[length - 1] == '.') --length;
+    while (text[length - 1] == '0') --length;
+    if (text[length - 1] == '.') --length;
     text[length] = 0;
   }
   if (text[0] == '-' && text[1] == '0' && text[2] == 0) {

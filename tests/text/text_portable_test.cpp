@@ -84,29 +84,29 @@ TEST(CopyStringTest, CutsAndTerminatesAtEveryCapacity) {
   for (int capacity = -1; capacity <= 8; ++capacity) {
     const size_t room = static_cast<size_t>(std::max(capacity, 0)), kept = room == 3 ? 1 : room - 1;
     const BOOL fits = room > 6;
+    // What lies before and behind each of the buffers stays as well.
     WideString wide[4];
     std::string narrow[2];
-    for (WideString& out : wide) out = WideString(10, '#');
-    for (std::string& out : narrow) out = std::string(20, '#');
-    wide[3].replace(0, 3, TEXT("a\0#"), 3);
-    CopyStringW(wide[0].data(), capacity, text);
-    AnsiToWide(wide[1].data(), capacity, kUtf8, CP_UTF8);
-    EXPECT_EQ(FormatText(wide[2].data(), room, TEXT("%s"), text), fits) << capacity;
-    EXPECT_EQ(AppendText(wide[3].data(), room, TEXT("%s"), text + 1), fits) << capacity;
-    CopyStringA(narrow[0].data(), capacity, "abcde6");
-    EXPECT_EQ(FormatTextA(narrow[1].data(), room, "%s%d", "abcde", 6), room > 6) << capacity;
+    for (WideString& out : wide) out = WideString(12, '#');
+    for (std::string& out : narrow) out = std::string(12, '#');
+    wide[3].replace(1, 2, TEXT("a\0"), 2);
+    CopyStringW(&wide[0][1], capacity, text);
+    AnsiToWide(&wide[1][1], capacity, kUtf8, CP_UTF8);
+    EXPECT_EQ(FormatText(&wide[2][1], room, TEXT("%s"), text), fits) << capacity;
+    EXPECT_EQ(AppendText(&wide[3][1], room, TEXT("%s"), text + 1), fits) << capacity;
+    CopyStringA(&narrow[0][1], capacity, "abcde6");
+    EXPECT_EQ(FormatTextA(&narrow[1][1], room, "%s%d", "abcde", 6), fits) << capacity;
     for (const WideString& out : wide) {
+      const bool appended = &out == &wide[3];
       const WideView whole(text, &out == &wide[1] ? 4 : 6);
-      if (room > 1 || (room == 1 && &out != &wide[3])) {
-        EXPECT_EQ(WideView(out.c_str()), whole.substr(0, kept)) << capacity;
-      }
-      EXPECT_EQ(out[std::max<size_t>(room, 2)], '#') << "wrote behind the buffer";
-      EXPECT_TRUE(room != 0 || out[0] == (&out == &wide[3] ? 'a' : '#'));
+      const WideString untouched = appended ? WideString(TEXT("a")) : WideString(11, '#');
+      EXPECT_EQ(WideView(&out[1]), room > appended ? whole.substr(0, kept) : untouched) << capacity;
+      EXPECT_TRUE(out[0] == '#' && out[std::max<size_t>(room, 2) + 1] == '#') << capacity;
     }
     for (const std::string& out : narrow) {
-      EXPECT_EQ(out.substr(room), std::string(20 - room, '#'));
+      EXPECT_TRUE(out[0] == '#' && out.substr(room + 1) == std::string(11 - room, '#'));
       if (room == 0) continue;
-      EXPECT_EQ(out.c_str(), std::string("abcde6").substr(0, room - 1));
+      EXPECT_EQ(&out[1], std::string("abcde6").substr(0, room - 1));
     }
   }
 }
@@ -199,8 +199,10 @@ TEST(NumberTextTest, ADoubleFitsWholeOrNotAtAll) {
     double value;
     int precision;
     const char* expected;
-  } kCases[] = {{1.5, 6, "1.5"}, {-0.0000001, 6, "0"},       {0, 6, "0"},       {100, 6, "100"},
-                {100, 0, "100"}, {0.1234567, 6, "0.123457"}, {-1.24, 1, "-1.2"}};
+  } kCases[] = {
+      {1.5, 6, "1.5"},   {-0.0000001, 6, "0"}, {0, 6, "0"},       {100, 6, "100"},
+      {100, 0, "100"},   {-5, 1, "-5"},        {-0.5, 1, "-0.5"}, {0.1234567, 6, "0.123457"},
+      {-1.24, 1, "-1.2"}};
   for (const auto& c : kCases) {
     const std::string text = c.expected;
     for (const size_t capacity : {size_t{0}, size_t{1}, text.size(), text.size() + 1}) {
