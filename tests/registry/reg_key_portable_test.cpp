@@ -143,6 +143,7 @@ TEST_F(RegKeyPortableTest, AStringReadIntoTheCallersBufferFitsWholeOrNotAtAll) {
       EXPECT_EQ(buffer[capacity], '#');
     }
   }
+  EXPECT_EQ(key_.ReadString(TEXT("ended"), nullptr, 4, Expand::kYes), 0);
   key_.SetDefaultString(TEXT("x"));
   WCHAR buffer[8];
   EXPECT_EQ(key_.ReadDefaultString(buffer, 8, Expand::kNo), 1);

@@ -318,9 +318,10 @@ TEST_F(RegKeyTest, WhereKeysHaveNoNamesAValueIsMovedUnlessItsLikeIsThere) {
   EXPECT_EQ(ErrorOf([&] { return again.MoveValueFrom(key, TEXT("v"), nullptr); }),
             DWORD{ERROR_NOT_SUPPORTED});
   EXPECT_EQ(View(key.GetString(TEXT("v"))), TEXT("kept"));
-  for (const LPCWSTR older : {TEXT(""), TEXT("older"), TEXT("KEPT")}) {
+  for (const LPCWSTR older : {TEXT(""), TEXT("older"), TEXT("KEPT"), TEXT("kept")}) {
+    const DWORD type = older == WideView(TEXT("kept")) ? REG_EXPAND_SZ : REG_SZ;
     key.SetSz(TEXT("v"), TEXT("kept"));
-    other.SetString(TEXT("v"), older, REG_SZ, DeleteIfEmpty::kYes);
+    other.SetString(TEXT("v"), older, type, DeleteIfEmpty::kYes);
     EXPECT_TRUE(other.MoveValueFrom(key, TEXT("v"), nullptr));
     EXPECT_EQ(View(other.GetString(TEXT("v"))), TEXT("kept"));
     EXPECT_EQ(key.valueCount(), 0u);

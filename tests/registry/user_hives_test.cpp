@@ -101,6 +101,13 @@ TEST_F(UserHivesTest, WhatTheObjectLoadedItUnloadsAndNothingElse) {
   Done();
   ASSERT_TRUE(EnablePrivilege(TEXT("SeRestorePrivilege"), TRUE));
   RegUnLoadKeyW(HKEY_USERS, classes.c_str());
+  platform::SetFact("environment.BOBS", "C:\\Users\\Bob");
+  RegKey folders;
+  folders.OpenRW(HKEY_USERS,
+                 TEXT("%s\\Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders"),
+                 bob_.c_str());
+  EXPECT_TRUE(folders.SetString(TEXT("Local AppData"), TEXT("%BOBS%\\AppData\\Local"),
+                                REG_EXPAND_SZ, DeleteIfEmpty::kNo));
   Done();
   EXPECT_EQ(load_without_memory(), TEXT("on ") + load_classes + unload_classes + TEXT(" off "));
   { UserHives hives(UserHives::kLoadAndUnload); }
