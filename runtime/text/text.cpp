@@ -109,9 +109,8 @@ void AnsiToWide(LPWSTR output, int capacity, LPCSTR source, UINT codePage) {
     return;
   }
   const std::unique_ptr<WCHAR[]> whole(new (std::nothrow) WCHAR[needed]);
-  if (whole == nullptr || MultiByteToWideChar(codePage, 0, source, -1, whole.get(), needed) == 0)
-    return;
-  CopyStringW(output, capacity, whole.get());
+  if (whole != nullptr && MultiByteToWideChar(codePage, 0, source, -1, whole.get(), needed) != 0)
+    CopyStringW(output, capacity, whole.get());
 }
 
 void AnsiToWideCounted(LPWSTR output, int capacity, const BYTE* counted, UINT codePage) {

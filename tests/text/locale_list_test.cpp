@@ -13,8 +13,8 @@ using WideString = std::basic_string<WCHAR>;
 
 // What a system lists, in its order: what is no number first.
 constexpr LPCWSTR kNumbers[] = {
-    TEXT(""),     TEXT("000000407"), TEXT("40/"),      TEXT("40:"),      TEXT("40@"),  TEXT("41g"),
-    TEXT("407 "), TEXT("0000281a"),  TEXT("241A"),     TEXT("00000c0A"), TEXT("200A"), TEXT("814"),
+    TEXT(""),     TEXT("000000407"), TEXT("40/"),      TEXT("40:"),  TEXT("40@"),      TEXT("41g"),
+    TEXT("407 "), TEXT("0000281a"),  TEXT("241A"),     TEXT("200A"), TEXT("00000c0A"), TEXT("814"),
     TEXT("0435"), TEXT("0411"),      TEXT("0000040F"), TEXT("41f"),
 };
 constexpr WCHAR kListed[] = TEXT(
