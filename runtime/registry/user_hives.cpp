@@ -45,12 +45,11 @@ LPCWSTR ProfileKey::GetUserName() {
   if (userName_[0] != 0) return userName_;
   alignas(DWORD) BYTE sid[SECURITY_MAX_SID_SIZE] = {};
   if (ReadBinary(TEXT("Sid"), sid, sizeof(sid)) && IsValidSid(sid)) {
-    WCHAR domain[256];
-    DWORD nameSize = MAX_PATH, domainSize = 256;
+    WCHAR account[MAX_PATH], domain[256];
+    DWORD accountSize = MAX_PATH, domainSize = 256;
     SID_NAME_USE use;
-    if (!LookupAccountSidW(nullptr, sid, userName_, &nameSize, domain, &domainSize, &use)) {
-      userName_[0] = 0;
-    }
+    if (LookupAccountSidW(nullptr, sid, account, &accountSize, domain, &domainSize, &use))
+      CopyStringW(userName_, account);
   }
   if (userName_[0] == 0) {
     const LPCWSTR directory = GetString(TEXT("ProfileImagePath"));
