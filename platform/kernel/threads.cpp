@@ -58,6 +58,8 @@ HANDLE WINAPI CreateThread(LPSECURITY_ATTRIBUTES attributes, SIZE_T stack_size,
     SetLastError(flags != 0 ? ERROR_CALL_NOT_IMPLEMENTED : ERROR_INVALID_PARAMETER);
     return nullptr;
   }
+  // Time must not pass over a thread that goes on working beside the one it started.
+  KnowThisThread();
   // Shared, for the thread may still be releasing when it is known to run.
   const std::shared_ptr<Start> start(new Start{.routine = routine, .parameter = parameter});
   try {

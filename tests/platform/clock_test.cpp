@@ -29,6 +29,31 @@ TEST_F(ClockTest, AWaitDoesNotTimeOutWhileAnotherThreadIsAboutToSignal) {
   worker.join();
 }
 
+TEST_F(ClockTest, TimeStandsStillWhileTheStarterOfASleeperWorks) {
+  static std::atomic<bool> slept, done;
+  slept = done = false;
+  // A thread that has not used the clock yet.
+  std::thread starter([] {
+    const HANDLE sleeper = CreateThread(
+        nullptr, 0,
+        [](LPVOID) WINAPI -> DWORD {
+          Sleep(1000);
+          slept = true;
+          return 0;
+        },
+        nullptr, 0, nullptr);
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_FALSE(slept);
+    EXPECT_EQ(WaitForSingleObject(sleeper, INFINITE), WAIT_OBJECT_0);
+    EXPECT_TRUE(slept);
+    CloseHandle(sleeper);
+    done = true;
+    platform::WakeWaiters();
+  });
+  EXPECT_TRUE(platform::WaitOnClock(platform::kNever, [] { return done.load(); }));
+  starter.join();
+}
+
 TEST_F(ClockTest, PollingMovesTheVirtualClock) {
   const uint64_t deadline = platform::UpTime() + 1000;
   int readings = 0;
