@@ -63,10 +63,7 @@ HeapSid MakeAccountSid(PSID domain, DWORD rid) {
   HeapSid sid = HeapSid::Allocate(GetSidLengthRequired(count + 1));
   SetLastError(ERROR_NOT_ENOUGH_MEMORY);
   if (!sid) return sid;
-  if (!InitializeSid(sid.Get(), GetSidIdentifierAuthority(domain), count + 1)) {
-    sid.Reset();
-    return sid;
-  }
+  if (!InitializeSid(sid.Get(), GetSidIdentifierAuthority(domain), count + 1)) return HeapSid();
   for (BYTE i = 0; i < count; ++i) {
     *GetSidSubAuthority(sid.Get(), i) = *GetSidSubAuthority(domain, i);
   }
@@ -104,7 +101,6 @@ HeapSid GetAccountSid(LPCWSTR account) {
       !FormatText(qualified, TEXT("%s\\%s"), static_cast<LPCWSTR>(computer), account)) {
     return HeapSid();
   }
-  sid.Reset();
   return GetAccountSid(qualified);
 }
 
@@ -121,10 +117,7 @@ WCHAR GetCurrentUserSidString(LPWSTR output) {
 BOOL IsSystemAccount() {
   WCHAR sid[kSidTextCapacity];
   GetCurrentUserSidString(sid);
-  for (const LPCWSTR system : {TEXT("S-1-5-18"), TEXT(".DEFAULT"), TEXT("LocalSystem")}) {
-    if (EqualAsciiNoCase(sid, system)) return TRUE;
-  }
-  return FALSE;
+  return View(sid) == TEXT("S-1-5-18");
 }
 
 BOOL LookupAccountByRid(LPCWSTR server, DWORD rid, LPWSTR output, DWORD* capacity) {
@@ -135,14 +128,12 @@ BOOL LookupAccountByRid(LPCWSTR server, DWORD rid, LPWSTR output, DWORD* capacit
       network.userModalsGet(server, kDomainLevel, reinterpret_cast<BYTE**>(&domain));
   if (status != ERROR_SUCCESS) return FailWith(status);
   BOOL found = FALSE;
-  HeapSid sid = MakeAccountSid(domain->usrmod2_domain_id, rid);
-  if (sid) {
+  if (const HeapSid sid = MakeAccountSid(domain->usrmod2_domain_id, rid)) {
     WCHAR domainName[kDomainCapacity];
     DWORD domainSize = kDomainCapacity;
     SID_NAME_USE use;
     found = LookupAccountSidW(server, sid.Get(), output, capacity, domainName, &domainSize, &use);
   }
-  sid.Reset();
   const LastErrorScope scope;
   network.bufferFree(domain);
   return found;

@@ -16,7 +16,6 @@ class CommandLine {
 
   explicit operator bool() const { return text_ != nullptr; }
   LPWSTR text() { return text_.get(); }
-  void Free() { text_.reset(); }
 
  private:
   std::unique_ptr<WCHAR[]> text_;

@@ -5,6 +5,7 @@
 #include "runtime/core/startup_context.h"
 #include "runtime/ipc/administrator.h"
 #include "runtime/ipc/command_line.h"
+#include "runtime/ipc/deadline.h"
 #include "runtime/ipc/process_token.h"
 #include "runtime/ipc/waits.h"
 #include "runtime/text/wide_text.h"
@@ -15,8 +16,16 @@ namespace {
 
 constexpr DWORD kRetryDelay = 3000;
 
-// Tries to start the command line; the process, or empty with the last try's last error.
-UniqueHandle StartWithRetries(CommandLine& line, int show, int attempts) {
+// Starts the command line, trying up to `attempts` times; the process, or empty with the last try's
+// last error. Failures are reported unless quiet, those of memory as `noMemory`.
+UniqueHandle StartWithRetries(LPCWSTR commandLine, int show, int attempts, Quiet quiet,
+                              LPCWSTR noMemory) {
+  CommandLine line(commandLine);
+  if (!line) {
+    if (quiet == Quiet::kNo) ShowInternalError(noMemory);
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return UniqueHandle();
+  }
   STARTUPINFOW startup = StartupInfo(show);
   PROCESS_INFORMATION started = {};
   SetLastError(ERROR_INVALID_PARAMETER);
@@ -28,22 +37,19 @@ UniqueHandle StartWithRetries(CommandLine& line, int show, int attempts) {
     }
     if (remaining > 1) Sleep(kRetryDelay);
   }
+  if (quiet == Quiet::kNo) ShowLastError(TEXT("CreateProcess"));
   return UniqueHandle();
 }
 
 // Handles the thread's messages until the process has ended, the time is over or the thread must
 // quit.
 void WaitPumping(HANDLE process, DWORD timeout) {
-  const DWORD start = GetTickCount();
-  DWORD left = timeout;
-  while (PumpMessages(nullptr)) {
-    if (MsgWaitForMultipleObjects(1, &process, FALSE, left, QS_ALLINPUT) != WAIT_OBJECT_0 + 1) {
+  Deadline deadline(timeout);
+  while (PumpMessages(nullptr) && deadline.Update()) {
+    if (MsgWaitForMultipleObjects(1, &process, FALSE, deadline.left(), QS_ALLINPUT) !=
+        WAIT_OBJECT_0 + 1) {
       return;
     }
-    if (timeout == INFINITE) continue;
-    const DWORD elapsed = GetTickCount() - start;
-    if (elapsed >= timeout) return;
-    left = timeout - elapsed;
   }
 }
 
@@ -64,17 +70,9 @@ Function FindRedirectionFunction(LPCSTR name) {
 BOOL MyCreateProcess(LPCWSTR commandLine, int show, int attempts, Wait wait, DWORD timeout,
                      Quiet quiet, DWORD* exitCode) {
   if (exitCode != nullptr) *exitCode = 0;
-  CommandLine line(commandLine);
-  if (!line) {
-    if (quiet == Quiet::kNo) ShowInternalError(TEXT("MyCreateProcess _tcsdup"));
-    return FailWith(ERROR_NOT_ENOUGH_MEMORY);
-  }
-  const UniqueHandle process = StartWithRetries(line, show, attempts);
-  if (!process) {
-    if (quiet == Quiet::kNo) ShowLastError(TEXT("CreateProcess"));
-    return FALSE;
-  }
-  line.Free();
+  const UniqueHandle process =
+      StartWithRetries(commandLine, show, attempts, quiet, TEXT("MyCreateProcess _tcsdup"));
+  if (!process) return FALSE;
   if (wait == Wait::kYes) WaitPumping(process.Get(), timeout);
   DWORD code = 0;
   GetExitCodeProcess(process.Get(), &code);
@@ -87,14 +85,9 @@ BOOL CreateProcessWithProgress(LPCWSTR commandLine, int show, int attempts, DWOR
   if (View(className).empty()) {
     return MyCreateProcess(commandLine, show, attempts, Wait::kYes, timeout, Quiet::kNo, nullptr);
   }
-  CommandLine line(commandLine);
-  if (!line) return ReportNoMemory(TEXT("could not allocate buffer for CreateProcess"));
-  const UniqueHandle process = StartWithRetries(line, show, attempts);
-  if (!process) {
-    ShowLastError(TEXT("CreateProcess"));
-    return FALSE;
-  }
-  line.Free();
+  const UniqueHandle process = StartWithRetries(
+      commandLine, show, attempts, Quiet::kNo, TEXT("could not allocate buffer for CreateProcess"));
+  if (!process) return FALSE;
   const HANDLE handle = process.Get();
   return WaitForMultipleObjectsWithProgress(&handle, 1, FALSE, timeout, className, title, text,
                                             cancelText);

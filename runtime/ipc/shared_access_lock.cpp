@@ -29,9 +29,7 @@ BOOL CSharedAccessLock::Init(LPCWSTR lockMutexName, LPCWSTR countMappingName,
   }
   lockMutex_ = CreateMutexW(nullptr, FALSE, lockMutexName);
   if (lockMutex_ == nullptr) return FALSE;
-  held_ = FALSE;
   userCount_.Create(countMappingName, TRUE, countMutexName);
-  ownEntries_ = 0;
   return TRUE;
 }
 

@@ -26,9 +26,8 @@ BOOL CSharedCounter::Create(LPCWSTR mappingName, BOOL useMutex, LPCWSTR mutexNam
 BOOL CSharedCounter::MapCounter(LPCWSTR mappingName) {
   const LockScope lock(*this);
   if (IsOpen()) return TRUE;
-  const Creation creation = MapBlock(TRUE, mappingName, sizeof(LONG), Quiet::kNo);
-  if (creation == kCreated) Value() = 0;
-  return creation != kNotCreated;
+  // A new block is zeroed.
+  return MapBlock(TRUE, mappingName, sizeof(LONG), Quiet::kNo) != kNotCreated;
 }
 
 BOOL CSharedCounter::Replace(LONG expected, LONG value) {

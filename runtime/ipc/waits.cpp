@@ -7,6 +7,7 @@
 #include "runtime/core/handles.h"
 #include "runtime/core/messages.h"
 #include "runtime/core/startup_context.h"
+#include "runtime/ipc/deadline.h"
 #include "runtime/printing/printer_handle.h"
 #include "runtime/text/wide_text.h"
 #include "runtime/ui/progress_window.h"
@@ -51,29 +52,6 @@ class PendingObjects {
   const HANDLE* handles_;
   DWORD count_;
   std::unique_ptr<HANDLE[]> copy_;
-};
-
-// A time-out on the system's 32-bit tick count, which may pass through zero.
-class Deadline {
- public:
-  explicit Deadline(DWORD timeout) : start_(GetTickCount()), timeout_(timeout), left_(timeout) {}
-  BOOL IsFinite() const { return timeout_ != INFINITE; }
-  // FALSE when the time has run out.
-  BOOL Update() {
-    if (!IsFinite()) return TRUE;
-    const DWORD elapsed = GetTickCount() - start_;
-    if (elapsed >= timeout_) return FALSE;
-    left_ = timeout_ - elapsed;
-    return TRUE;
-  }
-  DWORD left() const { return left_; }
-  int start() const { return static_cast<int>(start_); }
-  int end() const { return static_cast<int>(start_ + timeout_); }
-
- private:
-  DWORD start_;
-  DWORD timeout_;
-  DWORD left_;
 };
 
 BOOL OpenWindow(CProgressWnd& window, const Deadline& deadline, LPCWSTR className, LPCWSTR title,

@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
+#include <string>
+
 #include "runtime/ipc/object_names.h"
 #include "runtime/text/wide_text.h"
-
-#include <string>
 
 namespace kv {
 namespace {
@@ -19,46 +21,63 @@ WideString Shape(LPCWSTR text) {
   return shape;
 }
 
-TEST(ObjectNamesTest, ScopedNamesAreWholeOrEmpty) {
-  EXPECT_EQ(View(CMutexName(ObjectScopeLocal, TEXT("CCustomPapersAccessManager"))),
-            TEXT("Local\\KV8_LocalMutex_CCustomPapersAccessManager"));
-  EXPECT_EQ(View(CMutexName(ObjectScopeGlobal, TEXT("CCustomPapersAccessManager"))),
-            TEXT("Global\\KV8_GlobalMutex_CCustomPapersAccessManager"));
-  EXPECT_EQ(View(CEventName(ObjectScopeLocal, TEXT("x"))), TEXT("Local\\KV8_LocalEvent_x"));
+TEST(ObjectNamesTest, NamesAreWholeOrEmptyAndStayInTheirBuffer) {
+  const struct {
+    std::function<void(LPWSTR output, int capacity)> make;
+    int least;  // the capacity
+    LPCWSTR name;
+  } kRows[] = {
+      {GetObjectPrefix, 4, TEXT("KV8")},
+      {[](auto... output) { MakeObjectName(0, TEXT("Mutex"), TEXT("x"), output...); }, 128,
+       TEXT("Global\\KV8_GlobalMutex_x")},
+      {[](auto... output) { MakeObjectName(1, TEXT("Event"), nullptr, output...); }, 128,
+       TEXT("Local\\KV8_LocalEvent_")},
+      {[](auto... output) { MakeWndClassName(TEXT("Setup"), output...); }, 18,
+       TEXT("KV8_SetupWndClass")},
+      {[](auto... output) { MakePipeName(TEXT(""), TEXT("b"), 3, output...); }, 260,
+       TEXT("\\\\.\\pipe\\KV8_b_00000003")},
+      {[](auto... output) { MakeSessionName(TEXT("x"), 16, output...); }, 11, TEXT("x_00000010")},
+      {[](auto... output) { MakeProductName(TEXT("Text"), output...); }, 8, TEXT("KV8Text")},
+      {[](auto... output) { MakeProductName(TEXT("a%sb"), output...); }, 6, TEXT("aKV8b")},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(&row - kRows);
+    row.make(nullptr, 260);
+    WCHAR name[MAX_PATH + 1];
+    for (const int capacity : {-1, 0, 1, 3, row.least - 1, row.least}) {
+      std::fill_n(name, MAX_PATH + 1, WCHAR{'#'});
+      row.make(name, capacity);
+      if (capacity <= 0) {
+        EXPECT_EQ(name[0], '#');
+      } else {
+        EXPECT_EQ(View(name), capacity < row.least ? TEXT("") : row.name) << capacity;
+      }
+      EXPECT_EQ(name[std::max(capacity, 0)], '#') << capacity;
+    }
+  }
+}
+
+TEST(ObjectNamesTest, ObjectsOfEachKindAndScope) {
+  EXPECT_EQ(View(CMutexName(ObjectScopeLocal, TEXT("x"))), TEXT("Local\\KV8_LocalMutex_x"));
+  EXPECT_EQ(View(CEventName(ObjectScopeGlobal, TEXT("x"))), TEXT("Global\\KV8_GlobalEvent_x"));
   EXPECT_EQ(View(CSharedMemoryName(ObjectScopeLocal, TEXT("x"))),
             TEXT("Local\\KV8_LocalSharedMemory_x"));
-  const size_t around = View(CMutexName(ObjectScopeGlobal, TEXT(""))).size();
-  const struct {
-    int scope;
-    int capacity;
-    size_t baseLength;
-    bool made;
-  } kCases[] = {
-      {0, 128, 5, true},   {0, 127, 5, false},           {2, 260, 5, false},
-      {-1, 260, 5, false}, {0, 128, 127 - around, true}, {0, 128, 128 - around, false},
-  };
-  for (const auto& c : kCases) {
-    WCHAR name[MAX_PATH + 1] = {'#'};
-    name[c.capacity] = '#';
-    MakeObjectName(c.scope, TEXT("Mutex"), WideString(c.baseLength, 'b').c_str(), name, c.capacity);
-    EXPECT_EQ(View(name).size(), c.made ? around + c.baseLength : 0u) << &c - kCases;
-    EXPECT_EQ(name[c.capacity], '#');
-  }
-  MakeObjectName(0, TEXT("Mutex"), TEXT("b"), nullptr, 260);
+  for (const int scope : {-1, 2}) EXPECT_EQ(View(CMutexName(scope, TEXT("x"))), TEXT(""));
+  // "Global\KV8_GlobalMutex_" has 23 characters.
+  EXPECT_EQ(View(CMutexName(0, WideString(236, 'b').c_str())).size(), 259u);
+  EXPECT_EQ(View(CMutexName(0, WideString(237, 'b').c_str())), TEXT(""));
 }
 
 TEST(ObjectNamesTest, WindowClassesAndPipesTakeATagForAMissingBase) {
-  EXPECT_EQ(View(CWndClassName(TEXT("Setup"))), TEXT("KV8_SetupWndClass"));
   for (const LPCWSTR base : {static_cast<LPCWSTR>(nullptr), TEXT("")}) {
-    EXPECT_EQ(Shape(CWndClassName(base)), Shape(TEXT("KV8_00000000:00000000WndClass")));
+    const DWORD before = GetTickCount();
+    const WideString name(CWndClassName{base});
+    EXPECT_EQ(Shape(name.c_str()), Shape(TEXT("KV8_00000000:00000000WndClass")));
+    EXPECT_EQ(ParseHex(name.substr(4, 8).c_str()), GetCurrentThreadId());
+    EXPECT_LE(ParseHex(name.substr(13, 8).c_str()) - before, GetTickCount() - before);
     EXPECT_EQ(Shape(CPipeName(nullptr, base, SessionNone)),
               Shape(TEXT("\\\\.\\pipe\\KV8_00000000:00000000")));
   }
-  WCHAR tagged[64];
-  const DWORD thread = GetCurrentThreadId();
-  MakeWndClassName(nullptr, tagged, 64);
-  EXPECT_EQ(ParseHex(WideString(tagged).substr(4, 8).c_str()), thread);
-  EXPECT_EQ(View(CWndClassName(WideString(260, 'b').c_str())), TEXT(""));
 }
 
 TEST(ObjectNamesTest, PipesCarryServerAndSession) {
@@ -68,48 +87,43 @@ TEST(ObjectNamesTest, PipesCarryServerAndSession) {
     LPCWSTR name;
   } kCases[] = {
       {nullptr, SessionNone, TEXT("\\\\.\\pipe\\KV8_b")},
-      {TEXT(""), 3, TEXT("\\\\.\\pipe\\KV8_b_00000003")},
       {TEXT("host"), 10, TEXT("\\\\host\\pipe\\KV8_b_0000000A")},
       {TEXT("host"), -3, TEXT("\\\\host\\pipe\\KV8_b_FFFFFFFD")},
   };
   for (const auto& c : kCases) EXPECT_EQ(View(CPipeName(c.server, TEXT("b"), c.session)), c.name);
   // "\\.\pipe\KV8_" has 13 characters, the session 9.
-  EXPECT_EQ(View(CPipeName(nullptr, WideString(246, 'b').c_str(), SessionNone)).size(), 259u);
-  EXPECT_EQ(View(CPipeName(nullptr, WideString(247, 'b').c_str(), SessionNone)).size(), 0u);
-  EXPECT_EQ(View(CPipeName(nullptr, WideString(237, 'b').c_str(), 0)).size(), 259u);
-  EXPECT_EQ(View(CPipeName(nullptr, WideString(238, 'b').c_str(), 0)).size(), 0u);
-  WCHAR name[MAX_PATH] = {'#'};
-  MakePipeName(nullptr, TEXT("b"), 0, name, MAX_PATH - 1);
-  EXPECT_EQ(View(name), TEXT(""));
+  for (const auto& [base, session] : {std::pair{246, int{SessionNone}}, {237, 0}}) {
+    EXPECT_EQ(View(CPipeName(nullptr, WideString(base, 'b').c_str(), session)).size(), 259u);
+    EXPECT_EQ(View(CPipeName(nullptr, WideString(base + 1, 'b').c_str(), session)), TEXT(""));
+  }
 }
 
-TEST(ObjectNamesTest, SessionAndProductNames) {
-  WCHAR name[32];
-  const WCHAR input[] = TEXT("x");
-  EXPECT_EQ(MakeSessionName(input, 16, name, 32), 'x');
-  EXPECT_EQ(View(name), TEXT("x_00000010"));
-  EXPECT_EQ(View(input), TEXT("x"));
+TEST(ObjectNamesTest, SessionsAreAddedInPlaceAndElsewhere) {
+  WCHAR name[32] = TEXT("x_00000010");
   EXPECT_EQ(MakeSessionName(name, 0, name, 20), 'x');
   EXPECT_EQ(View(name), TEXT("x_00000010_00000000"));
   EXPECT_EQ(MakeSessionName(name, 0, name, 28), 0) << "one too few";
-  EXPECT_EQ(MakeSessionName(input, 0, name, 10), 0);
-  EXPECT_EQ(MakeSessionName(input, SessionCurrent, name, 32), 'x');
-  EXPECT_EQ(View(name).size(), 10u);
-
-  MakeProductName(TEXT("Text"), name, 32);
-  EXPECT_EQ(View(name), TEXT("KV8Text"));
-  MakeProductName(TEXT("a%sb"), name, 32);
-  EXPECT_EQ(View(name), TEXT("aKV8b"));
-  MakeProductName(TEXT("a%sb"), name, 5);
   EXPECT_EQ(View(name), TEXT(""));
-  MakeProductName(TEXT("100%% %s %d%s%"), name, 32);
-  EXPECT_EQ(View(name), TEXT("100% KV8 %d%s%")) << "one argument is all there is";
-  MakeProductName(TEXT("a%%sb"), name, 32);
-  EXPECT_EQ(View(name), TEXT("a%sb"));
+  EXPECT_EQ(MakeSessionName(TEXT("x"), SessionCurrent, name, 32), 'x');
+  EXPECT_EQ(Shape(name), TEXT("x_00000000"));
   EXPECT_EQ(MakeSessionName(nullptr, 0, name, 32), 0);
   EXPECT_EQ(View(name), TEXT(""));
-  GetObjectPrefix(name, 3);
-  EXPECT_EQ(View(name), TEXT(""));
+}
+
+TEST(ObjectNamesTest, ProductNamesTakeTheFirstPlaceForThePrefix) {
+  const struct {
+    LPCWSTR text, name;
+  } kCases[] = {
+      {nullptr, TEXT("KV8")},
+      {TEXT("100%% %s %d%s%"), TEXT("100% KV8 %d%s%")},
+      {TEXT("a%%sb"), TEXT("a%sb")},
+      {TEXT("%%d"), TEXT("KV8%%d")},
+  };
+  for (const auto& c : kCases) {
+    WCHAR name[32] = {'#'};
+    MakeProductName(c.text, name, 32);
+    EXPECT_EQ(View(name), c.name);
+  }
 }
 
 }  // namespace

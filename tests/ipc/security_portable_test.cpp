@@ -11,6 +11,7 @@
 #include "runtime/ipc/accounts.h"
 #include "runtime/ipc/administrator.h"
 #include "runtime/ipc/descriptor_tests.h"
+#include "runtime/ipc/open_security_attributes.h"
 #include "runtime/ipc/process_token.h"
 #include "runtime/ipc/sid_text.h"
 #include "runtime/text/wide_text.h"
@@ -44,19 +45,15 @@ TEST_F(SecurityPortableTest, SidsAsText) {
     EXPECT_EQ(SidToString(sid, text), static_cast<int>(WideView(row.text).size()));
     EXPECT_EQ(WideView(text), row.text);
   }
-  WCHAR text[kSidTextCapacity] = {TEXT('x')};
+  WCHAR text[kSidTextCapacity + 1] = {TEXT('x')};
   EXPECT_EQ(SidToString(nullptr, text), 0);
   EXPECT_EQ(text[0], 0);
-}
-
-TEST_F(SecurityPortableTest, TheLongestTextFits) {
-  alignas(4) BYTE sid[8 + 4 * SID_MAX_SUB_AUTHORITIES];
-  memset(sid, 255, sizeof(sid));
-  sid[0] = 1;
-  sid[1] = SID_MAX_SUB_AUTHORITIES;
-  WCHAR text[kSidTextCapacity + 1];
+  alignas(4) BYTE longest[8 + 4 * SID_MAX_SUB_AUTHORITIES];
+  memset(longest, 255, sizeof(longest));
+  longest[0] = 1;
+  longest[1] = SID_MAX_SUB_AUTHORITIES;
   text[kSidTextCapacity] = TEXT('x');
-  EXPECT_EQ(SidToString(sid, text), kSidTextCapacity - 1);
+  EXPECT_EQ(SidToString(longest, text), 183);
   EXPECT_EQ(text[kSidTextCapacity], TEXT('x'));
 }
 
@@ -71,16 +68,6 @@ TEST_F(SecurityPortableTest, TheUserOfTheProcess) {
   EXPECT_LE(elevated, 1u);
   EXPECT_GE(level, kLowIntegrity);
   EXPECT_EQ(GetIntegrityLevel(), level);
-}
-
-TEST_F(SecurityPortableTest, PrivilegesAreSwitched) {
-  EXPECT_EQ(HasPrivilege(TEXT("SeNoSuchPrivilege")), -1);
-  EXPECT_FALSE(EnablePrivilege(TEXT("SeNoSuchPrivilege"), TRUE));
-  EXPECT_EQ(HasPrivilege(TEXT("SeChangeNotifyPrivilege")), 1);
-  ASSERT_TRUE(EnablePrivilege(SE_SHUTDOWN_NAME, TRUE));
-  EXPECT_EQ(HasPrivilege(SE_SHUTDOWN_NAME), 1);
-  EXPECT_TRUE(EnablePrivilege(SE_SHUTDOWN_NAME, FALSE));
-  EXPECT_EQ(HasPrivilege(SE_SHUTDOWN_NAME), 0);
 }
 
 TEST_F(SecurityPortableTest, ReadersByTheFirstEntryThatCounts) {
@@ -113,32 +100,43 @@ TEST_F(SecurityPortableTest, ReadersByTheFirstEntryThatCounts) {
   EXPECT_EQ(UsersCanRead(&open), -1) << "no list";
   ASSERT_TRUE(SetSecurityDescriptorDacl(&open, TRUE, nullptr, FALSE));
   EXPECT_EQ(UsersCanRead(&open), -1) << "a null list has no entries to look at";
+  EXPECT_EQ(IsOwnerAdministrators(&open), -1) << "no owner";
+  // An entry that allows the group to read, but on a condition.
+  alignas(4) BYTE list[] = {2, 0, 32, 0, 1, 0, 0, 0, 9,  0, 24, 0, 0,  0, 2, 0,
+                            1, 2, 0,  0, 0, 0, 0, 5, 32, 0, 0,  0, 33, 2, 0, 0};
+  ASSERT_TRUE(SetSecurityDescriptorDacl(&open, TRUE, reinterpret_cast<PACL>(list), FALSE));
+  EXPECT_EQ(UsersCanRead(&open), 0);
+  list[8] = ACCESS_ALLOWED_ACE_TYPE;
+  EXPECT_EQ(UsersCanRead(&open), 1);
+  open.Revision = 7;
+  EXPECT_EQ(UsersCanRead(&open), -1);
+  EXPECT_EQ(IsOwnerAdministrators(&open), -1);
 }
 
-TEST_F(SecurityPortableTest, LabelsTravelBetweenDescriptors) {
-  PSECURITY_DESCRIPTOR labelled = nullptr;
-  ASSERT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorW(
-      TEXT("S:(ML;;NW;;;LW)"), SDDL_REVISION_1, &labelled, nullptr));
-  BOOL present = FALSE, defaulted = TRUE;
-  PACL list = nullptr;
-  ASSERT_TRUE(GetSecurityDescriptorSacl(labelled, &present, &list, &defaulted));
-  EXPECT_TRUE(present);
-  EXPECT_FALSE(defaulted);
-  ASSERT_EQ(list->AceCount, 1);
-  void* entry = nullptr;
-  ASSERT_TRUE(GetAce(list, 0, &entry));
-  EXPECT_EQ(static_cast<ACE_HEADER*>(entry)->AceType, SYSTEM_MANDATORY_LABEL_ACE_TYPE);
-  SECURITY_DESCRIPTOR borrower = {};
-  ASSERT_TRUE(InitializeSecurityDescriptor(&borrower, SECURITY_DESCRIPTOR_REVISION));
-  ASSERT_TRUE(SetSecurityDescriptorSacl(&borrower, TRUE, list, FALSE));
-  EXPECT_EQ(borrower.Sacl, list);
-  EXPECT_FALSE(SetSecurityDescriptorSacl(labelled, TRUE, list, FALSE)) << "self-relative";
-  LocalFree(labelled);
-  for (const LPCWSTR wrong : {TEXT("D:(A;;RC;;BU)"), TEXT("D:(Q;;RC;;;BU)"), TEXT("Q:BA"),
-                              TEXT("D:(A;;RC;;;BU"), TEXT("O:QQ")}) {
-    PSECURITY_DESCRIPTOR none = nullptr;
-    EXPECT_FALSE(ConvertStringSecurityDescriptorToSecurityDescriptorW(wrong, SDDL_REVISION_1, &none,
-                                                                      nullptr));
+TEST_F(SecurityPortableTest, OpenAttributesLetEverybodyInAndSinceVistaEveryLevelWrite) {
+  for (const auto& [system, inherit] : {std::pair{kWindowsVista, TRUE}, {kServer2003, FALSE}}) {
+    startupContext.platform.ntKind = system;
+    const COpenSecurityAttributes attributes(inherit);
+    ASSERT_NE(attributes.Get(), nullptr);
+    EXPECT_EQ(attributes.Get()->nLength, sizeof(SECURITY_ATTRIBUTES));
+    EXPECT_EQ(attributes.Get()->bInheritHandle, inherit);
+    const PSECURITY_DESCRIPTOR descriptor = attributes.Get()->lpSecurityDescriptor;
+    BOOL present = FALSE, defaulted = TRUE;
+    PACL list = reinterpret_cast<PACL>(this);
+    EXPECT_TRUE(GetSecurityDescriptorDacl(descriptor, &present, &list, &defaulted));
+    EXPECT_TRUE(present && list == nullptr && !defaulted);
+    EXPECT_TRUE(GetSecurityDescriptorSacl(descriptor, &present, &list, &defaulted));
+    ASSERT_EQ(present, system == kWindowsVista);
+    if (!present) continue;
+    void* entry = nullptr;
+    ASSERT_TRUE(GetAce(list, 0, &entry));
+    // Labels are laid out like entries that allow.
+    const auto& label = *static_cast<ACCESS_ALLOWED_ACE*>(entry);
+    EXPECT_EQ(label.Header.AceType, SYSTEM_MANDATORY_LABEL_ACE_TYPE);
+    EXPECT_EQ(label.Mask, 1u) << "no write up";
+    WCHAR level[kSidTextCapacity];
+    SidToString(const_cast<DWORD*>(&label.SidStart), level);
+    EXPECT_EQ(WideView(level), TEXT("S-1-16-4096")) << "low";
   }
 }
 

@@ -4,15 +4,10 @@
 #include <atomic>
 #include <random>
 
-#include "platform/control/message_boxes.h"
-#include "platform/control/profiles.h"
-#include "runtime/core/messages.h"
-#include "runtime/ipc/open_security_attributes.h"
 #include "runtime/ipc/shared_access_lock.h"
 #include "runtime/ui/progress_window.h"
-#include "tests/support/helper_thread.h"
+#include "tests/ipc/ipc_test.h"
 #include "tests/support/peer.h"
-#include "tests/support/runtime_test.h"
 
 namespace kv::test {
 namespace {
@@ -31,7 +26,7 @@ LONG Entries() {
   return counter.Create(kCount, TRUE, kCountMutex) ? counter.Get() : -1000;
 }
 
-class SharedLockTest : public RuntimeTest {
+class SharedLockTest : public IpcTest {
  protected:
   // Starts a peer that enters and stays inside; returns when it is inside.
   pid_t Enterer(BOOL exclusive) {
@@ -47,19 +42,28 @@ class SharedLockTest : public RuntimeTest {
     CloseHandle(inside);
     return peer;
   }
+  bool PeerEnters(BOOL exclusive) {
+    return RunPeer(directory(), [=] { return TestLock().Enter(exclusive, 0) ? 1 : 0; }) == 1;
+  }
   static void Kill(pid_t peer) {
     kill(peer, SIGKILL);
     FinishPeer(peer);
   }
 };
 
-TEST_F(SharedLockTest, TheBlockIsOneNumberThatTheFirstProcessMakes) {
+TEST_F(SharedLockTest, TheCountIsOneNumberThatTheFirstProcessMakes) {
   CSharedCounter counter, ours;
-  EXPECT_EQ(counter.Get(), 0) << "nothing to touch yet";
+  EXPECT_EQ(counter.Increment(), 0) << "nothing to touch yet";
+  EXPECT_FALSE(counter.Replace(0, 1));
+  counter.DecrementAboveZero();
   ASSERT_TRUE(ours.Create(TEXT("Ours"), FALSE, nullptr));
   EXPECT_EQ(ours.Increment(), 1) << "guarded within the process";
+  platform::FailCall("CreateMutexW", 1, ERROR_ACCESS_DENIED);
+  EXPECT_FALSE(counter.Create(kCount, TRUE, kCountMutex));
+  EXPECT_FALSE(counter.IsOpen());
   ASSERT_TRUE(counter.Create(kCount, TRUE, kCountMutex));
   EXPECT_EQ(counter.Increment(), 1);
+  EXPECT_TRUE(counter.Create(TEXT("another"), TRUE, TEXT("other"))) << "it stays what it is";
   EXPECT_EQ(RunPeer(directory(),
                     [] {
                       CSharedCounter theirs;
@@ -68,50 +72,79 @@ TEST_F(SharedLockTest, TheBlockIsOneNumberThatTheFirstProcessMakes) {
                     }),
             2);
   CSharedMemory block;
-  EXPECT_EQ(block.CreateMutex(kCountMutex), kExisted);
-  EXPECT_TRUE(block.OpenMutex(TEXT("unused: there is one")));
   EXPECT_EQ(block.Map(FALSE, kCount, 0, Quiet::kNo), kExisted);
   EXPECT_EQ(memcmp(block.view(), "\2\0\0\0", 4), 0);
-  EXPECT_EQ(std::basic_string<WCHAR>(block.name()), kCount);
-  EXPECT_EQ(block.Map(FALSE, block.name(), 0, Quiet::kNo), kExisted) << "again, by its own name";
-  EXPECT_EQ(std::basic_string<WCHAR>(block.name()), kCount);
-  EXPECT_EQ(counter.Decrement(), 1);
-  block.Close();
-  EXPECT_EQ(std::basic_string<WCHAR>(block.name()), TEXT(""));
-  // A missing block is reported unless quiet, and leaves the object closed.
-  platform::AnswerNextBox(IDOK);
-  EXPECT_EQ(block.Map(FALSE, TEXT("none"), 0, Quiet::kNo), kNotCreated);
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
-  EXPECT_NE(platform::ShownBoxes().back().text.find(TEXT("OpenFileMapping")), size_t(-1));
-  EXPECT_EQ(block.Map(FALSE, TEXT("none"), 0, Quiet::kYes), kNotCreated);
+  EXPECT_FALSE(counter.Replace(1, 7));
+  EXPECT_EQ(counter.Get(), 2);
+  EXPECT_TRUE(counter.Replace(2, 1));
+  counter.DecrementAboveZero();
+  EXPECT_EQ(counter.Get(), 0);
+  counter.DecrementAboveZero();
+  EXPECT_EQ(counter.Get(), 0);
+  EXPECT_EQ(counter.Decrement(), -1);
+}
+
+TEST_F(SharedLockTest, BlocksAreMadeOpenedAndLetGo) {
+  constexpr WCHAR kName[] = TEXT("Block");
+  CSharedMemory block, other;
+  EXPECT_EQ(block.CreateMutex(TEXT("M")), kCreated);
+  EXPECT_EQ(block.CreateMutex(TEXT("unused: there is one")), kExisted);
+  EXPECT_EQ(other.CreateMutex(TEXT("M")), kExisted);
+  EXPECT_TRUE(other.OpenMutex(TEXT("unused: there is one")));
+  EXPECT_EQ(block.Map(TRUE, kName, 8, Quiet::kNo), kCreated);
+  EXPECT_EQ(other.Map(TRUE, kName, 8, Quiet::kNo), kExisted);
+  EXPECT_EQ(WideView(other.name()), kName);
+  EXPECT_EQ(other.Map(FALSE, other.name(), 0, Quiet::kNo), kExisted) << "again, by its own name";
+  EXPECT_EQ(WideView(other.name()), kName);
+  // What fails is reported unless quiet, and leaves the object closed.
+  struct Failure {
+    LPCSTR call;
+    BOOL create;
+    LPCWSTR report;
+  };
+  for (const Failure& failure : {Failure{"OpenFileMappingW", FALSE, TEXT("OpenFileMapping failed")},
+                                 {"CreateFileMappingW", TRUE, TEXT("CreateFileMapping failed")},
+                                 {"MapViewOfFile", FALSE, TEXT("MapViewOfFile failed")}}) {
+    for (const Quiet quiet : {Quiet::kYes, Quiet::kNo}) {
+      EXPECT_TRUE(other.OpenMutex(TEXT("M")));
+      EXPECT_NE(other.Map(TRUE, kName, 8, Quiet::kNo), kNotCreated);
+      if (quiet == Quiet::kNo) platform::AnswerNextBox(IDOK);
+      platform::FailCall(failure.call, 1, ERROR_BUSY);
+      EXPECT_EQ(other.Map(failure.create, kName, 8, quiet), kNotCreated);
+      EXPECT_EQ(GetLastError(), DWORD{ERROR_BUSY});
+      EXPECT_EQ(other.view(), nullptr);
+      EXPECT_EQ(WideView(other.name()), TEXT(""));
+      EXPECT_FALSE(other.OpenMutex(TEXT("none")));
+    }
+    EXPECT_TRUE(platform::ShownBoxes().back().text.starts_with(failure.report));
+  }
   EXPECT_EQ(block.Map(TRUE, nullptr, 8, Quiet::kNo), kCreated) << "a block of its own";
-  EXPECT_FALSE(block.OpenMutex(TEXT("none")));
-  EXPECT_EQ(block.CreateMutex(TEXT("new")), kCreated);
+  EXPECT_EQ(WideView(block.name()), TEXT(""));
 }
 
 TEST_F(SharedLockTest, ACriticalSectionIsTriedOnceOrForAWhile) {
   CCriticalSection section;
   section.Initialize();
-  section.Enter();
-  EXPECT_TRUE(section.TryEnterFor(0)) << "the owner enters again";
-  section.Leave();
-  HelperThread([&] {
-    EXPECT_FALSE(section.TryEnterFor(0));
-    const DWORD before = GetTickCount();
-    EXPECT_FALSE(section.TryEnterFor(1000));
-    EXPECT_NEAR(GetTickCount() - before, 1100, 100);
-  });
-  HelperThread waiter([&] {
-    EXPECT_TRUE(section.TryEnterFor(5000));
-    section.Leave();
+  const HANDLE taken = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+  HelperThread owner([&] {
     section.Enter();
+    EXPECT_TRUE(section.TryEnterFor(0)) << "the owner enters again";
+    section.Leave();
+    SetEvent(taken);
+    Sleep(2450);
     section.Leave();
   });
-  Sleep(500);
-  section.Leave();
-  section.Enter();
+  WaitForSingleObject(taken, INFINITE);
+  const DWORD start = GetTickCount();
+  EXPECT_FALSE(section.TryEnterFor(0));
+  EXPECT_NEAR(GetTickCount() - start, 0, 5);
+  EXPECT_FALSE(section.TryEnterFor(1000));
+  EXPECT_NEAR(GetTickCount() - start, 1103, 3) << "the time is not over behind the tenth pause";
+  EXPECT_TRUE(section.TryEnterFor(5000));
+  EXPECT_NEAR(GetTickCount() - start, 2505, 5);
   section.Leave();
   section.Delete();
+  CloseHandle(taken);
 }
 
 TEST_F(SharedLockTest, EntriesNestAndLeave) {
@@ -129,29 +162,39 @@ TEST_F(SharedLockTest, EntriesNestAndLeave) {
                            {FALSE, 5, false}}) {
     EXPECT_TRUE(lock.Enter(step.exclusive, 0));
     EXPECT_EQ(Entries(), step.entries);
-    const int entered = RunPeer(directory(), [] { return TestLock().Enter(FALSE, 0) ? 1 : 0; });
-    EXPECT_EQ(entered, step.others_enter ? 1 : 0);
+    EXPECT_EQ(PeerEnters(FALSE), step.others_enter);
     EXPECT_EQ(Entries(), step.entries) << "who goes leaves";
   }
   lock.Leave(FALSE);
   EXPECT_EQ(Entries(), 4);
-  EXPECT_EQ(RunPeer(directory(), [] { return TestLock().Enter(FALSE, 0) ? 1 : 0; }), 0);
+  EXPECT_FALSE(PeerEnters(FALSE));
   lock.Leave(TRUE);
   EXPECT_EQ(Entries(), 0);
-  EXPECT_EQ(RunPeer(directory(), [] { return TestLock().Enter(TRUE, 0) ? 1 : 0; }), 1);
+  EXPECT_TRUE(PeerEnters(TRUE));
   lock.Leave(FALSE);
   other.Leave(TRUE);
   EXPECT_EQ(Entries(), 0) << "nobody leaves what he has not entered";
+}
+
+TEST_F(SharedLockTest, ALockThatCannotBeMadeLocksNothing) {
+  TestLock lock;
+  EXPECT_TRUE(lock.Enter(TRUE, 0));
+  EXPECT_TRUE(lock.Init(TEXT(""), nullptr, nullptr)) << "it stays what it is";
   CSharedAccessLock none(TEXT(""), kCount, kCountMutex);
+  EXPECT_FALSE(none.Init(kLock, nullptr, kCountMutex));
+  EXPECT_FALSE(none.Init(kLock, kCount, TEXT("")));
+  platform::FailCall("CreateMutexW", 1, ERROR_ACCESS_DENIED);
+  EXPECT_FALSE(none.Init(kLock, kCount, kCountMutex));
   EXPECT_FALSE(none.IsInitialised());
   EXPECT_TRUE(none.Enter(TRUE, 0));
   none.Leave(TRUE);
+  EXPECT_EQ(Entries(), 1);
 }
 
 // What the processes of the next test share beside the lock.
 struct Proof {
-  std::atomic<int> readers, writers, violations, exclusive_rounds;
-  int data[64];
+  std::atomic<int> inside;  // readers and, a thousand each, writers
+  std::atomic<int> violations, exclusive_rounds;
 };
 
 int ReadAndWrite(unsigned seed) {
@@ -164,35 +207,24 @@ int ReadAndWrite(unsigned seed) {
   for (int round = 0; round < 10; ++round) {
     const bool exclusive = random() % 4 == 0;
     if (!lock.Enter(exclusive, 60'000)) return 2;
-    if (exclusive) {
-      if (proof.writers++ != 0 || proof.readers != 0) ++proof.violations;
-      ++proof.exclusive_rounds;
-      for (int& number : proof.data) {
-        number = static_cast<int>(seed * 100) + round;
-        if (&number == &proof.data[32]) Sleep(random() % 4);
-      }
-      if (--proof.writers != 0 || proof.readers != 0) ++proof.violations;
-    } else {
-      ++proof.readers;
-      if (proof.writers != 0) ++proof.violations;
-      Sleep(random() % 4);
-      for (const int number : proof.data) {
-        if (number != proof.data[0]) ++proof.violations;
-      }
-      --proof.readers;
-    }
+    const int self = exclusive ? 1000 : 1;
+    proof.violations += (proof.inside += self) > (exclusive ? 1000 : 999);
+    Sleep(random() % 4);
+    proof.violations += exclusive && proof.inside != 1000;
+    proof.inside -= self;
+    proof.exclusive_rounds += exclusive;
     lock.Leave(FALSE);
     Sleep(random() % 3);
   }
   return 0;
 }
 
-TEST_F(SharedLockTest, EightProcessesReadAndWriteInTurn) {
+TEST_F(SharedLockTest, ProcessesReadAndWriteInTurn) {
   platform::UseVirtualClock(false);
   CSharedMemory memory;
   ASSERT_EQ(memory.Map(TRUE, TEXT("Proof"), sizeof(Proof), Quiet::kNo), kCreated);
   std::vector<pid_t> peers;
-  for (unsigned i = 0; i < 8; ++i) {
+  for (unsigned i = 0; i < 6; ++i) {
     peers.push_back(StartPeer(directory(), [=] { return ReadAndWrite(i + 1); }));
   }
   for (const pid_t peer : peers) EXPECT_EQ(FinishPeer(peer), 0);
@@ -213,7 +245,7 @@ TEST_F(SharedLockTest, WhoDiesInsideHoldsOthersUpForABoundedTime) {
   platform::UseVirtualClock(true);
   DWORD before = GetTickCount();
   EXPECT_TRUE(lock.Enter(TRUE, 1000));
-  EXPECT_NEAR(GetTickCount() - before, CSharedAccessLock::kAbandonedEntries + 250, 250);
+  EXPECT_NEAR(GetTickCount() - before, 5010, 10) << "twenty pauses of 250 ms";
   EXPECT_EQ(Entries(), 2) << "this object's own";
   lock.Leave(TRUE);
   EXPECT_EQ(Entries(), 0);
@@ -225,8 +257,7 @@ TEST_F(SharedLockTest, WhoDiesInsideHoldsOthersUpForABoundedTime) {
   EXPECT_FALSE(lock.Enter(FALSE, 10'000)) << "the abandoned mutex fails one";
   EXPECT_TRUE(lock.Enter(FALSE, 0));
   lock.Leave(FALSE);
-  EXPECT_EQ(RunPeer(directory(), [] { return TestLock().Enter(FALSE, 0) ? 1 : 0; }), 1)
-      << "and blocks nobody after it";
+  EXPECT_TRUE(PeerEnters(FALSE)) << "and blocks nobody after it";
   platform::UseVirtualClock(true);
   before = GetTickCount();
   EXPECT_TRUE(lock.Enter(TRUE, 1000));
@@ -275,81 +306,81 @@ TEST_F(SharedLockTest, WithoutTheCountReadersExcludeEachOther) {
   });
   CloseHandle(others);
   EXPECT_TRUE(lock.Enter(FALSE, 0));
-  EXPECT_EQ(RunPeer(directory(), [] { return TestLock().Enter(TRUE, 0) ? 1 : 0; }), 0);
+  EXPECT_FALSE(PeerEnters(TRUE));
   EXPECT_TRUE(lock.Enter(TRUE, 0));
   lock.Leave(FALSE);
-  EXPECT_EQ(RunPeer(directory(), [] { return TestLock().Enter(FALSE, 0) ? 1 : 0; }), 0);
+  EXPECT_FALSE(PeerEnters(FALSE));
   lock.Leave(TRUE);
-  EXPECT_EQ(RunPeer(directory(), [] { return TestLock().Enter(TRUE, 0) ? 1 : 0; }), 1);
+  EXPECT_TRUE(PeerEnters(TRUE));
 }
 
 TEST_F(SharedLockTest, AnInteractiveLockEndsWithTheMutexCancelQuitOrDeath) {
   constexpr WCHAR kMutex[] = TEXT("Local\\M");
   CSharedMemory memory;
   ASSERT_EQ(memory.CreateMutex(kMutex), kCreated);
-  EXPECT_TRUE(memory.LockInteractive(nullptr, nullptr));
+  CProgressWnd window;
+  ASSERT_TRUE(window.Create(GetModuleHandleW(nullptr), nullptr, TEXT("KvLock"), TEXT("T"), 0, 0,
+                            TRUE, TEXT("Stop"), 0, 0, 0, 0, nullptr, nullptr));
+  const HWND shown = window.window();
+  EXPECT_TRUE(memory.LockInteractive(&window, nullptr));
+  EXPECT_EQ(platform::CallCount("ShowWindow"), 0u) << "free from the start";
   memory.Unlock();
   const HANDLE cancel = CreateEventW(nullptr, FALSE, FALSE, nullptr);
   const HANDLE taken = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-  // The owner gives the mutex up after a second, or dies with it.
-  const auto with_owner = [&](bool releases, const std::function<BOOL()>& wait) {
+  struct Way {
+    std::function<void()> meanwhile;  // half a second before the owner goes
+    bool releases;                    // the owner, who dies with it otherwise
+    BOOL owned;
+    int after;       // milliseconds
+    LPCWSTR report;  // of a failure; null for none
+  };
+  const auto nothing = [] {};
+  for (const Way& way :
+       {Way{nothing, true, TRUE, 1000, nullptr},
+        {[=] { PostMessageW(shown, WM_APP, 0, 0); }, true, TRUE, 1000, nullptr},
+        {[=] { SetEvent(cancel); }, true, FALSE, 500, nullptr},
+        {[=] { PostMessageW(shown, WM_CLOSE, 0, 0); }, true, FALSE, 500, nullptr},
+        {nothing, false, FALSE, 1000, TEXT("MsgWaitForMultipleObjects failed.")}}) {
     HelperThread owner([&] {
       const HANDLE mutex = OpenMutexW(SYNCHRONIZE, FALSE, kMutex);
       WaitForSingleObject(mutex, INFINITE);
       SetEvent(taken);
-      Sleep(1000);
-      if (releases) ReleaseMutex(mutex);
+      Sleep(500);
+      EXPECT_TRUE(IsWindowVisible(shown));
+      way.meanwhile();
+      Sleep(500);
+      if (way.releases) ReleaseMutex(mutex);
       CloseHandle(mutex);
     });
     WaitForSingleObject(taken, INFINITE);
-    return wait();
-  };
-  const auto wait = [&] { return memory.LockInteractive(nullptr, cancel); };
-  EXPECT_TRUE(with_owner(true, wait));
+    window.Reset();
+    if (way.report != nullptr) platform::AnswerNextBox(IDOK);
+    const DWORD start = GetTickCount();
+    EXPECT_EQ(memory.LockInteractive(&window, cancel), way.owned);
+    EXPECT_NEAR(GetTickCount() - start, way.after, 20);
+    EXPECT_FALSE(IsWindowVisible(shown));
+    if (way.owned) memory.Unlock();
+    if (way.report == nullptr) continue;
+    EXPECT_EQ(platform::ShownBoxes().back().text, way.report);
+  }
+  window.Destroy();
+  EXPECT_TRUE(memory.LockInteractive(nullptr, nullptr)) << "a dead owner's mutex is free";
   memory.Unlock();
-  EXPECT_FALSE(with_owner(true, [&] {
-    SetEvent(cancel);
-    return wait();
-  }));
-  EXPECT_FALSE(with_owner(true, [&] {
+  HelperThread([&] { memory.Lock(); });
+  EXPECT_TRUE(memory.LockInteractive(nullptr, nullptr)) << "also when he died before";
+  HelperThread other([&] {
     PostQuitMessage(3);
-    return wait();
-  }));
-  MSG message;
-  EXPECT_TRUE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
-  EXPECT_EQ(message.message, UINT{WM_QUIT});
-  EXPECT_EQ(message.wParam, 3u);
-  platform::AnswerNextBox(IDOK);
-  EXPECT_FALSE(with_owner(false, wait)) << "the owner died";
-  EXPECT_TRUE(memory.LockInteractive(nullptr, nullptr)) << "which leaves the mutex free";
+    EXPECT_FALSE(memory.LockInteractive(nullptr, nullptr));
+    MSG message;
+    EXPECT_TRUE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
+    EXPECT_EQ(message.message, UINT{WM_QUIT});
+    EXPECT_EQ(message.wParam, 3u);
+    SetEvent(taken);
+  });
+  WaitForSingleObject(taken, INFINITE);
   memory.Unlock();
   CloseHandle(cancel);
   CloseHandle(taken);
-}
-
-TEST_F(SharedLockTest, OpenAttributesLetEverybodyIn) {
-  COpenSecurityAttributes attributes(TRUE);
-  ASSERT_NE(attributes.Get(), nullptr);
-  EXPECT_TRUE(attributes.Get()->bInheritHandle);
-  BOOL present = FALSE, defaulted = TRUE;
-  PACL acl = nullptr;
-  const PSECURITY_DESCRIPTOR descriptor = attributes.Get()->lpSecurityDescriptor;
-  EXPECT_TRUE(GetSecurityDescriptorDacl(descriptor, &present, &acl, &defaulted));
-  EXPECT_TRUE(present && acl == nullptr && !defaulted);
-  EXPECT_TRUE(GetSecurityDescriptorSacl(descriptor, &present, &acl, &defaulted));
-  ASSERT_TRUE(present && acl != nullptr);
-  void* ace = nullptr;
-  EXPECT_TRUE(GetAce(acl, 0, &ace));
-  const auto& label = *static_cast<ACCESS_ALLOWED_ACE*>(ace);
-  EXPECT_EQ(label.Mask, 1u) << "no write up";
-  EXPECT_EQ(*GetSidSubAuthority(const_cast<DWORD*>(&label.SidStart), 0), 0x1000u) << "low";
-  ASSERT_TRUE(platform::UseProfile("windows-xp", "x86"));
-  Restart();
-  COpenSecurityAttributes before_vista(FALSE);
-  ASSERT_NE(before_vista.Get(), nullptr);
-  EXPECT_TRUE(GetSecurityDescriptorSacl(before_vista.Get()->lpSecurityDescriptor, &present, &acl,
-                                        &defaulted));
-  EXPECT_FALSE(present);
 }
 
 }  // namespace

@@ -1,24 +1,21 @@
 // Terminal sessions, their people and programs.
 #include "runtime/ipc/terminal_sessions.h"
-#include "platform/control/profiles.h"
 #include "platform/control/services.h"
 #include "platform/control/session_messages.h"
 #include "platform/control/users.h"
 #include "runtime/core/handles.h"
+#include "runtime/ipc/object_names.h"
 #include "runtime/ipc/process_token.h"
-#include "runtime/text/wide_text.h"
-#include "tests/support/runtime_test.h"
+#include "tests/ipc/ipc_test.h"
 #include "tests/support/test_key.h"
 
 namespace kv::test {
 namespace {
 
-namespace facts = platform::facts;
-
-class TerminalSessionsTest : public RuntimeTest {
+class TerminalSessionsTest : public IpcTest {
  protected:
   void SetUp() override {
-    RuntimeTest::SetUp();
+    IpcTest::SetUp();
     platform::SetFact(facts::kAccounts, "Bob:1002,Eve:1003");
     platform::SetFact(facts::kSessions, "7,0,65536,2");
     platform::SetFact(facts::kProcessSession, "2");
@@ -31,10 +28,6 @@ class TerminalSessionsTest : public RuntimeTest {
                                       {"7.protocol", "2"}}) {
       platform::SetFact(facts::kSessionPrefix + std::string(name), value);
     }
-  }
-  void UseProfile(const char* name) {
-    ASSERT_TRUE(platform::UseProfile(name, "x86"));
-    Restart();
   }
 };
 
@@ -54,60 +47,62 @@ TEST_F(TerminalSessionsTest, SessionsInOrderWithTheirPeople) {
   EXPECT_EQ(services.FindSessionOfUser(TEXT("")), nullptr) << "not one without a user";
   EXPECT_EQ(platform::CallCount("WTSEnumerateSessionsW"), 1u) << "the list is made once";
 
-  WCHAR text[20];
-  EXPECT_EQ(services.QueryUserName(7, text, 3), TEXT('B'));
-  EXPECT_EQ(WideView(text), TEXT("Bo"));
-  EXPECT_EQ(services.QueryClientName(7, text, 20), TEXT('L'));
-  EXPECT_EQ(services.QueryInitialProgram(7, text, 20), TEXT('C'));
-  EXPECT_EQ(services.QueryClientProtocol(7), 2);
-  EXPECT_EQ(services.QueryClientProtocol(2), 0);
-  EXPECT_EQ(services.QueryUserName(65536, text, 20), 0) << "nobody is logged on";
-  EXPECT_EQ(services.QueryUserName(99, text, 20), 0);
-  EXPECT_EQ(services.QueryClientProtocol(99), -1);
-}
-
-TEST_F(TerminalSessionsTest, TheConsoleByTheFunctionWhereThereIsOne) {
-  platform::SetFact("entry.wtsapi32.WTSGetActiveConsoleSessionId", "1");
+  WCHAR user[3], client[20], program[20], none[20] = {'x'};
+  EXPECT_EQ(services.QueryUserName(7, user, 3), TEXT('B'));
+  EXPECT_EQ(WideView(user), TEXT("Bo"));
+  EXPECT_EQ(services.QueryClientName(7, client, 20), TEXT('L'));
+  EXPECT_EQ(WideView(client), TEXT("LAPTOP"));
+  EXPECT_EQ(services.QueryInitialProgram(7, program, 20), TEXT('C'));
+  EXPECT_EQ(WideView(program), TEXT("C:\\app.exe"));
+  EXPECT_EQ(services.QueryUserName(65536, none, 20), 0) << "nobody is logged on";
+  EXPECT_EQ(services.QueryUserName(99, none, 20), 0);
+  EXPECT_EQ(none[0], 0);
+  for (const auto& [session, protocol] : {std::pair{7, 2}, {2, 0}, {99, -1}}) {
+    EXPECT_EQ(services.QueryClientProtocol(session), protocol);
+  }
   platform::SetFact(facts::kConsoleSession, "7");
-  EXPECT_EQ(CTerminalServices().GetConsoleSessionId(), 7);
-  EXPECT_EQ(platform::CallCount("WTSEnumerateSessionsW"), 0u);
-  platform::ClearFact("entry.wtsapi32.WTSGetActiveConsoleSessionId");
-  platform::SetFact("entry.wtsapi32.WTSEnumerateSessionsW", "0");
-  CTerminalServices services;
-  EXPECT_EQ(services.GetConsoleSessionId(), -1);
-  EXPECT_EQ(services.FirstSession(), nullptr);
+  platform::SetFact("entry.wtsapi32.WTSGetActiveConsoleSessionId", "1");
+  EXPECT_EQ(CTerminalServices().GetConsoleSessionId(), 7) << "by the function";
+  EXPECT_EQ(platform::CallCount("WTSEnumerateSessionsW"), 1u);
 }
 
 TEST_F(TerminalSessionsTest, WhatTheSystemLacks) {
+  // What a part that is missing takes with it.
+  enum Lost { kAll, kList, kMessages, kTokens };
   static constexpr struct {
     const char* fact;
-    bool library;
+    Lost lost;
   } kRows[] = {
-      {"entry.wtsapi32.WTSEnumerateProcessesW", false},
-      {"entry.wtsapi32.WTSFreeMemory", false},
-      {"entry.wtsapi32.WTSQuerySessionInformationW", false},
-      {"entry.wtsapi32.WTSSendMessageW", true},
-      {"entry.wtsapi32.WTSQueryUserToken", true},
-      {"module.wtsapi32", false},
+      {"entry.wtsapi32.WTSEnumerateProcessesW", kAll},
+      {"entry.wtsapi32.WTSFreeMemory", kAll},
+      {"entry.wtsapi32.WTSQuerySessionInformationW", kAll},
+      {"module.wtsapi32", kAll},
+      {"entry.wtsapi32.WTSEnumerateSessionsW", kList},
+      {"entry.wtsapi32.WTSSendMessageW", kMessages},
+      {"entry.wtsapi32.WTSQueryUserToken", kTokens},
   };
+  platform::SetFact(facts::kUserSid, "S-1-5-18");
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.fact);
     platform::SetFact(row.fact, "0");
     platform::InstallSystemFiles();
-    const CTerminalServices services;
-    EXPECT_EQ(services.IsAvailable(), row.library);
-    EXPECT_EQ(services.GetSessionId(), row.library ? 2 : -1);
-    WCHAR text[20];
+    CTerminalServices services;
+    const auto has = [&](Lost part) { return row.lost != kAll && row.lost != part; };
+    EXPECT_EQ(services.IsAvailable(), has(kAll));
+    EXPECT_EQ(services.GetSessionId(), has(kAll) ? 2 : -1);
+    EXPECT_EQ(services.GetConsoleSessionId(), has(kList) ? 2 : -1);
+    EXPECT_EQ(services.FirstSession() != nullptr, has(kList));
+    WCHAR text[20] = {'x'};
+    EXPECT_EQ(services.QueryUserName(7, text, 20), has(kAll) ? 'B' : 0);
+    EXPECT_EQ(text[0], has(kAll) ? 'B' : 0);
+    EXPECT_EQ(services.QueryClientProtocol(7), has(kAll) ? 2 : -1);
     DWORD response = 0;
-    if (!row.library) {
-      EXPECT_EQ(services.QueryUserName(7, text, 20), 0);
-      EXPECT_EQ(services.QueryClientProtocol(7), -1);
-      EXPECT_FALSE(services.IsProgramRunningForUser(TEXT("app.exe")));
-      EXPECT_EQ(services.GetInstallMode(), -1);
-      EXPECT_FALSE(services.SetInstallMode(TRUE));
-      EXPECT_FALSE(services.SendMessageToSession(7, nullptr, nullptr, 0, 0, &response, TRUE));
-      EXPECT_EQ(services.QueryUserToken(7), nullptr);
-    }
+    EXPECT_EQ(services.SendMessageToSession(7, nullptr, TEXT("x"), 0, 0, &response, FALSE),
+              has(kMessages));
+    EXPECT_EQ(static_cast<bool>(UniqueHandle(services.QueryUserToken(7))), has(kTokens));
+    EXPECT_FALSE(services.IsProgramRunningForUser(TEXT("app.exe")));
+    MakeSessionName(TEXT("x"), SessionCurrent, text, 20);
+    EXPECT_EQ(WideView(text), has(kAll) ? TEXT("x_00000002") : TEXT("x_00000000"));
     platform::ClearFact(row.fact);
   }
   platform::InstallSystemFiles();
@@ -152,23 +147,29 @@ TEST_F(TerminalSessionsTest, TokensOfOtherSessions) {
 
 TEST_F(TerminalSessionsTest, MessagesToSessions) {
   const CTerminalServices services;
+  struct Message {
+    LPCWSTR title, text;
+    DWORD timeout;
+    BOOL wait;
+    int answer;  // of the session's user
+    int response;
+  };
   DWORD response = 0;
-  platform::SetFactNumber(facts::kSessionPrefix + std::string("7.answer"), IDYES);
-  EXPECT_TRUE(
-      services.SendMessageToSession(7, TEXT("Title"), TEXT("Text"), MB_YESNO, 9, &response, TRUE));
-  EXPECT_EQ(response, static_cast<DWORD>(IDYES));
-  EXPECT_TRUE(services.SendMessageToSession(7, nullptr, TEXT(""), MB_OK, 0, &response, FALSE));
-  EXPECT_EQ(response, static_cast<DWORD>(IDASYNC));
-  platform::SetFactNumber(facts::kSessionPrefix + std::string("7.answer"), IDTIMEOUT);
-  const uint64_t start = platform::UpTime();
-  EXPECT_TRUE(services.SendMessageToSession(7, TEXT("t"), TEXT("x"), MB_OK, 30, &response, TRUE));
-  EXPECT_GE(platform::UpTime() - start, 30000u) << "seconds, not milliseconds";
+  for (const Message& m : {Message{TEXT("Title"), TEXT("Text"), 9, TRUE, IDYES, IDYES},
+                           {nullptr, TEXT(""), 0, FALSE, IDYES, IDASYNC},
+                           {TEXT("t"), TEXT("x"), 30, TRUE, IDTIMEOUT, IDTIMEOUT}}) {
+    platform::SetFactNumber(facts::kSessionPrefix + std::string("7.answer"), m.answer);
+    const uint64_t start = platform::UpTime();
+    EXPECT_TRUE(
+        services.SendMessageToSession(7, m.title, m.text, MB_YESNO, m.timeout, &response, m.wait));
+    EXPECT_EQ(response, static_cast<DWORD>(m.response));
+    EXPECT_NEAR(platform::UpTime() - start, m.response == IDTIMEOUT ? 30'000 : 0, 20);
+    const platform::SessionMessage sent = platform::SessionMessages().back();
+    EXPECT_EQ(sent.title, m.title == nullptr ? TEXT("") : m.title);
+    EXPECT_EQ(sent.text, m.text);
+    EXPECT_EQ(sent.style, DWORD{MB_YESNO});
+  }
   EXPECT_FALSE(services.SendMessageToSession(99, TEXT("t"), TEXT("x"), 0, 0, &response, FALSE));
-  const std::vector<platform::SessionMessage> sent = platform::SessionMessages();
-  ASSERT_EQ(sent.size(), 3u);
-  EXPECT_EQ(sent[0].title, TEXT("Title"));
-  EXPECT_EQ(sent[0].text, TEXT("Text"));
-  EXPECT_EQ(sent[1].title, TEXT(""));
 }
 
 TEST_F(TerminalSessionsTest, ProgramsOfTheUserInAnySession) {
@@ -196,9 +197,11 @@ TEST_F(TerminalSessionsTest, WhoOffersTerminalServices) {
   EXPECT_FALSE(IsTerminalServicesAvailable());
   UseProfile("windows-nt4");
   EXPECT_FALSE(IsTerminalServicesAvailable());
+  constexpr WCHAR kOptions[] = TEXT("System\\CurrentControlSet\\Control\\ProductOptions");
+  RegDeleteKeyW(HKEY_LOCAL_MACHINE, kOptions);
+  EXPECT_FALSE(IsTerminalServicesAvailable());
   {
-    const Key options =
-        Key::Create(HKEY_LOCAL_MACHINE, TEXT("System\\CurrentControlSet\\Control\\ProductOptions"));
+    const Key options = Key::Create(HKEY_LOCAL_MACHINE, kOptions);
     constexpr WCHAR kSuite[] = TEXT("Enterprise\0terminal SERVER\0");
     RegSetValueExW(options, TEXT("ProductSuite"), 0, REG_MULTI_SZ,
                    reinterpret_cast<const BYTE*>(kSuite), sizeof(kSuite));

@@ -1,28 +1,17 @@
 // Users, their tokens and what they may do.
-#include "platform/control/message_boxes.h"
-#include "platform/control/profiles.h"
+#include <lmaccess.h>
+
 #include "platform/control/users.h"
 #include "runtime/ipc/accounts.h"
 #include "runtime/ipc/administrator.h"
-#include "runtime/ipc/descriptor_tests.h"
 #include "runtime/ipc/process_token.h"
 #include "runtime/ipc/sid_text.h"
-#include "runtime/text/wide_text.h"
-#include "tests/support/runtime_test.h"
+#include "tests/ipc/ipc_test.h"
 
 namespace kv::test {
 namespace {
 
-namespace facts = platform::facts;
-using WideString = std::basic_string<WCHAR>;
-
-class TokenTest : public RuntimeTest {
- protected:
-  void UseProfile(const char* name) {
-    ASSERT_TRUE(platform::UseProfile(name, "x86"));
-    Restart();
-  }
-};
+using TokenTest = IpcTest;
 
 WideString TextOf(const HeapSid& sid) {
   WCHAR text[kSidTextCapacity];
@@ -38,14 +27,14 @@ TEST_F(TokenTest, AdministratorsByGenerationElevationAndOutput) {
     int plain, detailed;
     DWORD elevated_out, level;
   } kRows[] = {
-      {"windows-10", "", true, false, 0, 1, 0, kMediumIntegrity},
-      {"windows-10", "", true, true, 1, 1, 1, kHighIntegrity},
-      {"windows-10", "", false, true, 0, 0, 0, kMediumIntegrity},
-      {"windows-10", "S-1-5-18", false, false, 1, 1, 1, kSystemIntegrity},
-      {"windows-vista", "", true, false, 0, 1, 0, kMediumIntegrity},
-      {"windows-xp", "", true, false, 1, 1, 1, kHighIntegrity},
+      {"windows-10", "", true, false, 0, 1, 0, 0x2000},
+      {"windows-10", "", true, true, 1, 1, 1, 0x3000},
+      {"windows-10", "", false, true, 0, 0, 0, 0x2000},
+      {"windows-10", "S-1-5-18", false, false, 1, 1, 1, 0x4000},
+      {"windows-vista", "", true, false, 0, 1, 0, 0x2000},
+      {"windows-xp", "", true, false, 1, 1, 1, 0x3000},
       {"windows-xp", "", false, false, 0, 0, 0, 0},
-      {"windows-nt4", "", true, false, 1, 1, 1, kHighIntegrity},
+      {"windows-nt4", "", true, false, 1, 1, 1, 0x3000},
       // Without tokens the test fails before it has a SID.
       {"windows-98", "", true, false, -1, -1, 0, 0},
   };
@@ -61,18 +50,22 @@ TEST_F(TokenTest, AdministratorsByGenerationElevationAndOutput) {
     EXPECT_EQ(IsAdministrator(&elevated, &level), row.detailed);
     EXPECT_EQ(elevated, row.elevated_out);
     EXPECT_EQ(level, row.level);
+    level = 7;
     EXPECT_EQ(IsAdministrator(nullptr, &level), row.plain);
     EXPECT_EQ(level, row.level);
+    EXPECT_EQ(GetIntegrityLevel(), row.level * (startupContext.platform.ntKind >= kWindowsVista));
   }
-}
-
-TEST_F(TokenTest, AFailedTestBeforeVistaIsNoPlainNo) {
-  UseProfile("windows-xp");
-  platform::FailCall("GetTokenInformation", 2);
-  DWORD elevated = 7, level = 7;
-  EXPECT_EQ(IsAdministrator(&elevated, &level), -1);
-  EXPECT_EQ(elevated, 1u);
-  EXPECT_EQ(level, kHighIntegrity);
+  // Before Vista a test that fails is no plain no.
+  for (const char* profile : {"windows-xp", "windows-vista"}) {
+    UseProfile(profile);
+    platform::FailCall("GetTokenInformation", 2);
+    DWORD elevated = 7, level = 7;
+    EXPECT_EQ(IsAdministrator(&elevated, &level), -1);
+    EXPECT_EQ(elevated, startupContext.platform.ntKind == kWindowsXp ? 1u : 0u);
+    EXPECT_EQ(level, elevated * 0x3000);
+  }
+  platform::FailCall("GetTokenInformation", 3);
+  EXPECT_EQ(IsAdministrator(), -1) << "elevated or not is not known";
 }
 
 TEST_F(TokenTest, PrivilegesAreHeldDisabledOrAbsent) {
@@ -123,27 +116,38 @@ TEST_F(TokenTest, TheThreadsTokenComesFirst) {
   const platform::Impersonation known(TEXT("Bob"), SecurityIdentification);
   EXPECT_FALSE(OpenEffectiveToken(TOKEN_QUERY)) << "not the process's token in its place";
   EXPECT_EQ(GetTokenUserSidString(sid), 0);
+  EXPECT_EQ(sid[0], 0);
   EXPECT_EQ(IsAdministrator(), -1);
+  EXPECT_EQ(GetIntegrityLevel(), 0u);
+  EXPECT_FALSE(EnablePrivilege(SE_SHUTDOWN_NAME, TRUE));
+}
+
+BOOL WINAPI LookUpADomain(LPCWSTR system, LPCWSTR, PSID sid, LPDWORD size, LPWSTR domain,
+                          LPDWORD domain_size, PSID_NAME_USE use) {
+  return LookupAccountNameW(system, TEXT("BUILTIN"), sid, size, domain, domain_size, use);
 }
 
 TEST_F(TokenTest, AccountsByName) {
   static constexpr struct {
     LPCWSTR name;
     LPCWSTR sid;
+    unsigned lookups;  // one for the size, one for the SID
   } kRows[] = {
-      {TEXT("Ada"), TEXT("S-1-5-21-1004336348-1177238915-682003330-1001")},
-      {TEXT("workstation\\ADA"), TEXT("S-1-5-21-1004336348-1177238915-682003330-1001")},
-      {TEXT("SYSTEM"), TEXT("S-1-5-18")},
+      {TEXT("Ada"), TEXT("S-1-5-21-1004336348-1177238915-682003330-1001"), 2},
+      {TEXT("workstation\\ADA"), TEXT("S-1-5-21-1004336348-1177238915-682003330-1001"), 2},
+      {TEXT("SYSTEM"), TEXT("S-1-5-18"), 2},
       // The computer's name leads to the domain first, then to the user.
-      {TEXT("Workstation"), TEXT("S-1-5-21-1004336348-1177238915-682003330-1002")},
-      {TEXT("Administrators"), TEXT("")},
-      {TEXT("Staff"), TEXT("")},
-      {TEXT("BUILTIN"), TEXT("")},
-      {TEXT("Nobody"), TEXT("")},
+      {TEXT("Workstation"), TEXT("S-1-5-21-1004336348-1177238915-682003330-1002"), 4},
+      {TEXT("Administrators"), TEXT(""), 2},
+      {TEXT("Staff"), TEXT(""), 2},
+      {TEXT("BUILTIN"), TEXT(""), 3},
+      {TEXT("Nobody"), TEXT(""), 1},
   };
   platform::SetFact(facts::kAccounts, "Workstation:1002,Staff:1100:group");
   for (const auto& row : kRows) {
-    EXPECT_EQ(TextOf(GetAccountSid(row.name)), row.sid) << platform::CallCount("GetUserNameW");
+    platform::ResetFaults();
+    EXPECT_EQ(TextOf(GetAccountSid(row.name)), row.sid);
+    EXPECT_EQ(platform::CallCount("LookupAccountNameW"), row.lookups) << &row - kRows;
   }
   EXPECT_FALSE(IsSystemAccount());
   platform::SetFact(facts::kUserSid, "S-1-5-18");
@@ -158,6 +162,10 @@ TEST_F(TokenTest, AccountsByName) {
   EXPECT_FALSE(GetAccountSid(TEXT("Workstation")));
   EXPECT_EQ(platform::CallCount("LookupAccountNameW"), lookups + 2) << "no name without computer";
   EXPECT_TRUE(platform::ShownBoxes()[0].text.starts_with(TEXT("GetComputerName failed")));
+  // A qualified name that leads to a domain as well.
+  platform::Replace("LookupAccountNameW", &LookUpADomain);
+  EXPECT_FALSE(GetAccountSid(TEXT("Workstation")));
+  EXPECT_EQ(platform::CallCount("LookupAccountNameW"), lookups + 6);
 }
 
 TEST_F(TokenTest, AccountsByRelativeId) {
@@ -168,39 +176,44 @@ TEST_F(TokenTest, AccountsByRelativeId) {
   ASSERT_TRUE(LookupAccountByRid(nullptr, 1002, name, &size));
   EXPECT_EQ(WideView(name), TEXT("Bob"));
   EXPECT_EQ(size, 3u);
-  size = 3;
-  EXPECT_FALSE(LookupAccountByRid(TEXT("\\\\LONGEST-NETBIOS"), 1002, name, &size));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
-  size = 20;
-  EXPECT_FALSE(LookupAccountByRid(nullptr, 4711, name, &size));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NONE_MAPPED));
-  EXPECT_FALSE(LookupAccountByRid(TEXT("\\\\elsewhere"), 1002, name, &size));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(RPC_S_SERVER_UNAVAILABLE));
+  const auto error = [&](LPCWSTR server, DWORD rid, DWORD capacity) {
+    SetLastError(ERROR_SUCCESS);
+    return LookupAccountByRid(server, rid, name, &capacity) ? 0 : GetLastError();
+  };
+  EXPECT_EQ(error(TEXT("\\\\LONGEST-NETBIOS"), 1002, 3), DWORD{ERROR_INSUFFICIENT_BUFFER});
+  EXPECT_EQ(error(nullptr, 4711, 20), DWORD{ERROR_NONE_MAPPED});
+  EXPECT_EQ(error(TEXT("\\\\elsewhere"), 1002, 20), static_cast<DWORD>(RPC_S_SERVER_UNAVAILABLE));
+  FailAllocation(1);
+  EXPECT_EQ(error(nullptr, 1002, 20), DWORD{ERROR_NOT_ENOUGH_MEMORY});
+  FailAllocation(0);
+  platform::Replace(
+      "NetUserModalsGet",
+      +[](LPCWSTR server, DWORD level, LPBYTE* buffer) WINAPI -> NET_API_STATUS {
+        const NET_API_STATUS status = NetUserModalsGet(server, level, buffer);
+        reinterpret_cast<USER_MODALS_INFO_2*>(*buffer)->usrmod2_domain_id = nullptr;
+        return status;
+      });
+  EXPECT_EQ(error(nullptr, 1002, 20), DWORD{ERROR_NO_SUCH_DOMAIN});
 }
 
 TEST_F(TokenTest, TheNetworkLibraryIsTriedOnce) {
-  platform::FailCall("LoadLibraryW", 1);
   WCHAR name[20];
   DWORD size = 20;
-  EXPECT_FALSE(LookupAccountByRid(nullptr, 1001, name, &size));
-  EXPECT_FALSE(LookupAccountByRid(nullptr, 1001, name, &size));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_PROC_NOT_FOUND));
-  EXPECT_EQ(platform::CallCount("LoadLibraryW"), 1u);
+  for (const char* missing :
+       {"module.netapi32", "entry.netapi32.NetApiBufferFree", "entry.netapi32.NetUserModalsGet"}) {
+    platform::SetFact(missing, "0");
+    platform::InstallSystemFiles();
+    Restart();
+    EXPECT_FALSE(LookupAccountByRid(nullptr, 1001, name, &size)) << missing;
+    platform::ClearFact(missing);
+    platform::InstallSystemFiles();
+    EXPECT_FALSE(LookupAccountByRid(nullptr, 1001, name, &size));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_PROC_NOT_FOUND));
+  }
   UseProfile("windows-98");
   platform::ResetFaults();
   EXPECT_FALSE(LookupAccountByRid(nullptr, 1001, name, &size));
   EXPECT_EQ(platform::CallCount("LoadLibraryW"), 0u);
-}
-
-TEST_F(TokenTest, DescriptorTestsThatFail) {
-  SECURITY_DESCRIPTOR descriptor = {};
-  InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION);
-  EXPECT_EQ(IsOwnerAdministrators(&descriptor), -1) << "no owner";
-  ACL empty = {ACL_REVISION, 0, sizeof(ACL), 0, 0};
-  SetSecurityDescriptorDacl(&descriptor, TRUE, &empty, FALSE);
-  EXPECT_EQ(UsersCanRead(&descriptor), 0);
-  descriptor.Revision = 7;
-  EXPECT_EQ(UsersCanRead(&descriptor), -1);
 }
 
 }  // namespace
