@@ -54,6 +54,8 @@ class FileTest : public RuntimeTest {
 };
 
 TEST_F(FileTest, EveryFailedCallIsReportedWithItsReason) {
+  DWORD number = 0;
+  const auto append = [](File& f) { return f.AppendFromHandle(f.handle(), 0, 1); };
   const struct {
     const char* function;
     DWORD error;
@@ -65,38 +67,22 @@ TEST_F(FileTest, EveryFailedCallIsReportedWithItsReason) {
        kPath},
       {"WriteFile", ERROR_DISK_FULL, [](File& f) { return f.WriteAscii85("a", 1, 0); },
        IDS_WRITE_FAILED, kPath},
-      {"ReadFile", ERROR_READ_FAULT,
-       [](File& f) {
-         BYTE byte;
-         return f.Read(&byte, 1);
-       },
-       IDS_READ_FAILED, kPath},
-      {"SetFilePointer", ERROR_SEEK,
-       [](File& f) {
-         DWORD position;
-         return f.Tell(&position);
-       },
-       IDS_SEEK_FAILED, kPath},
+      {"ReadFile", ERROR_READ_FAULT, [&](File& f) { return f.Read(&number, 1); }, IDS_READ_FAILED,
+       kPath},
+      {"SetFilePointer", ERROR_SEEK, [&](File& f) { return f.Tell(&number); }, IDS_SEEK_FAILED,
+       kPath},
       {"SetFilePointer", ERROR_SEEK, [](File& f) { return f.Seek(1, FILE_BEGIN); }, IDS_SEEK_FAILED,
        kPath},
       {"SetFilePointer", ERROR_SEEK, [](File& f) { return f.Empty(); }, IDS_SEEK_FAILED, kPath},
       {"SetFilePointer", ERROR_SEEK, [](File& f) { return f.NewLine(File::Trim::kYes); },
        IDS_SEEK_FAILED, kPath},
-      {"GetFileSize", ERROR_GEN_FAILURE,
-       [](File& f) {
-         DWORD size;
-         return f.GetSize(&size);
-       },
+      {"GetFileSize", ERROR_GEN_FAILURE, [&](File& f) { return f.GetSize(&number); },
        IDS_SEEK_FAILED, kPath},
       {"SetEndOfFile", ERROR_ACCESS_DENIED, [](File& f) { return f.SetEnd(); }, IDS_CALL_FAILED,
        TEXT("SetEndOfFile")},
-      {"GetFileSize", ERROR_GEN_FAILURE,
-       [](File& f) { return f.AppendFromHandle(f.handle(), 0, 1); }, IDS_CALL_FAILED,
-       TEXT("GetFileSize")},
-      {"SetFilePointer", ERROR_SEEK, [](File& f) { return f.AppendFromHandle(f.handle(), 0, 1); },
-       IDS_CALL_FAILED, TEXT("SetFilePointer")},
-      {"ReadFile", ERROR_READ_FAULT, [](File& f) { return f.AppendFromHandle(f.handle(), 0, 1); },
-       IDS_CALL_FAILED, TEXT("ReadFile")},
+      {"GetFileSize", ERROR_GEN_FAILURE, append, IDS_CALL_FAILED, TEXT("GetFileSize")},
+      {"SetFilePointer", ERROR_SEEK, append, IDS_CALL_FAILED, TEXT("SetFilePointer")},
+      {"ReadFile", ERROR_READ_FAULT, append, IDS_CALL_FAILED, TEXT("ReadFile")},
       {"WideCharToMultiByte", ERROR_INVALID_PARAMETER,
        [](File& f) {
          // The question for the size may fail; the conversion may not.

@@ -1,4 +1,4 @@
-// Shortcuts that depend on the system, shortcuts written by other programs, and shortcuts in menus.
+// Shortcuts that depend on the system, and shortcuts in menus.
 #include <shlobj.h>
 
 #include <fstream>
@@ -199,40 +199,6 @@ TEST_F(ShortcutsMachineTest, TargetsAreFoundInTheirSpecialFolders) {
   EXPECT_EQ(NameIn(CSIDL_PRINTERS), TEXT("in:Folvane \u0416"));
   EXPECT_EQ(NameIn(CSIDL_INTERNET), TEXT(""));
   EXPECT_EQ(PathIn(kLink), TEXT(""));
-}
-
-// A link as the ANSI editions of Windows wrote them: no item list, narrow texts, a path in two
-// pieces.
-TEST_F(ShortcutsMachineTest, OldShortcutsAreRead) {
-  std::string bytes(0x4C, '\0');
-  const BYTE kHead[] = {
-      0x4C, 0,    0, 0, 0x01, 0x14, 2, 0, 0,    0,   0,
-      0,    0xC0, 0, 0, 0,    0,    0, 0, 0x46, 0x26};  // information, name, arguments
-  bytes.replace(0, sizeof(kHead), reinterpret_cast<const char*>(kHead), sizeof(kHead));
-  bytes[60] = 3;  // the show command
-  const std::string base("C:\\old\0", 7), suffix("\\x.exe\0", 7);
-  const BYTE kInformation[] = {0x1C + 14, 0, 0,    0, 0x1C, 0, 0, 0, 1, 0, 0,        0, 0x1C, 0,
-                               0,         0, 0x1C, 0, 0,    0, 0, 0, 0, 0, 0x1C + 7, 0, 0,    0};
-  bytes.append(reinterpret_cast<const char*>(kInformation), sizeof(kInformation));
-  bytes += base + suffix;
-  const std::string name("\x03\0nam", 5), arguments("\x02\0/\xE9", 4);
-  WriteBytes(kLink, bytes + name + arguments + std::string(4, '\0'));
-  const CShellLink link(kLink);
-  ASSERT_TRUE(link.ready());
-  EXPECT_EQ(PathIn(kLink), TEXT("C:\\old\\x.exe"));
-  WCHAR text[256];
-  EXPECT_TRUE(link.GetDescription(text));
-  EXPECT_EQ(WideString(text), TEXT("nam"));
-  EXPECT_TRUE(link.GetArguments(text));
-  EXPECT_EQ(WideString(text), TEXT("/\u00E9"));
-  int show = 0;
-  link.GetShowCmd(show);
-  EXPECT_EQ(show, 3);
-  // Every shorter file ends within a promised part.
-  for (size_t size = 0; size < bytes.size() + name.size() + arguments.size(); size += 3) {
-    WriteBytes(kLink, (bytes + name + arguments).substr(0, size));
-    EXPECT_FALSE(CShellLink(kLink).ready()) << size;
-  }
 }
 
 TEST_F(ShortcutsMachineTest, GroupsAreFoundByTheirPrograms) {

@@ -59,22 +59,6 @@ class TreesPortableTest : public testing::Test {
   WideString root_;
 };
 
-TEST_F(TreesPortableTest, NothingIsCopiedOntoItself) {
-  const Contents before = ContentsOf(TEXT("."));
-  CFileList list;
-  for (const LPCWSTR same : {root_.c_str(), TEXT("."), TEXT(".\\")}) {
-    ASSERT_EQ(list.Scan(TEXT("."), TRUE, FALSE), 2);
-    EXPECT_EQ(list.MoveTo(same), 0);
-    EXPECT_EQ(ContentsOf(TEXT(".")), before);
-  }
-  EXPECT_FALSE(CopyFileTo(TEXT("a"), TEXT(".\\A"), Overwrite::kYes, Quiet::kYes));
-  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
-  EXPECT_EQ(ContentsOf(TEXT(".")), before);
-  ASSERT_TRUE(CreateOneDirectory(TEXT("sub"), Quiet::kYes));
-  EXPECT_EQ(CopyDirectory(TEXT("."), TEXT("sub"), Recurse::kYes), -1);
-  EXPECT_FALSE(DirectoryExists(TEXT("sub\\sub")));
-}
-
 TEST_F(TreesPortableTest, CompleteCopiesReplaceTheirTargets) {
   SetFileAttributesW(TEXT("b.txt"), FILE_ATTRIBUTE_READONLY);
   {
