@@ -77,7 +77,6 @@ void CSharedAccessLock::WaitForOthers() {
 }
 
 void CSharedAccessLock::Leave(BOOL all) {
-  if (lockMutex_ == nullptr) return;
   for (LONG leaving = all ? ownEntries_ : std::min<LONG>(ownEntries_, 1); leaving > 0; --leaving) {
     --ownEntries_;
     // An entry that a writer took for abandoned is not counted any more.

@@ -177,6 +177,7 @@ TEST_F(ProcessTest, TheShellsUserNeedsAShellAndASystemThatCanDoIt) {
   platform::SetFact("process.400.user", "Ada");
   EXPECT_TRUE(run());
   EXPECT_FALSE(run(TEXT("")));
+  EXPECT_EQ(platform::CallCount("CreateProcessWithTokenW"), 1u);
   EXPECT_TRUE(RunAsShellUser(TEXT("C:\\p.exe"), nullptr, SW_HIDE, Wait::kYes));
   for (const char* entry :
        {"user32.GetShellWindow", "advapi32.CreateProcessWithTokenW", "advapi32.DuplicateTokenEx"}) {

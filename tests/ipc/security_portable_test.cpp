@@ -34,7 +34,7 @@ TEST_F(SecurityPortableTest, SidsAsText) {
       {{1, 0, 0, 0, 0, 0, 0, 5}, TEXT("S-1-5")},
       {{1, 1, 0, 0, 255, 255, 255, 255, 255, 255, 255, 255}, TEXT("S-1-4294967295-4294967295")},
       {{1, 1, 0, 1, 0, 0, 0, 0, 7}, TEXT("S-1-0x000100000000-7")},
-      {{1, 1, 255, 171, 205, 239, 1, 35, 7}, TEXT("S-1-0xffabcdef0123-7")},
+      {{1, 1, 255, 0, 205, 239, 1, 35, 7}, TEXT("S-1-0xff00cdef0123-7")},
       {{2, 1, 0, 0, 0, 0, 0, 5}, TEXT("")},
       {{1, 16, 0, 0, 0, 0, 0, 5}, TEXT("")},
   };
@@ -62,12 +62,11 @@ TEST_F(SecurityPortableTest, TheUserOfTheProcess) {
   EXPECT_EQ(GetTokenUserSidString(by_token), TEXT('S'));
   EXPECT_EQ(GetCurrentUserSidString(by_name), TEXT('S'));
   EXPECT_EQ(WideView(by_token), WideView(by_name));
-  EXPECT_TRUE(IsValidSid(GetTokenUserSid().Get()));
   DWORD elevated = 7, level = 7;
   EXPECT_GE(IsAdministrator(&elevated, &level), 0);
   EXPECT_LE(elevated, 1u);
-  EXPECT_GE(level, kLowIntegrity);
   EXPECT_EQ(GetIntegrityLevel(), level);
+  EXPECT_EQ(HasPrivilege(TEXT("SeChangeNotifyPrivilege")), 1);
 }
 
 TEST_F(SecurityPortableTest, ReadersByTheFirstEntryThatCounts) {

@@ -267,6 +267,7 @@ TEST_F(PipesTest, MessagesThatAreNoBlocks) {
   platform::AnswerNextBox(IDOK);
   EXPECT_FALSE(WriteSizedBlock(server_, "x", 1, 1));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NO_DATA));
+  EXPECT_TRUE(Reported(TEXT("WriteFile failed")));
   platform::Replace(
       "WriteFile", +[](HANDLE, LPCVOID, DWORD size, LPDWORD written, LPOVERLAPPED) -> BOOL {
         *written = size - (size == 1);
