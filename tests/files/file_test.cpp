@@ -55,6 +55,7 @@ class FileTest : public RuntimeTest {
 
 TEST_F(FileTest, EveryFailedCallIsReportedWithItsReason) {
   DWORD number = 0;
+  const std::string data(20'000, 'a');  // more than is collected before it is written
   const auto append = [](File& f) { return f.AppendFromHandle(f.handle(), 0, 1); };
   const struct {
     const char* function;
@@ -65,8 +66,8 @@ TEST_F(FileTest, EveryFailedCallIsReportedWithItsReason) {
   } cases[] = {
       {"WriteFile", ERROR_DISK_FULL, [](File& f) { return f.WriteByte(1); }, IDS_WRITE_FAILED,
        kPath},
-      {"WriteFile", ERROR_DISK_FULL, [](File& f) { return f.WriteAscii85("a", 1, 0); },
-       IDS_WRITE_FAILED, kPath},
+      {"WriteFile", ERROR_DISK_FULL,
+       [&](File& f) { return f.WriteAscii85(data.data(), 20'000, 0); }, IDS_WRITE_FAILED, kPath},
       {"ReadFile", ERROR_READ_FAULT, [&](File& f) { return f.Read(&number, 1); }, IDS_READ_FAILED,
        kPath},
       {"SetFilePointer", ERROR_SEEK, [&](File& f) { return f.Tell(&number); }, IDS_SEEK_FAILED,
@@ -284,6 +285,9 @@ TEST_F(FileTest, FilesAbove4GbAreTakenWholeOrRefused) {
   source.Close();
   EXPECT_TRUE(boxes.empty());
 
+  ULONGLONG whole = 0;
+  EXPECT_TRUE(GetFileSizeChecked(kPath, whole));
+  EXPECT_EQ(whole, k4Gb + 10);
   EXPECT_EQ(GetFileSizeByName(kPath), INVALID_FILE_SIZE);
   EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_TOO_LARGE});
   std::unique_ptr<BYTE[]> bytes(new BYTE[1]);
@@ -350,6 +354,17 @@ TEST_F(FileTest, MappingsReportWhatFailed) {
       {"MapViewOfFile", ERROR_NOT_ENOUGH_MEMORY, TEXT("MapViewOfFile")},
   };
   using Access = CMappedFile::Access;
+  {
+    CMappedFile mapped;
+    ASSERT_NE(mapped.MapFile(kPath, Access::kWrite, 0, Quiet::kNo), nullptr);
+    for (const auto& [function, name] : {std::pair{"SetFilePointer", TEXT("SetFilePointer")},
+                                         {"SetEndOfFile", TEXT("SetEndOfFile")}}) {
+      platform::FailCall(function, 1, ERROR_SEEK);
+      EXPECT_FALSE(mapped.Resize(2));
+      EXPECT_EQ(boxes.back(), Box(IDS_CALL_FAILED, name, ERROR_SEEK));
+      EXPECT_EQ(mapped.size(), 3u);
+    }
+  }
   const File caller(kPath, File::kForReading);
   for (const auto& c : cases) {
     SCOPED_TRACE(c.function);

@@ -111,10 +111,13 @@ TEST_F(GlobalBlockTest, TakesOverAndGivesUpBlocks) {
   const HGLOBAL movable = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, 5);
   const HGLOBAL fixed = GlobalAlloc(GMEM_FIXED, 6);
   CGlobalBlock block;
-  EXPECT_TRUE(block.Attach(movable));
+  ASSERT_TRUE(block.Alloc(1, GMEM_FIXED, 1024) && block.AppendByte(1));
+  EXPECT_TRUE(block.Attach(movable)) << "the present one is freed and forgotten";
   EXPECT_EQ(block.size(), 5u);
+  EXPECT_EQ(block.position(), 0u);
   EXPECT_EQ(GlobalFlags(movable) & GMEM_LOCKCOUNT, 1u);
-  EXPECT_TRUE(block.Grow(1));
+  EXPECT_EQ(block.Reserve(6), 2);
+  EXPECT_EQ(block.size(), 6u);
   EXPECT_EQ(block.Detach(), movable);
   EXPECT_EQ(GlobalFlags(movable) & GMEM_LOCKCOUNT, 0u);
   EXPECT_TRUE(block.Attach(movable) && block.Attach(fixed)) << "the first is freed";

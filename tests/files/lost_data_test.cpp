@@ -63,8 +63,8 @@ TEST_F(LostDataTest, NothingIsDoneInAnUnknownDirectory) {
         [&] { return CanWriteFile(unknown); },
         [&] { return CreateOneDirectory(unknown, Quiet::kYes); },
         [&] { return IsDirectoryEmpty(unknown); },
-        [&] { return CopyDirectory(unknown, TEXT("C:\\dir"), Recurse::kYes) >= 0; },
-        [&] { return CopyDirectory(TEXT("C:\\dir"), unknown, Recurse::kYes) >= 0; },
+        [&] { return CopyDirectory(unknown, TEXT("C:\\dir"), Recurse::kYes) != -1; },
+        [&] { return CopyDirectory(TEXT("C:\\dir"), unknown, Recurse::kYes) != -1; },
         [&] { return DeleteTree(unknown, FilesOnly::kNo, Quiet::kYes); },
         [&] { return DeleteTree(unknown, FilesOnly::kYes, Quiet::kYes); },
         [&] { return ResetSecurityTree(unknown); },
@@ -254,10 +254,11 @@ TEST_F(LostDataTest, WhatALinkLeadsToIsNotPartOfATree) {
   PutFile(TEXT("C:\\tree\\sub\\x"), "x");
   LinkDirectory(TEXT("C:\\tree\\link"), TEXT("C:\\dir"));
   std::filesystem::create_symlink(outside, platform::HostPath(TEXT("C:\\tree\\file")));
+  const auto inside = platform::HostPath(TEXT("C:\\tree\\sub\\x"));
+  std::filesystem::permissions(inside, kOwner);
   EXPECT_TRUE(ResetSecurityTree(TEXT("C:\\tree")));
   EXPECT_EQ(std::filesystem::status(outside).permissions(), kOwner);
-  EXPECT_NE(std::filesystem::status(platform::HostPath(TEXT("C:\\tree\\sub\\x"))).permissions(),
-            kOwner);
+  EXPECT_NE(std::filesystem::status(inside).permissions(), kOwner);
   const UniqueFile open(Open(TEXT("C:\\dir\\a")));
   EXPECT_TRUE(DeleteTree(TEXT("C:\\tree"), FilesOnly::kNo, Quiet::kNo));
   EXPECT_FALSE(IsThere(TEXT("C:\\tree")));

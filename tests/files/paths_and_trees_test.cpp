@@ -21,21 +21,28 @@ namespace {
 
 TEST_F(TreesTest, PathsAreTakenApartAndPutTogether) {
   WCHAR out[MAX_PATH];
-  const auto join = [&](LPCWSTR directory, LPCWSTR name) {
-    EXPECT_TRUE(PathJoin(directory, name, out, MAX_PATH));
-    return WideView(out);
+  const struct {
+    LPCWSTR directory, name;
+    int capacity;
+    WideView path;
+    bool fits;
+  } kJoins[] = {
+      {TEXT("X:\\dir"), TEXT("x.txt"), 13, TEXT("X:\\dir\\x.txt"), true},
+      {TEXT("X:\\dir\\"), TEXT("x.txt"), MAX_PATH, TEXT("X:\\dir\\x.txt"), true},
+      {TEXT("X:\\dir"), TEXT("Y:\\y"), MAX_PATH, TEXT("Y:\\y"), true},
+      {TEXT("X:\\dir"), TEXT("\\\\server\\y"), MAX_PATH, TEXT("\\\\server\\y"), true},
+      {TEXT(""), TEXT("Y:\\y"), MAX_PATH, TEXT("Y:\\y"), true},
+      {TEXT("X:\\dir"), TEXT("abc"), 10, TEXT("X:\\dir\\ab"), false},
+      {TEXT("X:\\dir"), TEXT("abc"), 7, TEXT("X:\\dir"), false},
+      {TEXT("X:\\dir"), TEXT("abc"), 3, TEXT("X:"), false},
+      {TEXT("X:\\dir"), TEXT("Y:\\abcdefg"), 10, TEXT("Y:\\abcdef"), false},
   };
-  EXPECT_EQ(join(TEXT("X:\\dir"), TEXT("x.txt")), TEXT("X:\\dir\\x.txt"));
-  EXPECT_EQ(join(TEXT("X:\\dir\\"), TEXT("x.txt")), TEXT("X:\\dir\\x.txt"));
-  EXPECT_EQ(join(TEXT("X:\\dir"), TEXT("Y:\\y")), TEXT("Y:\\y"));
-  EXPECT_EQ(join(TEXT("X:\\dir"), TEXT("\\\\server\\y")), TEXT("\\\\server\\y"));
-  EXPECT_FALSE(PathJoin(TEXT("X:\\dir"), TEXT("abc"), out, 10));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_FILENAME_EXCED_RANGE});
-  EXPECT_EQ(WideView(out), TEXT("X:\\dir\\ab"));
-  EXPECT_FALSE(PathJoin(TEXT("X:\\dir"), TEXT("Y:\\abcdefg"), out, 10));
-  EXPECT_EQ(WideView(out), TEXT("Y:\\abcdef"));
+  for (const auto& c : kJoins) {
+    EXPECT_EQ(PathJoin(c.directory, c.name, out, c.capacity), c.fits) << &c - kJoins;
+    EXPECT_EQ(WideView(out), c.path);
+    EXPECT_TRUE(c.fits || GetLastError() == ERROR_FILENAME_EXCED_RANGE);
+  }
   EXPECT_FALSE(PathJoin(TEXT("X:\\dir"), TEXT("abc"), out, 0));
-  EXPECT_EQ(join(TEXT(""), TEXT("Y:\\y")), TEXT("Y:\\y")) << "needs no directory";
   EXPECT_EQ(WideView(FindExtension(TEXT("a.b\\c"))), TEXT(""));
   EXPECT_EQ(WideView(FindExtension(TEXT("a.b.c"))), TEXT(".c"));
   EXPECT_EQ(FindExtension(TEXT("")), nullptr);
@@ -132,24 +139,34 @@ TEST_F(TreesTest, PathsAreMadeInPlace) {
   PutFile(path, "copied");
   EXPECT_TRUE(CopyToTempName(path, path));
   EXPECT_EQ(FileBytes(path), "copied");
+  platform::AnswerNextBox(IDOK);
+  EXPECT_FALSE(CopyToTempName(TEXT("C:\\none"), path));
+  EXPECT_EQ(path[0], 0);
 }
 
 TEST_F(TreesTest, FilesAreComparedByTheirBytesOrTimes) {
   constexpr LPCWSTR kA = TEXT("C:\\dir\\a"), kB = TEXT("C:\\dir\\b");
   const struct {
     const char *a, *b;
+    int seconds;  // between a and b
     int bytes, times;
-  } kCases[] = {{"abc", "abc", 1, 0}, {"abc", "abd", 0, 0}, {"abc", "ab", 0, 0}, {"", "", -1, 0}};
+  } kCases[] = {{"abc", "abc", 2, 1, 0},
+                {"abc", "abc", 0, 1, 1},
+                {"abc", "abd", 0, 0, 1},
+                {"abc", "ab", 0, 0, 0},
+                {"", "", 2, -1, 0}};
   for (const auto& c : kCases) {
+    SCOPED_TRACE(&c - kCases);
     PutFile(kA, c.a);
     PutFile(kB, c.b);
     const auto later = std::filesystem::last_write_time(platform::HostPath(kB));
-    std::filesystem::last_write_time(platform::HostPath(kA), later - std::chrono::seconds(2));
-    EXPECT_EQ(CompareFiles(kA, kB, CompareContents::kYes), c.bytes) << c.b;
-    EXPECT_EQ(CompareFiles(kA, kB, CompareContents::kNo), c.times) << c.b;
-    EXPECT_TRUE(IsNewer(kB, kA) && !IsNewer(kA, kB) && !IsNewer(kB, TEXT("C:\\dir")));
+    std::filesystem::last_write_time(platform::HostPath(kA),
+                                     later - std::chrono::seconds(c.seconds));
+    EXPECT_EQ(CompareFiles(kA, kB, CompareContents::kYes), c.bytes);
+    EXPECT_EQ(CompareFiles(kA, kB, CompareContents::kNo), c.times);
+    EXPECT_EQ(IsNewer(kB, kA), c.seconds != 0);
+    EXPECT_FALSE(IsNewer(kA, kB) || IsNewer(kB, TEXT("C:\\dir")));
   }
-  EXPECT_EQ(CompareFiles(kA, kA, CompareContents::kNo), 1);
   EXPECT_EQ(CompareFiles(kA, TEXT("C:\\none"), CompareContents::kNo), -1);
   EXPECT_EQ(CompareFiles(TEXT("C:\\dir"), kA, CompareContents::kNo), -1);
   // The first byte of each is equal, the rest is not looked at.
@@ -194,6 +211,10 @@ TEST_F(TreesTest, NewNamesAreFree) {
     EXPECT_EQ(WideView(first), c.unique.empty() ? WideView(c.path) : c.unique);
   }
   EXPECT_EQ(GetLastError(), DWORD{ERROR_FILENAME_EXCED_RANGE});
+  FailAllocation(1);
+  EXPECT_FALSE(MakeUniqueFileName(first, MAX_PATH));
+  FailAllocation(0);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
 }
 
 TEST_F(TreesTest, SingleFilesAreCopiedAndDeletedWithTheirReports) {
@@ -271,6 +292,15 @@ TEST_F(TreesTest, TreesAreMadeCopiedAndDeleted) {
     EXPECT_TRUE(IsThere(TEXT("C:\\tree\\a")));
     EXPECT_FALSE(IsThere(TEXT("C:\\tree\\sub"))) << "quietly, the rest goes";
   }
+  {
+    PutFile(TEXT("C:\\tree\\sub\\b"), "x");
+    const UniqueFile open(
+        CreateFileW(TEXT("C:\\tree\\sub\\b"), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    platform::AnswerNextBox(IDOK);
+    EXPECT_FALSE(DeleteTree(TEXT("C:\\tree"), FilesOnly::kNo, Quiet::kYes));
+    EXPECT_TRUE(LastBox().starts_with(TEXT("The file \"C:\\tree\\sub\\b\" could not be deleted.")))
+        << "below, nothing is quiet";
+  }
   // Its short name still fits.
   std::ofstream(platform::HostPath(TEXT("C:\\copy\\sub")) / std::string(254, 'l')) << "x";
   EXPECT_TRUE(DeleteTree(TEXT("C:\\copy"), FilesOnly::kNo, Quiet::kNo));
@@ -295,6 +325,7 @@ TEST_F(TreesTest, ListsAreSortedJoinedCopiedAndPruned) {
   for (int i = 1; i < 8; ++i)
     EXPECT_LE(list.GetEntry(i - 1)->nFileSizeLow, list.GetEntry(i)->nFileSizeLow);
   list.Sort(CFileList::kByName, FALSE);
+  for (const int no_key : {-1, 3}) list.Sort(no_key, TRUE);
   EXPECT_EQ(WideView(list.GetPath(0)), TEXT("C:\\dir\\f7"));
   EXPECT_EQ(list.GetPath(8), nullptr);
   EXPECT_EQ(list.TotalSize(), 10u * (1 + 2 + 3 + 4 + 5 + 6));
@@ -325,6 +356,8 @@ TEST_F(TreesTest, ListsAreSortedJoinedCopiedAndPruned) {
     std::filesystem::last_write_time(
         path, std::filesystem::file_time_type::clock::now() - std::chrono::hours(100 - i));
   }
+  EXPECT_TRUE(PruneOldFiles(TEXT("C:\\dir\\f*"), 5, 0, nullptr));
+  EXPECT_TRUE(IsThere(TEXT("C:\\dir\\f0"))) << "none may go";
   for (const uint64_t allocation : {1, 2}) {
     FailAllocation(allocation);
     platform::AnswerNextBox(IDOK);
@@ -339,17 +372,14 @@ TEST_F(TreesTest, ListsAreSortedJoinedCopiedAndPruned) {
   EXPECT_TRUE(IsThere(TEXT("C:\\dir\\f3")));
   EXPECT_EQ(list.MoveTo(TEXT("C:\\to")), 10);
   EXPECT_EQ(list.count(), 0);
-}
-
-TEST_F(TreesTest, ManyFiles) {
-  std::filesystem::create_directories(platform::HostPath(TEXT("C:\\many")));
-  for (int i = 0; i < 10000; ++i)
-    std::ofstream(platform::HostPath(TEXT("C:\\many")) / std::to_string(i));
-  CFileList list, other;
-  EXPECT_EQ(list.Scan(TEXT("C:\\many\\*5"), TRUE, FALSE), 1000);
-  EXPECT_EQ(list.Add(TEXT("C:\\many"), TRUE, FALSE), 10000);
-  EXPECT_TRUE(DeleteTree(TEXT("C:\\many"), FilesOnly::kNo, Quiet::kNo));
-  EXPECT_FALSE(IsThere(TEXT("C:\\many")));
+  // A file whose path has no room, beside one that has.
+  PutFile(TEXT("C:\\deep\\a"), "x");
+  std::ofstream(platform::HostPath(TEXT("C:\\deep")) / std::string(254, 'l')) << "x";
+  for (const BOOL useLibraryDelete : {FALSE, TRUE}) {
+    EXPECT_EQ(list.Scan(TEXT("C:\\deep"), TRUE, FALSE), 2);
+    EXPECT_EQ(list.DeleteAll(useLibraryDelete), 1);
+    PutFile(TEXT("C:\\deep\\a"), "x");
+  }
 }
 
 }  // namespace

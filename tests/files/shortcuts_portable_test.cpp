@@ -1,9 +1,12 @@
 // Shell and Internet shortcuts come back as they were written.
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "runtime/files/internet_shortcut.h"
 #include "runtime/files/item_lists.h"
 #include "runtime/files/shell_link.h"
+#include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
 
 namespace kv {
@@ -71,16 +74,28 @@ TEST_F(ShortcutsTest, AShortcutKeepsWhatItWasGiven) {
 TEST_F(ShortcutsTest, WhatIsNoShortcutIsNotReady) {
   const CShellLink empty(file_);
   EXPECT_FALSE(empty.ready());
-  WCHAR text[256] = TEXT("x");
+  using Text = WCHAR(&)[256];
   int index = 0, show = 0;
-  WCHAR path[MAX_PATH] = TEXT("x");
-  EXPECT_FALSE(empty.GetArguments(text));
-  EXPECT_EQ(text[0], 0);
-  EXPECT_FALSE(empty.GetIconLocation(path, index));
+  const std::function<BOOL(Text)> kQuestions[] = {
+      [&](Text text) { return empty.GetArguments(text); },
+      [&](Text text) { return empty.GetDescription(text); },
+      [&](Text text) { return empty.GetWorkingDirectory(text, 256); },
+      [&](Text text) { return empty.GetPath(text, 256); },
+      [&](Text text) {
+        WCHAR file[MAX_PATH] = TEXT("x");
+        const BOOL found = empty.GetIconLocation(file, index);
+        CopyStringW(text, file);
+        return found;
+      },
+  };
+  for (const auto& ask : kQuestions) {
+    WCHAR text[256] = TEXT("x");
+    EXPECT_FALSE(ask(text));
+    EXPECT_EQ(text[0], 0) << &ask - kQuestions;
+  }
   EXPECT_EQ(index, -1);
   EXPECT_FALSE(empty.GetShowCmd(show));
   EXPECT_EQ(show, SW_SHOWNORMAL);
-  EXPECT_FALSE(empty.GetPath(path, MAX_PATH));
   EXPECT_FALSE(CShellLink(TEXT("C:\\no such\\file.lnk")).ready());
   ShortcutContents contents;
   contents.target = file_;
@@ -112,9 +127,9 @@ TEST_F(ShortcutsTest, ItemListsAreMeasuredComparedAndJoined) {
   EXPECT_TRUE(ItemListStartsWith(list(kA), list(kB)));
   EXPECT_FALSE(ItemListStartsWith(list(kB), list(kA)));
   EXPECT_TRUE(ItemListStartsWith(list(kB), list(kEmpty)));
-  const UniqueItemList joined(ItemListConcat(list(kB), list(kA)));
+  const UniqueItemList joined(ItemListConcat(list(kA), list(kB)));
   ASSERT_TRUE(joined);
-  constexpr BYTE kJoined[] = {3, 0, 'a', 3, 0, 'a', 4, 0, 'b', 'c', 0, 0};
+  constexpr BYTE kJoined[] = {3, 0, 'a', 4, 0, 'b', 'c', 3, 0, 'a', 0, 0};
   EXPECT_EQ(memcmp(joined.Get(), kJoined, sizeof(kJoined)), 0);
 }
 

@@ -11,6 +11,7 @@
 #include "platform/kernel/text.h"
 #include "runtime/core/handles.h"
 #include "runtime/files/delete_when_free.h"
+#include "runtime/files/dll_directory.h"
 #include "runtime/files/file_actions.h"
 #include "runtime/files/file_list.h"
 #include "runtime/text/text.h"
@@ -129,6 +130,45 @@ TEST_F(SpecialFoldersTest, TheSearchPathEndsWithASemicolon) {
   }
   RegDeleteValueW(Key::Create(HKEY_LOCAL_MACHINE, kEnvironment), TEXT("Path"));
   EXPECT_EQ(GetSystemPath(), nullptr);
+}
+
+TEST_F(SpecialFoldersTest, LibrariesAreSearchedForInADirectoryForAWhile) {
+  const struct {
+    DWORD system;
+    WORD service_pack;
+    LPCWSTR before;       // null: the default search order
+    const char* failing;  // with its second call; null for none
+    bool sets;            // or else makes it current
+  } kRows[] = {
+      {kWindows2000, 4, nullptr, nullptr, false},
+      {kWindowsXp, 0, nullptr, nullptr, false},
+      {kWindowsXp, 1, nullptr, nullptr, true},
+      {kServer2003, 0, TEXT("C:\\b"), nullptr, true},
+      {kServer2003, 0, TEXT("C:\\b"), "GetDllDirectoryW", false},
+  };
+  std::filesystem::create_directory(platform::HostPath(TEXT("C:\\dir")));
+  const auto directories = [] {
+    WCHAR dll[MAX_PATH] = {}, current[MAX_PATH] = {};
+    GetDllDirectoryW(MAX_PATH, dll);
+    GetCurrentDirectoryW(MAX_PATH, current);
+    return std::pair{WideString(dll), WideString(current)};
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(&row - kRows);
+    startupContext.platform.ntKind = row.system;
+    startupContext.platform.servicePackMajor = row.service_pack;
+    SetDllDirectoryW(row.before);
+    const auto before = directories();
+    auto during = before;
+    (row.sets ? during.first : during.second) = TEXT("C:\\dir");
+    if (row.failing != nullptr) platform::FailCall(row.failing, 2);
+    {
+      const CDllDirectory scope(TEXT("C:\\dir"));
+      EXPECT_EQ(directories(), during);
+    }
+    EXPECT_EQ(directories(), before);
+  }
+  SetDllDirectoryW(nullptr);
 }
 
 class DeleteWhenFreeTest : public RuntimeTest {
