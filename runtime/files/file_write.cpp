@@ -1,6 +1,8 @@
 // What File writes as it is told.
 #include <string.h>
 
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <new>
 
@@ -37,8 +39,8 @@ void File::RememberWritten(const void* data, DWORD size) {
   if (size >= kLastBytes) {
     memcpy(lastBytes_, bytes + size - kLastBytes, kLastBytes);
   } else {
-    memmove(lastBytes_, lastBytes_ + size, kLastBytes - size);
-    memcpy(lastBytes_ + kLastBytes - size, bytes, size);
+    BYTE* const kept = std::copy(lastBytes_ + size, std::end(lastBytes_), lastBytes_);
+    memcpy(kept, bytes, size);
   }
 }
 

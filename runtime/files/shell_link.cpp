@@ -18,17 +18,17 @@ BOOL Answered(HRESULT result) {
   return result == S_OK;
 }
 
-// The name that the folder of the list `folder` gives to `items`, which are relative to it.
-BOOL NameInFolder(PCIDLIST_ABSOLUTE folder, PCUIDLIST_RELATIVE items, LPWSTR name, int capacity) {
-  ComReference<IShellFolder> desktop;
-  if (!Answered(SHGetDesktopFolder(desktop.Receive()))) return FALSE;
-  ComReference<IShellFolder> bound;
-  const HRESULT result = desktop.Get()->BindToObject(folder, nullptr, IID_IShellFolder,
-                                                     reinterpret_cast<void**>(bound.Receive()));
-  if (!Answered(result)) return FALSE;
+// The name that the folder of the list `folder` gives to `items`, which are relative to it; an
+// empty one stays when there is none.
+void NameInFolder(PCIDLIST_ABSOLUTE folder, PCUIDLIST_RELATIVE items, LPWSTR name, int capacity) {
+  ComReference<IShellFolder> desktop, bound;
   STRRET text;
-  return Answered(bound.Get()->GetDisplayNameOf(items, kNameWithin, &text)) &&
-         Answered(StrRetToBufW(&text, items, name, static_cast<UINT>(capacity)));
+  if (Answered(SHGetDesktopFolder(desktop.Receive())) &&
+      Answered(desktop.Get()->BindToObject(folder, nullptr, IID_IShellFolder,
+                                           reinterpret_cast<void**>(bound.Receive()))) &&
+      Answered(bound.Get()->GetDisplayNameOf(items, kNameWithin, &text))) {
+    StrRetToBufW(&text, items, name, static_cast<UINT>(capacity));
+  }
 }
 
 }  // namespace

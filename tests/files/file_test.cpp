@@ -281,6 +281,9 @@ TEST_F(FileTest, FilesAbove4GbAreTakenWholeOrRefused) {
   bytesWritten = 0;
   EXPECT_TRUE(target.AppendFromHandle(source.handle(), k4Gb + 3, File::kWhole));
   EXPECT_EQ(bytesWritten, 7u);
+  LONG high = 0;
+  EXPECT_EQ(SetFilePointer(source.handle(), 0, &high, FILE_CURRENT), 3u);
+  EXPECT_EQ(high, 1);
   platform::ResetFaults();
   source.Close();
   EXPECT_TRUE(boxes.empty());
@@ -356,6 +359,9 @@ TEST_F(FileTest, MappingsReportWhatFailed) {
   using Access = CMappedFile::Access;
   {
     CMappedFile mapped;
+    platform::FailCall("MapViewOfFile", 1);
+    EXPECT_EQ(mapped.MapFile(kPath, Access::kWrite, 10, Quiet::kYes), nullptr);
+    EXPECT_EQ(GetFileSizeByName(kPath), 3u) << "cut back";
     ASSERT_NE(mapped.MapFile(kPath, Access::kWrite, 0, Quiet::kNo), nullptr);
     for (const auto& [function, name] : {std::pair{"SetFilePointer", TEXT("SetFilePointer")},
                                          {"SetEndOfFile", TEXT("SetEndOfFile")}}) {

@@ -123,6 +123,12 @@ TEST_F(GlobalBlockTest, TakesOverAndGivesUpBlocks) {
   EXPECT_TRUE(block.Attach(movable) && block.Attach(fixed)) << "the first is freed";
   EXPECT_FALSE(block.Attach(nullptr));
   EXPECT_EQ(block.data(), nullptr);
+  const HGLOBAL strange = GlobalAlloc(GMEM_MOVEABLE, 7);
+  platform::FailCall("GlobalSize", 1);
+  EXPECT_FALSE(block.Attach(strange)) << "growing it would cut it";
+  EXPECT_EQ(block.Detach(), nullptr) << "it is still the caller's";
+  EXPECT_EQ(GlobalFlags(strange) & GMEM_LOCKCOUNT, 0u);
+  GlobalFree(strange);
   EXPECT_TRUE(last_box.empty());
 }
 
@@ -131,6 +137,14 @@ TEST_F(GlobalBlockTest, MoreThanABlockCanHold) {
   ASSERT_TRUE(block.AppendStringA("abc", Terminator::kNo));
   EXPECT_FALSE(block.Append("", 0xFFFFFFFF));
   EXPECT_EQ(Content(block), "abc");
+  const auto reported = [](LPCWSTR text) { return last_box.find(text) != WideString::npos; };
+  EXPECT_TRUE(reported(TEXT("GlobalReAlloc failed")));
+  for (const auto& [call, report] : {std::pair{"GlobalAlloc", TEXT("GlobalAlloc failed")},
+                                     {"GlobalLock", TEXT("GlobalLock failed")}}) {
+    platform::FailCall(call, 1);
+    EXPECT_FALSE(CGlobalBlock().Alloc(5, GMEM_MOVEABLE, 0));
+    EXPECT_TRUE(reported(report));
+  }
 }
 
 TEST_F(GlobalBlockTest, TheClipboardTakesTheBlockOrLeavesIt) {

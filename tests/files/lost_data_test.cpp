@@ -346,6 +346,37 @@ DWORD WINAPI RemoveAndReset(LPWSTR path, SE_OBJECT_TYPE type, SECURITY_INFORMATI
   return SetNamedSecurityInfoW(path, type, parts, owner, group, dacl, sacl);
 }
 
+BOOL WINAPI RemoveAndCopy(LPCWSTR source, LPCWSTR target, BOOL fail_if_exists) {
+  if (WideView(source).ends_with(TEXT("\\a"))) {
+    std::filesystem::remove(platform::HostPath(source));
+  }
+  return CopyFileW(source, target, fail_if_exists);
+}
+
+TEST_F(LostDataTest, WhatIsDeletedWhileItIsCopiedIsNoFailure) {
+  PutFile(TEXT("C:\\dir\\sub\\c"), "three");
+  MakeDirectory(TEXT("C:\\to"));
+  const auto copy = [] { return CopyDirectory(TEXT("C:\\dir"), TEXT("C:\\to"), Recurse::kYes); };
+  EXPECT_EQ(copy(), 3);
+  // Behind both outer directories, the one below is asked about.
+  platform::FailCall("CreateFileW", 3, ERROR_PATH_NOT_FOUND);
+  EXPECT_EQ(copy(), 2);
+  for (const auto& [call, nth] : {std::pair{"CreateFileW", 3}, {"CopyFileW", 2}}) {
+    platform::FailCall(call, nth, ERROR_ACCESS_DENIED);
+    platform::AnswerNextBox(IDOK);
+    EXPECT_EQ(copy(), -1) << "it is there still";
+  }
+  platform::Replace("CopyFileW", &RemoveAndCopy);
+  EXPECT_EQ(copy(), 2);
+  platform::ReplaceFunction("CopyFileW", nullptr);
+  const WideString deep = TEXT("C:\\") + WideString(100, 'd'), name(200, 'n');
+  MakeDirectory(deep.c_str());
+  PutFile((TEXT("C:\\dir\\") + name).c_str(), "x");
+  platform::AnswerNextBox(IDOK);
+  EXPECT_EQ(CopyDirectory((TEXT("C:\\dir\\") + name).c_str(), deep.c_str(), Recurse::kNo), -1);
+  EXPECT_EQ(ContentsOf(deep.c_str()), Contents()) << "not under a part of its name";
+}
+
 TEST_F(LostDataTest, WhatOthersHaveDeletedIsNoFailure) {
   platform::Replace("DeleteFileW", &DeleteAndFail);
   EXPECT_TRUE(RemoveFile(TEXT("C:\\dir\\a"), Quiet::kNo));

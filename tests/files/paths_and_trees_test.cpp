@@ -236,10 +236,14 @@ TEST_F(TreesTest, SingleFilesAreCopiedAndDeletedWithTheirReports) {
                             Overwrite::kNo, Quiet::kNo));
   EXPECT_FALSE(CopyFileToDir(TEXT("C:\\dir"), TEXT("a"), TEXT("C:\\none"), nullptr, Overwrite::kNo,
                              Quiet::kNo));
+  SetFileAttributesW(TEXT("C:\\dir\\b"), FILE_ATTRIBUTE_READONLY);
+  EXPECT_TRUE(CanWriteFile(TEXT("C:\\dir\\b")));
+  SetFileAttributesW(TEXT("C:\\dir\\a"), FILE_ATTRIBUTE_READONLY);
   {
     const UniqueFile open(
         CreateFileW(TEXT("C:\\dir\\a"), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
     EXPECT_FALSE(CanWriteFile(TEXT("C:\\dir\\a")) || CanWriteFile(TEXT("C:\\dir")));
+    EXPECT_EQ(GetFileAttributesW(TEXT("C:\\dir\\a")), DWORD{FILE_ATTRIBUTE_READONLY});
     platform::AnswerNextBox(IDOK);
     EXPECT_FALSE(RemoveFile(TEXT("C:\\dir\\a"), Quiet::kNo));
     EXPECT_EQ(LastBox(), TEXT("The file \"C:\\dir\\a\" could not be deleted."));
@@ -260,6 +264,7 @@ TEST_F(TreesTest, TreesAreMadeCopiedAndDeleted) {
   EXPECT_TRUE(CreateDirectoryTree(TEXT("%SystemRoot%\\one\\two"), Expand::kYes, Quiet::kNo));
   EXPECT_TRUE(DirectoryExists(TEXT("C:\\Windows\\one\\two")));
   EXPECT_FALSE(CreateDirectoryTree(TEXT("\\\\server"), Expand::kNo, Quiet::kNo));
+  EXPECT_FALSE(CreateDirectoryTree(WideString(300, 'x').c_str(), Expand::kNo, Quiet::kYes));
   PutFile(TEXT("C:\\dir\\in the way"), "x");
   platform::AnswerNextBox(IDOK);
   EXPECT_FALSE(CreateDirectoryTree(TEXT("C:\\dir\\in the way\\deep"), Expand::kNo, Quiet::kNo));
@@ -312,6 +317,18 @@ TEST_F(TreesTest, TreesAreMadeCopiedAndDeleted) {
   EXPECT_FALSE(ResetSecurityTree(TEXT("C:\\tree")));
 }
 
+TEST_F(TreesTest, LinksAreReparsePointsOfTheirKind) {
+  for (const auto& [attributes, tag, is_link] :
+       {std::tuple{DWORD{FILE_ATTRIBUTE_REPARSE_POINT}, 0xA000000Cu, true},
+        {FILE_ATTRIBUTE_REPARSE_POINT, 0x80000017, false},
+        {FILE_ATTRIBUTE_DIRECTORY, 0xA000000C, false}}) {
+    WIN32_FIND_DATAW entry = {};
+    entry.dwFileAttributes = attributes;
+    entry.dwReserved0 = tag;
+    EXPECT_EQ(IsLinkEntry(entry), is_link);
+  }
+}
+
 TEST_F(TreesTest, ListsAreSortedJoinedCopiedAndPruned) {
   CFileList list;
   EXPECT_EQ(list.Scan(TEXT("C:\\dir"), TRUE, TRUE), 0);
@@ -329,6 +346,7 @@ TEST_F(TreesTest, ListsAreSortedJoinedCopiedAndPruned) {
   EXPECT_EQ(WideView(list.GetPath(0)), TEXT("C:\\dir\\f7"));
   EXPECT_EQ(list.GetPath(8), nullptr);
   EXPECT_EQ(list.TotalSize(), 10u * (1 + 2 + 3 + 4 + 5 + 6));
+  EXPECT_EQ(list.RemoveByName(TEXT("none")), 8);
   EXPECT_EQ(list.RemoveByName(TEXT("c:\\x\\F7")), 7);
   EXPECT_EQ(list.Add(TEXT("C:\\dir\\*"), TRUE, TRUE), 9) << "f7 and sub";
   EXPECT_EQ(list.Add(TEXT("C:\\dir\\sub\\*"), TRUE, TRUE), 9) << "another directory";

@@ -60,7 +60,7 @@ class ShortcutsMachineTest : public RuntimeTest {
 
 TEST_F(ShortcutsMachineTest, OnlyVistaStartsTheProgramOfADocument) {
   Associate(TEXT(".abc"), TEXT("\"C:\\Program Files\\abc.exe\" /open \"%1\""));
-  Associate(TEXT(".bare"), TEXT("C:\\bare.exe \"%1\""));
+  Associate(TEXT(".exe"), TEXT("\"C:\\start.exe\" \"%1\""));
   const struct {
     const char* profile;
     LPCWSTR target;
@@ -139,8 +139,12 @@ TEST_F(ShortcutsMachineTest, OpenCommandsAreTakenWhole) {
   WCHAR text[MAX_PATH] = TEXT(".q");
   EXPECT_TRUE(GetQuotedOpenProgram(text, text));
   EXPECT_EQ(WideString(text), TEXT("C:\\a b.exe"));
-  EXPECT_FALSE(GetQuotedOpenProgram(TEXT(""), text));
-  EXPECT_EQ(text[0], 0);
+  for (const LPCWSTR command : {TEXT("C:\\bare.exe %1"), TEXT("\"C:\\open"), TEXT("\"\" x")}) {
+    Associate(TEXT(".q"), command);
+    text[0] = '?';
+    EXPECT_FALSE(GetQuotedOpenProgram(TEXT(".q"), text));
+    EXPECT_EQ(text[0], 0);
+  }
 }
 
 TEST_F(ShortcutsMachineTest, AShortcutWithoutItsTargetIsNotWritten) {
@@ -213,14 +217,15 @@ TEST_F(ShortcutsMachineTest, GroupsAreFoundByTheirPrograms) {
   }
   CShellLink().Save(TEXT("C:\\Menu\\direct.lnk"), To(TEXT("C:\\direct.exe")));
   CShellLink().Save(TEXT("C:\\Menu\\Tools\\a.lnk"), To(TEXT("C:\\bin\\A.exe")));
+  CShellLink().Save(TEXT("C:\\Menu\\Tools\\x.lnk"), To(TEXT("C:\\bin\\x")));
   CShellLink().Save(TEXT("C:\\Menu\\Tools\\Deep\\b.lnk"), To(TEXT("C:\\deep.exe")));
   WriteBytes(TEXT("C:\\Menu\\Games\\a.lnk"), "no link");
   EXPECT_TRUE(FindProgramGroup(HKEY_CURRENT_USER, TEXT("a.EXE"), group, MAX_PATH));
   EXPECT_EQ(WideString(group), TEXT("C:\\Menu\\Tools"));
-  CopyStringW(group, TEXT("a.exe"));
+  CopyStringW(group, TEXT("x"));
   EXPECT_TRUE(FindProgramGroup(HKEY_CURRENT_USER, group, group, 8));
   EXPECT_EQ(WideString(group), TEXT("C:\\Menu")) << "cut to the capacity";
-  for (const WCHAR* program : {TEXT("direct.exe"), TEXT("deep.exe"), TEXT("none.exe")}) {
+  for (const WCHAR* program : {TEXT("direct.exe"), TEXT("deep.exe"), TEXT("none.exe"), TEXT("")}) {
     EXPECT_FALSE(FindProgramGroup(HKEY_CURRENT_USER, program, group, MAX_PATH));
     EXPECT_EQ(group[0], 0);
   }

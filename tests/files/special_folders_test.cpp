@@ -143,7 +143,7 @@ TEST_F(SpecialFoldersTest, LibrariesAreSearchedForInADirectoryForAWhile) {
       {kWindows2000, 4, nullptr, nullptr, false},
       {kWindowsXp, 0, nullptr, nullptr, false},
       {kWindowsXp, 1, nullptr, nullptr, true},
-      {kServer2003, 0, TEXT("C:\\b"), nullptr, true},
+      {kServer2003, 0, TEXT("b"), nullptr, true},
       {kServer2003, 0, TEXT("C:\\b"), "GetDllDirectoryW", false},
   };
   std::filesystem::create_directory(platform::HostPath(TEXT("C:\\dir")));
