@@ -59,6 +59,8 @@ TEST_F(FileProgressTest, CopiesWithAndWithoutAWindow) {
     platform::AnswerNextBox(IDOK);
     EXPECT_FALSE(CopyFileWithProgress(TEXT("C:\\none"), kTarget, class_name, IDS_CANCEL));
   }
+  platform::AnswerNextBox(IDOK);
+  EXPECT_FALSE(CopyFileWithProgress(kSource, TEXT("C:\\Dir\\a*b"), kClass, IDS_CANCEL));
   EXPECT_EQ(TargetSize(), 7u);
 }
 

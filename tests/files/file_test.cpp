@@ -111,6 +111,11 @@ TEST_F(FileTest, EveryFailedCallIsReportedWithItsReason) {
     EXPECT_EQ(file.handle(), handle) << "a failure leaves the handle";
     platform::ResetFaults();
   }
+  platform::FailCall("ReadFile", 1, ERROR_READ_FAULT, 2);
+  EXPECT_EQ(ReadFileToGlobal(kPath), nullptr);
+  std::unique_ptr<BYTE[]> bytes(new BYTE[1]);
+  EXPECT_FALSE(ReadEntireFile(kPath, 0, bytes, number));
+  EXPECT_EQ(bytes, nullptr);
 }
 
 TEST_F(FileTest, FilesThatCannotBeOpenedKeepTheName) {
@@ -359,8 +364,14 @@ TEST_F(FileTest, MappingsReportWhatFailed) {
   using Access = CMappedFile::Access;
   {
     CMappedFile mapped;
-    platform::FailCall("MapViewOfFile", 1);
+    platform::FailCall("MapViewOfFile", 1, ERROR_BUSY);
     EXPECT_EQ(mapped.MapFile(kPath, Access::kWrite, 10, Quiet::kYes), nullptr);
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_BUSY});
+    for (const auto occurrences :
+         {CMappedFile::Occurrences::kAll, CMappedFile::Occurrences::kFirst}) {
+      platform::FailCall("MapViewOfFile", 1);
+      EXPECT_EQ(CMappedFile::ReplaceInFile(kPath, "a", "xyz", occurrences), 0);
+    }
     EXPECT_EQ(GetFileSizeByName(kPath), 3u) << "cut back";
     ASSERT_NE(mapped.MapFile(kPath, Access::kWrite, 0, Quiet::kNo), nullptr);
     for (const auto& [function, name] : {std::pair{"SetFilePointer", TEXT("SetFilePointer")},

@@ -68,6 +68,11 @@ TEST_F(TreesTest, PathsAreTakenApartAndPutTogether) {
   EXPECT_EQ(WideView(StripLongPathPrefix(TEXT("!\\??\\C:\\x"))), TEXT("C:\\x"));
   EXPECT_EQ(WideView(StripLongPathPrefix(TEXT("\\??\\C:\\x"))), TEXT("C:\\x"));
   EXPECT_EQ(WideView(StripLongPathPrefix(TEXT("\\?\\C:\\x"))), TEXT("\\?\\C:\\x"));
+  platform::FailCall("GetFullPathNameW", 1, ERROR_NOT_READY);
+  EXPECT_FALSE(MakeFullPath(TEXT("x"), out));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_READY});
+  EXPECT_TRUE(PathBesideModule(nullptr, TEXT("x.dll"), out));
+  EXPECT_TRUE(WideView(out).ends_with(TEXT("\\x.dll")));
   EXPECT_FALSE(PathBesideModule(nullptr, WideString(MAX_PATH, 'x').c_str(), out));
   EXPECT_EQ(GetLastError(), DWORD{ERROR_FILENAME_EXCED_RANGE});
   EXPECT_EQ(out[0], 0);
@@ -308,6 +313,8 @@ TEST_F(TreesTest, TreesAreMadeCopiedAndDeleted) {
   }
   // Its short name still fits.
   std::ofstream(platform::HostPath(TEXT("C:\\copy\\sub")) / std::string(254, 'l')) << "x";
+  EXPECT_FALSE(ResetSecurityTree(TEXT("C:\\copy"))) << "but it has no path of its own";
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_FILENAME_EXCED_RANGE});
   EXPECT_TRUE(DeleteTree(TEXT("C:\\copy"), FilesOnly::kNo, Quiet::kNo));
   EXPECT_FALSE(IsThere(TEXT("C:\\copy")));
   PutFile(TEXT("C:\\tree\\sub\\x"), "x");

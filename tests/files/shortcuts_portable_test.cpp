@@ -118,18 +118,23 @@ TEST_F(ShortcutsTest, AnInternetShortcutKeepsItsAddress) {
 }
 
 TEST_F(ShortcutsTest, ItemListsAreMeasuredComparedAndJoined) {
-  alignas(ITEMIDLIST) static constexpr BYTE kA[] = {3, 0, 'a', 4, 0, 'b', 'c', 0, 0};
+  alignas(ITEMIDLIST) static constexpr BYTE kA[28] = {3, 0, 'a', 23, 0, 'b', 'c'};
   alignas(ITEMIDLIST) static constexpr BYTE kB[] = {3, 0, 'a', 0, 0};
   alignas(ITEMIDLIST) static constexpr BYTE kEmpty[] = {0, 0};
   const auto list = [](const BYTE* bytes) { return reinterpret_cast<PCIDLIST_ABSOLUTE>(bytes); };
-  EXPECT_EQ(ItemListSize(list(kA)), 7u);
+  EXPECT_EQ(ItemListSize(list(kA)), 26u);
   EXPECT_EQ(ItemListSize(list(kEmpty)), 0u);
+  EXPECT_EQ(ItemListSize(nullptr), 0u);
   EXPECT_TRUE(ItemListStartsWith(list(kA), list(kB)));
   EXPECT_FALSE(ItemListStartsWith(list(kB), list(kA)));
   EXPECT_TRUE(ItemListStartsWith(list(kB), list(kEmpty)));
+  void* const dirty = CoTaskMemAlloc(31);
+  memset(dirty, 255, 31);
+  CoTaskMemFree(dirty);
   const UniqueItemList joined(ItemListConcat(list(kA), list(kB)));
   ASSERT_TRUE(joined);
-  constexpr BYTE kJoined[] = {3, 0, 'a', 4, 0, 'b', 'c', 3, 0, 'a', 0, 0};
+  constexpr BYTE kJoined[31] = {3, 0, 'a', 23, 0, 'b', 'c', 0, 0, 0, 0, 0, 0, 0,  0,
+                                0, 0, 0,   0,  0, 0,   0,   0, 0, 0, 0, 3, 0, 'a'};
   EXPECT_EQ(memcmp(joined.Get(), kJoined, sizeof(kJoined)), 0);
 }
 

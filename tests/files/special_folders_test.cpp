@@ -303,16 +303,21 @@ TEST_F(DeleteWhenFreeTest, TheScriptNamesExactlyTheFile) {
   }
 }
 
+WideString temporaryPath;
+
 DWORD WINAPI UnusualTempPath(DWORD, LPWSTR path) {
-  const platform::OutsideTest outside;
-  CreateDirectoryW(TEXT("C:\\\u0416x & 100%"), nullptr);
-  CopyStringW(path, MAX_PATH, TEXT("C:\\\u0416x & 100%\\"));
-  return 12;
+  std::filesystem::create_directory(platform::HostPath(temporaryPath));
+  CopyStringW(path, MAX_PATH, temporaryPath.c_str());
+  return static_cast<DWORD>(temporaryPath.size());
 }
 
 TEST_F(DeleteWhenFreeTest, TheScriptsOwnPathIsWrittenSoThatItCanBeStarted) {
   platform::Replace("GetTempPathW", &UnusualTempPath);
   platform::Replace("CreateProcessW", &TakeScript);
+  temporaryPath = TEXT("C:\\azAZ09-_.~#$\\");
+  EXPECT_FALSE(DeleteWhenFree(kUsed));
+  EXPECT_TRUE(startedCommand.starts_with(temporaryPath)) << "it may stand there as it is";
+  temporaryPath = TEXT("C:\\\u0416x & 100%\\");
   EXPECT_FALSE(DeleteWhenFree(kUsed));
   EXPECT_TRUE(startedCommand.starts_with(TEXT("C:\\_")) && startedCommand.ends_with(TEXT(".bat")));
   EXPECT_EQ(startedCommand.find_first_of(TEXT("\u0416 &%")), WideString::npos);
