@@ -136,6 +136,8 @@ TEST_F(GlobalBlockTest, MoreThanABlockCanHold) {
   CGlobalBlock block;
   ASSERT_TRUE(block.AppendStringA("abc", Terminator::kNo));
   EXPECT_FALSE(block.Append("", 0xFFFFFFFF));
+  platform::FailCall("GlobalReAlloc", 1);
+  EXPECT_EQ(block.Reserve(100), 0);
   EXPECT_EQ(Content(block), "abc");
   const auto reported = [](LPCWSTR text) { return last_box.find(text) != WideString::npos; };
   EXPECT_TRUE(reported(TEXT("GlobalReAlloc failed")));

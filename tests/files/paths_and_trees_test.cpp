@@ -71,6 +71,10 @@ TEST_F(TreesTest, PathsAreTakenApartAndPutTogether) {
   platform::FailCall("GetFullPathNameW", 1, ERROR_NOT_READY);
   EXPECT_FALSE(MakeFullPath(TEXT("x"), out));
   EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_READY});
+  platform::FailCall("GetModuleFileNameW", 1);
+  out[0] = '?';
+  EXPECT_FALSE(PathBesideModule(nullptr, TEXT("x.dll"), out));
+  EXPECT_EQ(out[0], 0);
   EXPECT_TRUE(PathBesideModule(nullptr, TEXT("x.dll"), out));
   EXPECT_TRUE(WideView(out).ends_with(TEXT("\\x.dll")));
   EXPECT_FALSE(PathBesideModule(nullptr, WideString(MAX_PATH, 'x').c_str(), out));
@@ -150,26 +154,28 @@ TEST_F(TreesTest, PathsAreMadeInPlace) {
 }
 
 TEST_F(TreesTest, FilesAreComparedByTheirBytesOrTimes) {
+  using namespace std::chrono_literals;
   constexpr LPCWSTR kA = TEXT("C:\\dir\\a"), kB = TEXT("C:\\dir\\b");
   const struct {
     const char *a, *b;
-    int seconds;  // between a and b
+    std::chrono::nanoseconds difference;
     int bytes, times;
-  } kCases[] = {{"abc", "abc", 2, 1, 0},
-                {"abc", "abc", 0, 1, 1},
-                {"abc", "abd", 0, 0, 1},
-                {"abc", "ab", 0, 0, 0},
-                {"", "", 2, -1, 0}};
+  } kCases[] = {{"abc", "abc", 2s, 1, 0},
+                // Only the high half of the times differs.
+                {"abc", "abc", 429'496'729'600ns, 1, 0},
+                {"abc", "abc", 0s, 1, 1},
+                {"abc", "abd", 0s, 0, 1},
+                {"abc", "ab", 0s, 0, 0},
+                {"", "", 2s, -1, 0}};
   for (const auto& c : kCases) {
     SCOPED_TRACE(&c - kCases);
     PutFile(kA, c.a);
     PutFile(kB, c.b);
     const auto later = std::filesystem::last_write_time(platform::HostPath(kB));
-    std::filesystem::last_write_time(platform::HostPath(kA),
-                                     later - std::chrono::seconds(c.seconds));
+    std::filesystem::last_write_time(platform::HostPath(kA), later - c.difference);
     EXPECT_EQ(CompareFiles(kA, kB, CompareContents::kYes), c.bytes);
     EXPECT_EQ(CompareFiles(kA, kB, CompareContents::kNo), c.times);
-    EXPECT_EQ(IsNewer(kB, kA), c.seconds != 0);
+    EXPECT_EQ(IsNewer(kB, kA), c.difference != 0s);
     EXPECT_FALSE(IsNewer(kA, kB) || IsNewer(kB, TEXT("C:\\dir")));
   }
   EXPECT_EQ(CompareFiles(kA, TEXT("C:\\none"), CompareContents::kNo), -1);
@@ -381,6 +387,7 @@ TEST_F(TreesTest, ListsAreSortedJoinedCopiedAndPruned) {
     std::filesystem::last_write_time(
         path, std::filesystem::file_time_type::clock::now() - std::chrono::hours(100 - i));
   }
+  EXPECT_TRUE(PruneOldFiles(TEXT("C:\\dir\\f*"), 9, -1, nullptr));
   EXPECT_TRUE(PruneOldFiles(TEXT("C:\\dir\\f*"), 5, 0, nullptr));
   EXPECT_TRUE(IsThere(TEXT("C:\\dir\\f0"))) << "none may go";
   for (const uint64_t allocation : {1, 2}) {

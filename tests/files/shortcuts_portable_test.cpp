@@ -113,29 +113,31 @@ TEST_F(ShortcutsTest, AnInternetShortcutKeepsItsAddress) {
   EXPECT_TRUE(shortcut.GetURL(address, 6));
   EXPECT_EQ(WideView(address), TEXT("https"));
   EXPECT_FALSE(CInternetShortcut(TEXT("C:\\no such\\file.url")).ready());
-  EXPECT_FALSE(CInternetShortcut().GetURL(address, 100)) << "none given yet";
+  EXPECT_FALSE(CInternetShortcut().GetURL(address, 0)) << "none given yet";
+  EXPECT_EQ(address[0], 'h');
+  EXPECT_FALSE(CInternetShortcut().GetURL(address, 100));
   EXPECT_EQ(address[0], 0);
 }
 
 TEST_F(ShortcutsTest, ItemListsAreMeasuredComparedAndJoined) {
-  alignas(ITEMIDLIST) static constexpr BYTE kA[28] = {3, 0, 'a', 23, 0, 'b', 'c'};
+  alignas(ITEMIDLIST) static constexpr BYTE kA[305] = {3, 0, 'a', 44, 1, 'b', 'c'};
   alignas(ITEMIDLIST) static constexpr BYTE kB[] = {3, 0, 'a', 0, 0};
   alignas(ITEMIDLIST) static constexpr BYTE kEmpty[] = {0, 0};
   const auto list = [](const BYTE* bytes) { return reinterpret_cast<PCIDLIST_ABSOLUTE>(bytes); };
-  EXPECT_EQ(ItemListSize(list(kA)), 26u);
-  EXPECT_EQ(ItemListSize(list(kEmpty)), 0u);
-  EXPECT_EQ(ItemListSize(nullptr), 0u);
+  EXPECT_EQ(ItemListSize(list(kA)), 303u);
+  EXPECT_EQ(ItemListSize(list(kEmpty)) + ItemListSize(nullptr), 0u);
   EXPECT_TRUE(ItemListStartsWith(list(kA), list(kB)));
   EXPECT_FALSE(ItemListStartsWith(list(kB), list(kA)));
   EXPECT_TRUE(ItemListStartsWith(list(kB), list(kEmpty)));
-  void* const dirty = CoTaskMemAlloc(31);
-  memset(dirty, 255, 31);
+  BYTE expected[308];
+  memcpy(expected, kA, 303);
+  memcpy(expected + 303, kB, 5);
+  void* const dirty = CoTaskMemAlloc(308);
+  memset(dirty, 255, 308);
   CoTaskMemFree(dirty);
   const UniqueItemList joined(ItemListConcat(list(kA), list(kB)));
   ASSERT_TRUE(joined);
-  constexpr BYTE kJoined[31] = {3, 0, 'a', 23, 0, 'b', 'c', 0, 0, 0, 0, 0, 0, 0,  0,
-                                0, 0, 0,   0,  0, 0,   0,   0, 0, 0, 0, 3, 0, 'a'};
-  EXPECT_EQ(memcmp(joined.Get(), kJoined, sizeof(kJoined)), 0);
+  EXPECT_EQ(memcmp(joined.Get(), expected, sizeof(expected)), 0);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "runtime/files/program_group.h"
 #include "runtime/files/shell_link.h"
 #include "runtime/text/text.h"
+#include "runtime/text/wide_text.h"
 #include "tests/support/runtime_test.h"
 #include "tests/support/test_key.h"
 
@@ -101,15 +102,13 @@ TEST_F(ShortcutsMachineTest, OpenCommandsNameTheirPrograms) {
   Associate(TEXT(".txt"), TEXT("C:\\edit.exe %1"));
   Associate(TEXT(".q"), TEXT("\"C:\\a b.exe\" \"%1\""));
   SetText(Key::Create(HKEY_CLASSES_ROOT, TEXT(".lost")), TEXT(""), TEXT("NoSuchClass"));
-  const auto program = [](LPCWSTR extension) {
-    const auto text = GetOpenCommandProgram(extension);
-    return text == nullptr ? WideString(TEXT("null")) : WideString(text.get());
-  };
-  EXPECT_EQ(program(TEXT("txt")), TEXT("C:\\edit.exe"));
-  EXPECT_EQ(program(TEXT(".txt")), TEXT("C:\\edit.exe"));
-  EXPECT_EQ(program(TEXT("q")), TEXT("C:\\a b.exe"));
-  EXPECT_EQ(program(TEXT("lost")), TEXT("null"));
-  EXPECT_EQ(program(TEXT("none")), TEXT("null"));
+  for (const auto& [extension, program] : {std::pair{TEXT("txt"), TEXT("C:\\edit.exe")},
+                                           {TEXT(".txt"), TEXT("C:\\edit.exe")},
+                                           {TEXT("q"), TEXT("C:\\a b.exe")},
+                                           {TEXT("lost"), TEXT("")},
+                                           {TEXT("none"), TEXT("")}}) {
+    EXPECT_EQ(View(GetOpenCommandProgram(extension).get()), program);
+  }
 }
 
 TEST_F(ShortcutsMachineTest, OpenCommandsAreTakenWhole) {
@@ -209,6 +208,8 @@ TEST_F(ShortcutsMachineTest, GroupsAreFoundByTheirPrograms) {
   constexpr WCHAR kMenu[] = TEXT("C:\\Menu");
   SetText(Key::Create(HKEY_CURRENT_USER, kShellFolders), TEXT("Programs"), kMenu);
   WCHAR group[MAX_PATH] = TEXT("x");
+  EXPECT_FALSE(FindProgramGroup(HKEY_CURRENT_USER, TEXT("a.exe"), group, 0));
+  EXPECT_EQ(group[0], 'x');
   EXPECT_FALSE(FindProgramGroup(HKEY_CURRENT_USER, TEXT("a.exe"), group, MAX_PATH));
   EXPECT_EQ(group[0], 0) << "no menu";
   for (const WCHAR* directory :
