@@ -55,7 +55,8 @@ TEST_F(FileProgressTest, CopiesWithAndWithoutAWindow) {
     EXPECT_FALSE(CopyFileWithProgress(TEXT("C:\\none"), kTarget, class_name, IDS_CANCEL));
   }
   platform::AnswerNextBox(IDOK);
-  EXPECT_FALSE(CopyFileWithProgress(kSource, TEXT("C:\\Dir\\a*b"), kClass, IDS_CANCEL));
+  platform::FailCall("CreateFileW", 2);
+  EXPECT_FALSE(CopyFileWithProgress(kSource, TEXT("C:\\Dir\\new"), kClass, IDS_CANCEL));
   EXPECT_EQ(TargetSize(), 7u);
 }
 

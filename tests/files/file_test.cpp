@@ -8,7 +8,9 @@
 #include "resources/string_ids.h"
 #include "runtime/core/error_text.h"
 #include "runtime/core/messages.h"
+#include "runtime/files/directories.h"
 #include "runtime/files/file_actions.h"
+#include "runtime/files/file_list.h"
 #include "runtime/files/mapped_file.h"
 #include "runtime/files/whole_files.h"
 #include "tests/support/failing_new.h"
@@ -100,6 +102,8 @@ TEST_F(FileTest, EveryFailedCallIsReportedWithItsReason) {
     EXPECT_EQ(file.handle(), handle) << "a failure leaves the handle";
     platform::ResetFaults();
   }
+  EXPECT_TRUE(File(kPath, File::kCreate).WriteAscii85(data.data(), 20'000, 0));
+  EXPECT_EQ(platform::CallCount("WriteFile"), 2u) << "as many as the buffer wants";
   platform::FailCall("ReadFile", 1, ERROR_READ_FAULT, 2);
   EXPECT_EQ(ReadFileToGlobal(kPath), nullptr);
   std::unique_ptr<BYTE[]> bytes(new BYTE[1]);
@@ -195,6 +199,38 @@ TEST_F(FileTest, FormattedTextsOutsideTheLimitsAreReported) {
   platform::FailCall("GlobalReAlloc", 2);
   EXPECT_FALSE(file.printf("%s", narrow.c_str()));
   EXPECT_EQ(boxes, std::vector<WideString>{Box(IDS_INTERNAL_ERROR, TEXT("GlobalReAlloc failed"))});
+}
+
+TEST_F(FileTest, WhatHadNoMemoryIsNamed) {
+  SetContent("abc");
+  File file(TEXT("C:\\Dir\\target"), File::kCreate);
+  CFileList list;
+  ASSERT_EQ(list.Scan(TEXT("C:\\Dir"), TRUE, FALSE), 2);
+  const struct {
+    uint64_t nth;
+    std::function<BOOL()> act;
+    LPCWSTR what;
+  } cases[] = {
+      {1, [] { return NewFile(kPath, 0) != nullptr; }, TEXT("new File failed")},
+      {2, [&] { return file.AppendFile(kPath); }, TEXT("could not allocate file copy buffer")},
+      {1, [&] { return file.WriteStringAsAnsi(TEXT("x")); }, TEXT("UnicodeToAnsiNew new char")},
+      {1, [] { return GetFilesSize(kPath) != 0; }, TEXT("could not create CFileList")},
+      {1, [] { return CFileList().Scan(kPath, TRUE, TRUE) != -1; },
+       TEXT("could not allocate WIN32_FIND_DATA array")},
+      {2, [&] { return list.Add(TEXT("C:\\Dir"), TRUE, TRUE) != -1; },
+       TEXT("could not allocate WIN32_FIND_DATA array")},
+      {1, [] { return DeleteTree(TEXT("C:\\Dir"), FilesOnly::kYes, Quiet::kNo); },
+       TEXT("could not allocate MAX_PATH buffer")},
+      {2, [] { return DeleteTree(TEXT("C:\\Dir"), FilesOnly::kYes, Quiet::kNo); },
+       TEXT("could not allocate WIN32_FIND_DATA")},
+  };
+  for (const auto& c : cases) {
+    boxes.clear();
+    FailAllocation(c.nth);
+    EXPECT_FALSE(c.act());
+    FailAllocation(0);
+    EXPECT_EQ(boxes, std::vector<WideString>{Box(IDS_INTERNAL_ERROR, c.what)}) << &c - cases;
+  }
 }
 
 // Takes all but the last byte.

@@ -312,6 +312,12 @@ TEST_F(LostDataTest, ACopyThatFailsLeavesTheTarget) {
   EXPECT_EQ(ContentsOf(TEXT("C:\\to")), (Contents{{"a", "old"}}));
   EXPECT_EQ(FileBytes(kSource), "one");
   platform::ClearFact(platform::facts::kDiskFreeBytes);
+  {
+    const UniqueFile shared(CreateFileW(kTarget, GENERIC_WRITE,
+                                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                        nullptr, OPEN_EXISTING, 0, nullptr));
+    EXPECT_TRUE(CopyFileTo(kSource, kTarget, Overwrite::kYes, Quiet::kNo)) << "nobody minds";
+  }
   // Somebody uses the target: both the deletion and the copy are reported.
   const UniqueFile open(Open(kTarget));
   platform::AnswerNextBox(IDOK);
