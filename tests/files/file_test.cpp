@@ -67,6 +67,9 @@ TEST_F(FileTest, EveryFailedCallIsReportedWithItsReason) {
       {"WriteFile", [](File& f) { return f.WriteByte(1); }, IDS_WRITE_FAILED, kPath},
       {"WriteFile", [&](File& f) { return f.WriteAscii85(data.data(), 20'000, 0); },
        IDS_WRITE_FAILED, kPath},
+      // The last group, of one byte, finds no room.
+      {"WriteFile", [&](File& f) { return f.WriteAscii85(data.data(), 13'105, 0); },
+       IDS_WRITE_FAILED, kPath},
       {"ReadFile", [&](File& f) { return f.Read(&number, 1); }, IDS_READ_FAILED, kPath},
       {"SetFilePointer", [&](File& f) { return f.Tell(&number); }, IDS_SEEK_FAILED, kPath},
       {"SetFilePointer", [](File& f) { return f.Seek(1, FILE_BEGIN); }, IDS_SEEK_FAILED, kPath},

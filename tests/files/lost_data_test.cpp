@@ -300,8 +300,16 @@ TEST_F(LostDataTest, ACopyThatFailsLeavesTheTarget) {
     EXPECT_TRUE(CopyFileTo(kSource, kTarget, Overwrite::kYes, Quiet::kNo));
     EXPECT_EQ(ContentsOf(TEXT("C:\\to")), (Contents{{"a", "one"}}));
   }
+  // What cannot be put back stays under the other name.
+  PutFile(kTarget, "old");
+  platform::FailCall("MoveFileW", 2, ERROR_NOT_READY, 2);
+  EXPECT_FALSE(CopyFileTo(kSource, kTarget, Overwrite::kYes, Quiet::kYes));
+  const Contents kept = ContentsOf(TEXT("C:\\to"));
+  ASSERT_EQ(kept.size(), 1u);
+  EXPECT_EQ(kept.begin()->second, "old");
   ASSERT_TRUE(platform::UseProfile("windows-10"));
   Restart();
+  DeleteTree(TEXT("C:\\to"), FilesOnly::kYes, Quiet::kNo);
   PutFile(kTarget, "old");
   platform::SetFact(platform::facts::kDiskFreeBytes, "2");
   CFileList list;

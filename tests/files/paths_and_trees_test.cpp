@@ -243,6 +243,8 @@ TEST_F(TreesTest, SingleFilesAreCopiedAndDeletedWithTheirReports) {
   platform::AnswerNextBox(IDOK);
   EXPECT_FALSE(FileExists(TEXT("C:\\dir"), Report::kYes)) << "a directory";
   EXPECT_EQ(LastBox(), TEXT("The file \"C:\\dir\" could not be found."));
+  platform::AnswerNextBox(IDOK);
+  EXPECT_FALSE(FileExistsIn(TEXT("C:\\dir"), WideString(260, 'x').c_str(), Report::kYes));
   EXPECT_TRUE(CopyFileToDir(TEXT("C:\\dir"), TEXT("a"), TEXT("C:\\dir"), TEXT("new"),
                             Overwrite::kNo, Quiet::kNo));
   EXPECT_FALSE(CopyFileToDir(TEXT("C:\\dir"), TEXT("a"), TEXT("C:\\none"), nullptr, Overwrite::kNo,
@@ -276,6 +278,7 @@ TEST_F(TreesTest, TreesAreMadeCopiedAndDeleted) {
   EXPECT_TRUE(DirectoryExists(TEXT("C:\\Windows\\one\\two")));
   EXPECT_FALSE(CreateDirectoryTree(TEXT("\\\\server"), Expand::kNo, Quiet::kNo));
   EXPECT_FALSE(CreateDirectoryTree(WideString(300, 'x').c_str(), Expand::kNo, Quiet::kYes));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_FILENAME_EXCED_RANGE});
   PutFile(TEXT("C:\\dir\\in the way"), "x");
   platform::AnswerNextBox(IDOK);
   EXPECT_FALSE(CreateDirectoryTree(TEXT("C:\\dir\\in the way\\deep"), Expand::kNo, Quiet::kNo));
@@ -409,7 +412,9 @@ TEST_F(TreesTest, ListsAreSortedJoinedCopiedAndPruned) {
   std::ofstream(platform::HostPath(TEXT("C:\\deep")) / std::string(254, 'l')) << "x";
   for (const BOOL useLibraryDelete : {FALSE, TRUE}) {
     EXPECT_EQ(list.Scan(TEXT("C:\\deep"), TRUE, FALSE), 2);
+    EXPECT_EQ(list.CopyTo(TEXT("C:\\to"), CopyMode::kAlways), 1);
     EXPECT_EQ(list.DeleteAll(useLibraryDelete), 1);
+    EXPECT_EQ(list.count(), 0);
     PutFile(TEXT("C:\\deep\\a"), "x");
   }
 }

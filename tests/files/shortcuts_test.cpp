@@ -160,6 +160,7 @@ TEST_F(ShortcutsMachineTest, AShortcutWithoutItsTargetIsNotWritten) {
   WCHAR none[1] = {'?'};
   EXPECT_FALSE(link.GetPath(none, 0) || link.GetWorkingDirectory(none, 0));
   EXPECT_EQ(none[0], '?');
+  EXPECT_TRUE(link.GetPath(none, 1) && link.GetWorkingDirectory(none, 1));
 }
 
 TEST_F(ShortcutsMachineTest, ShortcutsToAddressesShowTheBrowser) {

@@ -4,18 +4,15 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include <fstream>
-
-#include "platform/control/message_boxes.h"
 #include "platform/control/profiles.h"
 #include "platform/kernel/text.h"
-#include "runtime/core/handles.h"
 #include "runtime/files/delete_when_free.h"
 #include "runtime/files/dll_directory.h"
 #include "runtime/files/file_actions.h"
 #include "runtime/files/file_list.h"
 #include "runtime/text/text.h"
 #include "runtime/text/wide_text.h"
+#include "tests/support/machine_files.h"
 #include "tests/support/peer.h"
 #include "tests/support/runtime_test.h"
 #include "tests/support/test_key.h"
@@ -178,8 +175,7 @@ class DeleteWhenFreeTest : public RuntimeTest {
   static constexpr WCHAR kUsed[] = TEXT("C:\\a b\\used.dll");
   void SetUp() override {
     RuntimeTest::SetUp();
-    std::filesystem::create_directories(platform::HostPath(TEXT("C:\\a b")));
-    std::ofstream(platform::HostPath(kUsed)) << "x";
+    PutFile(kUsed, "x");
   }
   // How many files the user's temporary directory holds.
   static int TemporaryFiles() {
@@ -189,7 +185,6 @@ class DeleteWhenFreeTest : public RuntimeTest {
     CFileList list;
     return list.Scan(directory, TRUE, TRUE);
   }
-  static bool IsThere() { return std::filesystem::exists(platform::HostPath(kUsed)); }
   template <class Condition>
   static bool WaitFor(Condition condition) {
     for (int i = 0; i < 500 && !condition(); ++i) usleep(10'000);
@@ -201,7 +196,7 @@ TEST_F(DeleteWhenFreeTest, AFileInUseGoesWithItsScriptOnceItsUserEnds) {
   for (const char* system : {kNewSystem, kOldSystem}) {
     platform::UseProfile(system);
     Restart();
-    std::ofstream(platform::HostPath(kUsed)) << "x";
+    PutFile(kUsed, "x");
     const int before = TemporaryFiles();
     const auto live = platform::LiveResources();
     const pid_t user = StartPeer(directory(), [] {
@@ -215,11 +210,11 @@ TEST_F(DeleteWhenFreeTest, AFileInUseGoesWithItsScriptOnceItsUserEnds) {
     ASSERT_TRUE(WaitFor([] { return !CanWriteFile(kUsed); }));
     EXPECT_TRUE(DeleteWhenFree(kUsed));
     usleep(150'000);
-    EXPECT_TRUE(IsThere()) << "in use";
+    EXPECT_TRUE(IsThere(kUsed)) << "in use";
     EXPECT_EQ(TemporaryFiles(), before + 1);
     kill(user, SIGKILL);
     FinishPeer(user);
-    EXPECT_TRUE(WaitFor([] { return !IsThere(); }));
+    EXPECT_TRUE(WaitFor([] { return !IsThere(kUsed); }));
     EXPECT_TRUE(WaitFor([before] { return TemporaryFiles() == before; })) << "the script stays";
     EXPECT_EQ(platform::DescribeDifference(live, platform::LiveResources()), "");
   }
@@ -238,8 +233,7 @@ BOOL WINAPI TakeScript(LPCWSTR, LPWSTR command, LPSECURITY_ATTRIBUTES, LPSECURIT
   EXPECT_EQ(startup->dwFlags, DWORD{STARTF_USESHOWWINDOW});
   EXPECT_EQ(startup->wShowWindow, SW_HIDE);
   startedCommand = command;
-  std::ifstream script(platform::HostPath(command), std::ios::binary);
-  startedScript.assign(std::istreambuf_iterator<char>(script), {});
+  startedScript = FileBytes(command);
   SetLastError(ERROR_NOT_READY);
   return FALSE;
 }
@@ -273,7 +267,7 @@ TEST_F(DeleteWhenFreeTest, TheScriptNamesExactlyTheFile) {
   for (const auto& c : kCases) {
     SCOPED_TRACE(&c - kCases);
     platform::SetFact(platform::facts::kAnsiCodePage, c.code_page);
-    if (!c.name.empty()) std::ofstream(platform::HostPath(c.path)) << "x";
+    if (!c.name.empty()) PutFile(c.path.c_str(), "x");
     const int before = TemporaryFiles();
     startedCommand.clear();
     platform::Replace("CreateProcessW", &TakeScript);
