@@ -358,12 +358,13 @@ TEST_F(TreesTest, ListsAreSortedJoinedCopiedAndPruned) {
   for (int i = 1; i < 8; ++i)
     EXPECT_LE(list.GetEntry(i - 1)->nFileSizeLow, list.GetEntry(i)->nFileSizeLow);
   list.Sort(CFileList::kByName, FALSE);
-  for (const int no_key : {-1, 3}) list.Sort(no_key, TRUE);
+  for (const int no_key : {0, 4}) list.Sort(no_key, TRUE);
   EXPECT_EQ(WideView(list.GetPath(0)), TEXT("C:\\dir\\f7"));
   EXPECT_EQ(list.GetPath(8), nullptr);
   EXPECT_EQ(list.TotalSize(), 10u * (1 + 2 + 3 + 4 + 5 + 6));
   EXPECT_EQ(list.RemoveByName(TEXT("none")), 8);
   EXPECT_EQ(list.RemoveByName(TEXT("c:\\x\\F7")), 7);
+  EXPECT_EQ(WideView(list.GetName(0)), TEXT("f6"));
   EXPECT_EQ(list.Add(TEXT("C:\\dir\\*"), TRUE, TRUE), 9) << "f7 and sub";
   EXPECT_EQ(list.Add(TEXT("C:\\dir\\sub\\*"), TRUE, TRUE), 9) << "another directory";
   // Without its end the pattern would match all.

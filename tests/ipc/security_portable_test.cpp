@@ -100,13 +100,14 @@ TEST_F(SecurityPortableTest, ReadersByTheFirstEntryThatCounts) {
   ASSERT_TRUE(SetSecurityDescriptorDacl(&open, TRUE, nullptr, FALSE));
   EXPECT_EQ(UsersCanRead(&open), -1) << "a null list has no entries to look at";
   EXPECT_EQ(IsOwnerAdministrators(&open), -1) << "no owner";
-  // An entry that allows the group to read, but on a condition.
-  alignas(4) BYTE list[] = {2, 0, 32, 0, 1, 0, 0, 0, 9,  0, 24, 0, 0,  0, 2, 0,
-                            1, 2, 0,  0, 0, 0, 0, 5, 32, 0, 0,  0, 33, 2, 0, 0};
+  // What denies on a condition does not count; what does so without one, does.
+  alignas(4) BYTE list[] = {2, 0, 56, 0, 2, 0,  0, 0, 10, 0,  24, 0, 0, 0, 2,  0,  1, 2, 0,
+                            0, 0, 0,  0, 5, 32, 0, 0, 0,  33, 2,  0, 0, 0, 0,  24, 0, 0, 0,
+                            2, 0, 1,  2, 0, 0,  0, 0, 0,  5,  32, 0, 0, 0, 33, 2,  0, 0};
   ASSERT_TRUE(SetSecurityDescriptorDacl(&open, TRUE, reinterpret_cast<PACL>(list), FALSE));
-  EXPECT_EQ(UsersCanRead(&open), 0);
-  list[8] = ACCESS_ALLOWED_ACE_TYPE;
   EXPECT_EQ(UsersCanRead(&open), 1);
+  list[8] = ACCESS_DENIED_ACE_TYPE;
+  EXPECT_EQ(UsersCanRead(&open), 0);
   open.Revision = 7;
   EXPECT_EQ(UsersCanRead(&open), -1);
   EXPECT_EQ(IsOwnerAdministrators(&open), -1);

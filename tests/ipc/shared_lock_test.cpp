@@ -110,6 +110,8 @@ TEST_F(SharedLockTest, BlocksAreMadeOpenedAndLetGo) {
     EXPECT_FALSE(other.OpenMutex(TEXT("none")));
   }
   EXPECT_EQ(block.Map(TRUE, nullptr, 8, Quiet::kNo), kCreated) << "a block of its own";
+  CSharedMemory();
+  EXPECT_EQ(platform::CallCount("DeleteCriticalSection"), 1u);
 }
 
 TEST_F(SharedLockTest, ACriticalSectionIsTriedOnceOrForAWhile) {
@@ -307,6 +309,11 @@ TEST_F(SharedLockTest, AnInteractiveLockEndsWithTheMutexCancelQuitOrDeath) {
   });
   WaitForSingleObject(taken.Get(), INFINITE);
   memory.Unlock();
+  HelperThread last([&] {
+    const UniqueHandle mutex(OpenMutexW(SYNCHRONIZE, FALSE, kMutex));
+    EXPECT_EQ(WaitForSingleObject(mutex.Get(), 0), WAIT_OBJECT_0) << "owned no more than once";
+    ReleaseMutex(mutex.Get());
+  });
 }
 
 }  // namespace

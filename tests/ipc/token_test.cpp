@@ -74,6 +74,7 @@ TEST_F(TokenTest, PrivilegesAreHeldDisabledOrAbsent) {
   EXPECT_FALSE(EnablePrivilege(SE_BACKUP_NAME, TRUE));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NOT_ALL_ASSIGNED));
   EXPECT_FALSE(EnablePrivilege(TEXT("SeUndockPrivilege"), FALSE));
+  EXPECT_FALSE(EnablePrivilege(TEXT("SeNoSuchPrivilege"), FALSE));
   EXPECT_TRUE(EnablePrivilege(SE_TCB_NAME, FALSE));
   EXPECT_EQ(HasPrivilege(SE_TCB_NAME), 1) << "enabled by default all the same";
   EXPECT_TRUE(EnablePrivilege(SE_SHUTDOWN_NAME, TRUE));
@@ -154,7 +155,12 @@ TEST_F(TokenTest, AccountsByName) {
   const unsigned lookups = platform::CallCount("LookupAccountNameW");
   EXPECT_FALSE(GetAccountSid(TEXT("Workstation")));
   EXPECT_EQ(platform::CallCount("LookupAccountNameW"), lookups + 2) << "no name without computer";
-  EXPECT_TRUE(platform::ShownBoxes()[0].text.starts_with(TEXT("GetComputerName failed")));
+  EXPECT_TRUE(Reported(TEXT("GetComputerName failed")));
+  FailAllocation(1);
+  platform::AnswerNextBox(IDOK);
+  EXPECT_FALSE(GetAccountSid(TEXT("SYSTEM")));
+  FailAllocation(0);
+  EXPECT_TRUE(Reported(TEXT("GetCurrentUserSid: could not allocate SID")));
 }
 
 TEST_F(TokenTest, AccountsByRelativeId) {

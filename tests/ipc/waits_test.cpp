@@ -264,6 +264,12 @@ TEST_F(PipesTest, MessagesThatAreNoBlocks) {
   WriteFile(client, "12", 2, &done, nullptr);
   CloseHandle(client);
   EXPECT_EQ(error_of_read(5), DWORD{ERROR_BROKEN_PIPE}) << "the client ends in the middle";
+  FailAllocation(1);
+  platform::AnswerNextBox(IDOK);
+  EXPECT_EQ(ReadFromPipe(server_, 5), nullptr);
+  FailAllocation(0);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_ENOUGH_MEMORY});
+  EXPECT_TRUE(Reported(TEXT("ReadFromPipe cannot allocate a buffer")));
   platform::AnswerNextBox(IDOK);
   EXPECT_FALSE(WriteSizedBlock(server_, "x", 1, 1));
   EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NO_DATA));
