@@ -9,7 +9,6 @@
 #include "runtime/core/handles.h"
 #include "runtime/files/delete_when_free.h"
 #include "runtime/files/directories.h"
-#include "runtime/files/dll_directory.h"
 #include "runtime/files/file.h"
 #include "runtime/files/file_actions.h"
 #include "runtime/files/file_list.h"
@@ -20,8 +19,6 @@
 
 namespace kv::test {
 namespace {
-
-constexpr LPCWSTR kUnknown[] = {TEXT(""), nullptr};
 
 class LostDataTest : public TreesTest {
  protected:
@@ -47,19 +44,16 @@ TEST_F(LostDataTest, NothingIsDoneInAnUnknownDirectory) {
   const Contents before = ContentsOf(TEXT("C:\\"));
   WCHAR out[MAX_PATH];
   CFileList list;
-  for (const LPCWSTR unknown : kUnknown) {
+  const auto copy = [](LPCWSTR from, LPCWSTR name, LPCWSTR to) {
+    return CopyFileToDir(from, name, to, nullptr, Overwrite::kYes, Quiet::kYes);
+  };
+  for (const LPCWSTR unknown : {static_cast<LPCWSTR>(nullptr), TEXT("")}) {
     const std::function<BOOL()> kActions[] = {
         [&] { return PathJoin(unknown, TEXT("precious"), out, MAX_PATH) || out[0] != 0; },
         [&] { return FileExistsIn(unknown, TEXT("precious"), Report::kNo); },
         [&] { return RemoveFileIn(unknown, TEXT("precious"), Quiet::kYes); },
-        [&] {
-          return CopyFileToDir(unknown, TEXT("precious"), TEXT("C:\\dir"), nullptr, Overwrite::kYes,
-                               Quiet::kYes);
-        },
-        [&] {
-          return CopyFileToDir(TEXT("C:\\dir"), TEXT("a"), unknown, nullptr, Overwrite::kYes,
-                               Quiet::kYes);
-        },
+        [&] { return copy(unknown, TEXT("precious"), TEXT("C:\\dir")); },
+        [&] { return copy(TEXT("C:\\dir"), TEXT("a"), unknown); },
         [&] { return CanWriteFile(unknown); },
         [&] { return CreateOneDirectory(unknown, Quiet::kYes); },
         [&] { return IsDirectoryEmpty(unknown); },
@@ -84,13 +78,6 @@ TEST_F(LostDataTest, NothingIsDoneInAnUnknownDirectory) {
       EXPECT_EQ(GetLastError(), DWORD{ERROR_PATH_NOT_FOUND}) << &act - kActions;
     }
   }
-  SetDllDirectoryW(TEXT("C:\\Windows"));
-  {
-    const CDllDirectory scope(TEXT(""));
-    GetDllDirectoryW(MAX_PATH, out);
-    EXPECT_EQ(WideView(out), TEXT("C:\\Windows"));
-  }
-  SetDllDirectoryW(nullptr);
   EXPECT_EQ(ContentsOf(TEXT("C:\\")), before);
 }
 

@@ -368,7 +368,7 @@ TEST_F(TreesTest, ListsAreSortedJoinedCopiedAndPruned) {
   EXPECT_EQ(list.Add(TEXT("C:\\dir\\*"), TRUE, TRUE), 9) << "f7 and sub";
   EXPECT_EQ(list.Add(TEXT("C:\\dir\\sub\\*"), TRUE, TRUE), 9) << "another directory";
   // Without its end the pattern would match all.
-  const WideString long_pattern = TEXT("C:\\dir\\") + WideString(252, '*') + TEXT("none");
+  const WideString long_pattern = TEXT("C:\\dir\\") + WideString(249, '*') + TEXT("none");
   EXPECT_EQ(list.Find(TEXT("f9")), -1);
   EXPECT_EQ(list.Find(TEXT("SUB")), 8);
   EXPECT_EQ(list.Scan(long_pattern.c_str(), TRUE, FALSE), 0);

@@ -160,7 +160,7 @@ TEST_F(SpecialFoldersTest, LibrariesAreSearchedForInADirectoryForAWhile) {
     (row.sets ? during.first : during.second) = TEXT("C:\\dir");
     if (row.failing != nullptr) platform::FailCall(row.failing, 2);
     {
-      const CDllDirectory scope(TEXT("C:\\dir"));
+      const CDllDirectory scope(TEXT("C:\\dir")), none(TEXT("")), nowhere(nullptr);
       EXPECT_EQ(directories(), during);
     }
     EXPECT_EQ(directories(), before);

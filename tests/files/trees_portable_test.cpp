@@ -15,34 +15,19 @@ namespace {
 
 using WideString = std::basic_string<WCHAR>;
 
-// Works in an empty directory of its own, which is the current one.
-class TreesPortableTest : public testing::Test {
- protected:
-  void SetUp() override {
-    WCHAR path[MAX_PATH];
-    ASSERT_TRUE(MakeTempName(nullptr, path) && DeleteFileW(path));
-    ASSERT_TRUE(CreateDirectoryW(path, nullptr));
-    root_ = path;
-    ASSERT_TRUE(SetCurrentDirectoryW(path));
-  }
-  void TearDown() override {
-    SetCurrentDirectoryW(TEXT("C:\\"));
-    EXPECT_TRUE(DeleteTree(root_.c_str(), FilesOnly::kNo, Quiet::kYes));
-    EXPECT_FALSE(DirectoryExists(root_.c_str()));
-  }
-  // The files that a list finds.
-  static std::set<WideString> FilesOf(LPCWSTR pattern) {
-    CFileList list;
-    list.Scan(pattern, TRUE, FALSE);
-    std::set<WideString> names;
-    for (int i = 0; i < list.count(); ++i) names.insert(list.GetName(i));
-    return names;
-  }
+// The files that a list finds.
+std::set<WideString> FilesOf(LPCWSTR pattern) {
+  CFileList list;
+  list.Scan(pattern, TRUE, FALSE);
+  std::set<WideString> names;
+  for (int i = 0; i < list.count(); ++i) names.insert(list.GetName(i));
+  return names;
+}
 
-  WideString root_;
-};
-
-TEST_F(TreesPortableTest, CopiesFindWhatListsFind) {
+TEST(TreesPortableTest, CopiesFindWhatListsFind) {
+  WCHAR root[MAX_PATH];
+  ASSERT_TRUE(MakeTempName(nullptr, root) && DeleteFileW(root));
+  ASSERT_TRUE(CreateOneDirectory(root, Quiet::kYes) && SetCurrentDirectoryW(root));
   ASSERT_TRUE(CreateDirectoryTree(TEXT("from\\sub"), Expand::kNo, Quiet::kYes));
   ASSERT_TRUE(CreateOneDirectory(TEXT("to"), Quiet::kYes));
   for (const LPCWSTR name :
@@ -57,6 +42,9 @@ TEST_F(TreesPortableTest, CopiesFindWhatListsFind) {
     EXPECT_EQ(FilesOf(TEXT("to")), listed);
     EXPECT_TRUE(DeleteTree(TEXT("to"), FilesOnly::kYes, Quiet::kYes));
   }
+  SetCurrentDirectoryW(TEXT("C:\\"));
+  EXPECT_TRUE(DeleteTree(root, FilesOnly::kNo, Quiet::kYes));
+  EXPECT_FALSE(DirectoryExists(root));
 }
 
 }  // namespace
