@@ -276,6 +276,7 @@ TEST_F(TreesTest, SingleFilesAreCopiedAndDeletedWithTheirReports) {
 TEST_F(TreesTest, TreesAreMadeCopiedAndDeleted) {
   EXPECT_TRUE(CreateDirectoryTree(TEXT("%SystemRoot%\\one\\two"), Expand::kYes, Quiet::kNo));
   EXPECT_TRUE(DirectoryExists(TEXT("C:\\Windows\\one\\two")));
+  EXPECT_TRUE(CreateDirectoryTree(TEXT("C:\\Windows\\one"), Expand::kNo, Quiet::kNo)) << "again";
   EXPECT_FALSE(CreateDirectoryTree(TEXT("\\\\server"), Expand::kNo, Quiet::kNo));
   EXPECT_FALSE(CreateDirectoryTree(WideString(300, 'x').c_str(), Expand::kNo, Quiet::kYes));
   EXPECT_EQ(GetLastError(), DWORD{ERROR_FILENAME_EXCED_RANGE});
@@ -328,6 +329,8 @@ TEST_F(TreesTest, TreesAreMadeCopiedAndDeleted) {
   EXPECT_FALSE(IsThere(TEXT("C:\\copy")));
   PutFile(TEXT("C:\\tree\\sub\\x"), "x");
   EXPECT_TRUE(ResetSecurityTree(TEXT("C:\\tree")));
+  platform::FailCall("SetNamedSecurityInfoW", 3, ERROR_ACCESS_DENIED);
+  EXPECT_FALSE(ResetSecurityTree(TEXT("C:\\tree"))) << "the file below";
   ASSERT_TRUE(platform::UseProfile("windows-98"));
   Restart();
   EXPECT_FALSE(ResetSecurityTree(TEXT("C:\\tree")));

@@ -134,7 +134,7 @@ TEST_F(ShortcutsMachineTest, OpenCommandsAreTakenWhole) {
   EXPECT_EQ(GetOpenCommandProgram((TEXT(".") + WideString(254, 'e') + TEXT("xx")).c_str()),
             nullptr);
   EXPECT_EQ(GetOpenCommandProgram(TEXT("")), nullptr);
-  Associate(TEXT(".q"), TEXT("\"C:\\a b.exe\" \"%1\""));
+  Associate(TEXT(".q"), TEXT("run \"C:\\a b.exe\" \"%1\""));
   WCHAR text[MAX_PATH] = TEXT(".q");
   EXPECT_TRUE(GetQuotedOpenProgram(text, text));
   EXPECT_EQ(WideString(text), TEXT("C:\\a b.exe"));

@@ -311,6 +311,7 @@ TEST_F(DeleteWhenFreeTest, TheScriptsOwnPathIsWrittenSoThatItCanBeStarted) {
   temporaryPath = TEXT("C:\\azAZ09-_.~#$\\");
   EXPECT_FALSE(DeleteWhenFree(kUsed));
   EXPECT_TRUE(startedCommand.starts_with(temporaryPath)) << "it may stand there as it is";
+  std::filesystem::remove(platform::HostPath(kUsed));
   temporaryPath = TEXT("C:\\\u0416x & 100%\\");
   EXPECT_FALSE(DeleteWhenFree(kUsed));
   EXPECT_TRUE(startedCommand.starts_with(TEXT("C:\\_")) && startedCommand.ends_with(TEXT(".bat")));
