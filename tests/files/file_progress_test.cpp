@@ -96,6 +96,9 @@ TEST_F(FileProgressTest, TheBarShowsTheWholeOfFilesAbove4Gb) {
   EXPECT_FALSE(CopyFileWithProgress(kSource, kTarget, kClass, IDS_CANCEL));
   // 131,077 parts of at most 32,767 bytes, each a step of one.
   EXPECT_EQ(positions, (std::vector<int>{3, 0, 131'077}));
+  std::filesystem::resize_file(platform::HostPath(kSource), 65'534);
+  EXPECT_TRUE(CopyFileWithProgress(kSource, kTarget, kClass, IDS_CANCEL));
+  EXPECT_EQ(positions, (std::vector<int>{65'534, 0, 65'534})) << "two whole parts";
 }
 
 }  // namespace

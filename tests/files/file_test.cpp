@@ -413,6 +413,7 @@ TEST_F(FileTest, MappingsReportWhatFailed) {
     boxes.clear();
     platform::FailCall(c.function, 1, c.error);
     EXPECT_EQ(mapped.MapHandle(caller.handle(), Access::kRead, 0), nullptr);
+    EXPECT_EQ(mapped.size(), 0u);
     EXPECT_EQ(boxes.empty(), c.name == WideView(TEXT("GetFileSize")));
   }
 }

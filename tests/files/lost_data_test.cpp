@@ -145,6 +145,7 @@ TEST_F(LostDataTest, ListsTakeTextsOfTheirOwn) {
   EXPECT_EQ(list.Scan(list.GetName(1), TRUE, TRUE), 1);
   EXPECT_EQ(WideView(list.directory()), TEXT("C:\\dir\\"));
   list.Clear();
+  EXPECT_EQ(WideView(list.directory()), TEXT(""));
   EXPECT_EQ(list.Add(list.directory(), TRUE, TRUE), 0);
 }
 

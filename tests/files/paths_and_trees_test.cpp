@@ -80,6 +80,15 @@ TEST_F(TreesTest, PathsAreTakenApartAndPutTogether) {
   EXPECT_FALSE(PathBesideModule(nullptr, WideString(MAX_PATH, 'x').c_str(), out));
   EXPECT_EQ(GetLastError(), DWORD{ERROR_FILENAME_EXCED_RANGE});
   EXPECT_EQ(out[0], 0);
+  for (const auto& [path, end] : {std::pair{TEXT("C:\\x\\y"), 2},
+                                  {TEXT("\\\\server\\share\\x"), 14},
+                                  {TEXT("\\\\server\\\\x"), -1},
+                                  {TEXT("\\\\\\x\\y"), -1},
+                                  {TEXT("C:"), -1}}) {
+    CopyStringW(out, path);
+    const LPCWSTR found = EndOfRoot(out);
+    EXPECT_EQ(found == nullptr ? -1 : found - out, end) << end;
+  }
   EXPECT_TRUE(IsTmpFile(TEXT("x.TMP")));
   EXPECT_FALSE(IsTmpFile(TEXT(".tmp")));
   EXPECT_EQ(GetBaseName((WideString(260, 'x') + TEXT(".y")).c_str(), out), 0);
@@ -179,6 +188,10 @@ TEST_F(TreesTest, FilesAreComparedByTheirBytesOrTimes) {
     EXPECT_FALSE(IsNewer(kA, kB) || IsNewer(kB, TEXT("C:\\dir")));
   }
   EXPECT_EQ(CompareFiles(kA, TEXT("C:\\none"), CompareContents::kNo), -1);
+  PutFile(kA, "x");
+  PutFile(kB, "x");
+  platform::FailCall("CreateFileW", 2);
+  EXPECT_EQ(CompareFiles(kA, kB, CompareContents::kYes), -1);
   EXPECT_EQ(CompareFiles(TEXT("C:\\dir"), kA, CompareContents::kNo), -1);
   // The first byte of each is equal, the rest is not looked at.
   for (const LPCWSTR path : {kA, kB}) {
