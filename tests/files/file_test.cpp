@@ -74,6 +74,7 @@ TEST_F(FileTest, EveryFailedCallIsReportedWithItsReason) {
       {"SetFilePointer", [&](File& f) { return f.Tell(&number); }, IDS_SEEK_FAILED, kPath},
       {"SetFilePointer", [](File& f) { return f.Seek(1, FILE_BEGIN); }, IDS_SEEK_FAILED, kPath},
       {"SetFilePointer", [](File& f) { return f.Empty(); }, IDS_SEEK_FAILED, kPath},
+      {"SetFilePointer", [](File& f) { return f.PushPosition(); }, IDS_SEEK_FAILED, kPath},
       {"SetFilePointer", [](File& f) { return f.NewLine(File::Trim::kYes); }, IDS_SEEK_FAILED,
        kPath},
       {"GetFileSize", [&](File& f) { return f.GetSize(&number); }, IDS_SEEK_FAILED, kPath},

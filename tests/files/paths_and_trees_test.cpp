@@ -395,8 +395,10 @@ TEST_F(TreesTest, ListsAreSortedJoinedCopiedAndPruned) {
       << "no room for what lists it";
   EXPECT_EQ(list.Scan(TEXT("C:\\dir\\f?"), TRUE, FALSE), 8);
   std::filesystem::create_directories(platform::HostPath(TEXT("C:\\to")));
-  EXPECT_EQ(list.CopyTo(TEXT("C:\\to"), CopyMode::kAlways), 8);
+  EXPECT_EQ(list.CopyTo(TEXT("C:\\to"), CopyMode::kSkipExisting), 8);
   EXPECT_EQ(list.CopyTo(TEXT("C:\\to"), CopyMode::kSkipExisting), 0);
+  EXPECT_EQ(list.CopyTo(TEXT("C:\\to"), CopyMode::kAlways), 8);
+  EXPECT_EQ(CFileList().Add(TEXT("C:\\dir\\f?"), TRUE, FALSE), 8) << "to an empty list";
   PutFile(TEXT("C:\\to\\f3"), "changed");
   EXPECT_EQ(list.CopyTo(TEXT("C:\\to"), CopyMode::kSkipEqual), 1);
   EXPECT_EQ(GetFilesSize(TEXT("C:\\to\\*")), 210u);
