@@ -117,7 +117,10 @@ WCHAR GetCurrentUserSidString(LPWSTR output) {
 BOOL IsSystemAccount() {
   WCHAR sid[kSidTextCapacity];
   GetCurrentUserSidString(sid);
-  return View(sid) == TEXT("S-1-5-18");
+  for (const LPCWSTR system : {TEXT("S-1-5-18"), TEXT(".DEFAULT"), TEXT("LocalSystem")}) {
+    if (EqualAsciiNoCase(sid, system)) return TRUE;
+  }
+  return FALSE;
 }
 
 BOOL LookupAccountByRid(LPCWSTR server, DWORD rid, LPWSTR output, DWORD* capacity) {

@@ -26,8 +26,9 @@ BOOL CSharedCounter::Create(LPCWSTR mappingName, BOOL useMutex, LPCWSTR mutexNam
 BOOL CSharedCounter::MapCounter(LPCWSTR mappingName) {
   const LockScope lock(*this);
   if (IsOpen()) return TRUE;
-  // A new block is zeroed.
-  return MapBlock(TRUE, mappingName, sizeof(LONG), Quiet::kNo) != kNotCreated;
+  const Creation creation = MapBlock(TRUE, mappingName, sizeof(LONG), Quiet::kNo);
+  if (creation == kCreated) Value() = 0;
+  return creation != kNotCreated;
 }
 
 BOOL CSharedCounter::Replace(LONG expected, LONG value) {

@@ -254,10 +254,12 @@ int CTerminalServices::GetInstallMode() const {
 
 int CTerminalServices::SetInstallMode(BOOL install) const {
   if (!IsAvailable()) return 0;
+  const LoadedLibrary kernel32(TEXT("kernel32.dll"), Quiet::kNo);
+  if (!kernel32.IsLoaded()) return 0;
   const WORD major = startupContext.platform.osMajor;
   if (major != 4 && major != 5) return kUnknown;
   const auto set = FindProc<BOOL(WINAPI*)(BOOL)>(
-      TEXT("kernel32"), major == 4 ? "CtxSetIniMapping" : "SetTermsrvAppInstallMode");
+      kernel32.handle(), major == 4 ? "CtxSetIniMapping" : "SetTermsrvAppInstallMode");
   if (set == nullptr) return 0;
   // Mapping the user's files is what installing does not do.
   return set(major == 4 ? !install : install);

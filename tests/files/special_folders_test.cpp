@@ -299,6 +299,24 @@ TEST_F(DeleteWhenFreeTest, TheScriptNamesExactlyTheFile) {
 
 WideString temporaryPath;
 
+TEST_F(DeleteWhenFreeTest, NeighboursWithSimilarNamesStay) {
+  platform::SetFact("environment.X", "ed");
+  const LPCWSTR kGoing[] = {TEXT("C:\\a b\\us\u0416\u0416.dll"), TEXT("C:\\a b\\us%X%.dll"),
+                            TEXT("C:\\a b\\\u00E4.dll")};
+  const LPCWSTR kStaying[] = {kUsed, TEXT("C:\\a b\\u.dll"), TEXT("C:\\a b\\\u03A3.dll")};
+  for (const LPCWSTR path : kStaying) std::ofstream(platform::HostPath(path)) << "x";
+  for (const LPCWSTR path : kGoing) {
+    std::ofstream(platform::HostPath(path)) << "x";
+    SetFileAttributesW(path, FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN);
+    const int before = TemporaryFiles();
+    EXPECT_TRUE(DeleteWhenFree(path));
+    EXPECT_TRUE(WaitFor([&] { return !std::filesystem::exists(platform::HostPath(path)); }));
+    EXPECT_TRUE(WaitFor([before] { return TemporaryFiles() == before; }));
+  }
+  for (const LPCWSTR path : kStaying)
+    EXPECT_TRUE(std::filesystem::exists(platform::HostPath(path)));
+}
+
 DWORD WINAPI UnusualTempPath(DWORD, LPWSTR path) {
   std::filesystem::create_directory(platform::HostPath(temporaryPath));
   CopyStringW(path, MAX_PATH, temporaryPath.c_str());

@@ -2,6 +2,7 @@
 #include <signal.h>
 
 #include <atomic>
+#include <random>
 
 #include "runtime/core/handles.h"
 #include "runtime/ipc/shared_access_lock.h"
@@ -179,6 +180,60 @@ TEST_F(SharedLockTest, ALockThatCannotBeMadeLocksNothing) {
   EXPECT_TRUE(none.Enter(TRUE, 0));
   none.Leave(TRUE);
   EXPECT_EQ(Entries(), 1);
+}
+
+// What the processes of the next test share beside the lock.
+struct Proof {
+  std::atomic<int> readers, writers, violations, exclusive_rounds;
+  int data[64];
+};
+
+int ReadAndWrite(unsigned seed) {
+  platform::UseVirtualClock(false);
+  TestLock lock;
+  CSharedMemory memory;
+  if (memory.Map(TRUE, TEXT("Proof"), sizeof(Proof), Quiet::kYes) == kNotCreated) return 1;
+  auto& proof = *static_cast<Proof*>(memory.view());
+  std::mt19937 random(seed);
+  for (int round = 0; round < 10; ++round) {
+    const bool exclusive = random() % 4 == 0;
+    if (!lock.Enter(exclusive, 60'000)) return 2;
+    if (exclusive) {
+      if (proof.writers++ != 0 || proof.readers != 0) ++proof.violations;
+      ++proof.exclusive_rounds;
+      for (int& number : proof.data) {
+        number = static_cast<int>(seed * 100) + round;
+        if (&number == &proof.data[32]) Sleep(random() % 4);
+      }
+      if (--proof.writers != 0 || proof.readers != 0) ++proof.violations;
+    } else {
+      ++proof.readers;
+      if (proof.writers != 0) ++proof.violations;
+      Sleep(random() % 4);
+      for (const int number : proof.data) {
+        if (number != proof.data[0]) ++proof.violations;
+      }
+      --proof.readers;
+    }
+    lock.Leave(FALSE);
+    Sleep(random() % 3);
+  }
+  return 0;
+}
+
+TEST_F(SharedLockTest, EightProcessesReadAndWriteInTurn) {
+  platform::UseVirtualClock(false);
+  CSharedMemory memory;
+  ASSERT_EQ(memory.Map(TRUE, TEXT("Proof"), sizeof(Proof), Quiet::kNo), kCreated);
+  std::vector<pid_t> peers;
+  for (unsigned i = 0; i < 8; ++i) {
+    peers.push_back(StartPeer(directory(), [=] { return ReadAndWrite(i + 1); }));
+  }
+  for (const pid_t peer : peers) EXPECT_EQ(FinishPeer(peer), 0);
+  const auto& proof = *static_cast<Proof*>(memory.view());
+  EXPECT_EQ(proof.violations, 0);
+  EXPECT_GT(proof.exclusive_rounds, 4);
+  EXPECT_EQ(Entries(), 0);
 }
 
 TEST_F(SharedLockTest, WhoDiesInsideHoldsOthersUpForABoundedTime) {
