@@ -234,6 +234,18 @@ TEST_F(LostDataTest, NoDirectoryIsCopiedIntoItself) {
   EXPECT_FALSE(IsThere(TEXT("C:\\copy\\sub\\up")));
 }
 
+TEST_F(LostDataTest, WhatIsNoFileIsNotReplacedAndWhatIsNoPatternNotCopied) {
+  MakeDirectory(TEXT("C:\\dir\\sub"));
+  const Contents before = ContentsOf(TEXT("C:\\"));
+  EXPECT_FALSE(
+      CopyFileTo(TEXT("C:\\dir\\a"), TEXT("C:\\dir\\sub"), Overwrite::kYes, Quiet::kYes));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+  const WideString tooLong = TEXT("C:\\") + WideString(MAX_PATH, 'x');
+  EXPECT_EQ(CopyDirectory(tooLong.c_str(), TEXT("C:\\dir\\sub"), Recurse::kYes), -1);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_FILENAME_EXCED_RANGE});
+  EXPECT_EQ(ContentsOf(TEXT("C:\\")), before);
+}
+
 TEST_F(LostDataTest, WhatALinkLeadsToIsNotPartOfATree) {
   const auto outside = platform::HostPath(TEXT("C:\\dir\\a"));
   constexpr auto kOwner = std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;

@@ -407,23 +407,23 @@ TEST_F(TreesTest, ListsAreSortedJoinedCopiedAndPruned) {
   for (int i = 0; i < 8; ++i) {
     const auto path = platform::HostPath(WideString(TEXT("C:\\dir\\f")) + WCHAR('0' + i));
     std::filesystem::last_write_time(
-        path, std::filesystem::file_time_type::clock::now() - std::chrono::hours(100 - i));
+        path, std::filesystem::file_time_type::clock::now() - std::chrono::hours(10 + i));
   }
   EXPECT_TRUE(PruneOldFiles(TEXT("C:\\dir\\f*"), 9, -1, nullptr));
   EXPECT_TRUE(PruneOldFiles(TEXT("C:\\dir\\f*"), 5, 0, nullptr));
-  EXPECT_TRUE(IsThere(TEXT("C:\\dir\\f0"))) << "none may go";
+  EXPECT_TRUE(IsThere(TEXT("C:\\dir\\f7"))) << "none may go";
   for (const uint64_t allocation : {1, 2}) {
     FailAllocation(allocation);
     platform::AnswerNextBox(IDOK);
     EXPECT_FALSE(PruneOldFiles(TEXT("C:\\dir\\f*"), 5, -1, nullptr)) << allocation;
   }
   FailAllocation(0);
-  EXPECT_TRUE(PruneOldFiles(TEXT("C:\\dir\\f*"), 7, 1, TEXT("c:\\DIR\\f0")));
-  EXPECT_TRUE(IsThere(TEXT("C:\\dir\\f0")));
-  EXPECT_FALSE(IsThere(TEXT("C:\\dir\\f1")));
+  EXPECT_TRUE(PruneOldFiles(TEXT("C:\\dir\\f*"), 7, 1, TEXT("c:\\DIR\\f7")));
+  EXPECT_TRUE(IsThere(TEXT("C:\\dir\\f7"))) << "the oldest one is spared";
+  EXPECT_FALSE(IsThere(TEXT("C:\\dir\\f6")));
   EXPECT_TRUE(PruneOldFiles(TEXT("C:\\dir\\f*"), 5, -1, nullptr));
   EXPECT_EQ(list.Scan(TEXT("C:\\dir\\f*"), TRUE, FALSE), 5);
-  EXPECT_TRUE(IsThere(TEXT("C:\\dir\\f3")));
+  EXPECT_TRUE(IsThere(TEXT("C:\\dir\\f4")));
   EXPECT_EQ(list.MoveTo(TEXT("C:\\to")), 10);
   EXPECT_EQ(list.count(), 0);
   // A file whose path has no room, beside one that has.

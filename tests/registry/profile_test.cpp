@@ -69,8 +69,8 @@ TEST_F(ProfileTest, KeysComeOneByOneHoweverLongTheirListIs) {
     // Behind "[s]" and the line's end.
     WideString names, lines;
     for (size_t line = 5; line < text.size(); line += 11) {
-      names += WideString(&text[line], &text[line + 7]) + TEXT(" ");
-      lines += WideString(&text[line], &text[line + 9]) + WCHAR(0);
+      names.append(&text[line], &text[line + 7]).append(TEXT(" "));
+      lines.append(&text[line], &text[line + 9]).push_back(0);
     }
     lines += WCHAR(0);
     EXPECT_TRUE(Keys(file, TEXT("s")) == names && Keys(windows, TEXT("s")) == names) << keys;

@@ -89,7 +89,8 @@ TEST(CopyStringTest, CutsAndTerminatesAtEveryCapacity) {
     std::string narrow[2];
     for (WideString& out : wide) out = WideString(12, '#');
     for (std::string& out : narrow) out = std::string(12, '#');
-    wide[3].replace(1, 2, TEXT("a\0"), 2);
+    wide[3][1] = 'a';
+    wide[3][2] = 0;
     CopyStringW(&wide[0][1], capacity, text);
     AnsiToWide(&wide[1][1], capacity, kUtf8, CP_UTF8);
     EXPECT_EQ(FormatText(&wide[2][1], room, TEXT("%s"), text), fits) << capacity;
