@@ -237,8 +237,7 @@ TEST_F(LostDataTest, NoDirectoryIsCopiedIntoItself) {
 TEST_F(LostDataTest, WhatIsNoFileIsNotReplacedAndWhatIsNoPatternNotCopied) {
   MakeDirectory(TEXT("C:\\dir\\sub"));
   const Contents before = ContentsOf(TEXT("C:\\"));
-  EXPECT_FALSE(
-      CopyFileTo(TEXT("C:\\dir\\a"), TEXT("C:\\dir\\sub"), Overwrite::kYes, Quiet::kYes));
+  EXPECT_FALSE(CopyFileTo(TEXT("C:\\dir\\a"), TEXT("C:\\dir\\sub"), Overwrite::kYes, Quiet::kYes));
   EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
   const WideString tooLong = TEXT("C:\\") + WideString(MAX_PATH, 'x');
   EXPECT_EQ(CopyDirectory(tooLong.c_str(), TEXT("C:\\dir\\sub"), Recurse::kYes), -1);
