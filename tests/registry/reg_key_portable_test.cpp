@@ -1,6 +1,7 @@
 // RegKey on a key of the test's own below HKEY_CURRENT_USER.
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -42,17 +43,22 @@ class RegKeyPortableTest : public testing::Test {
   }
   // "name:type=bytes " for every value, then the names of the sub-keys.
   static WideString Content(RegKey& key) {
-    WideString content;
+    // The system lists them in any order.
+    std::set<WideString> values, keys;
     const BYTE* data;
     DWORD type, size;
     for (LPCWSTR name = key.FirstValue(&data, &type, &size); name != nullptr;
          name = key.NextValue(&data, &type, &size)) {
-      content += WideString(name) + TEXT(":") + static_cast<WCHAR>('0' + type) + TEXT("=");
-      for (DWORD i = 0; i < size; ++i) content += static_cast<WCHAR>(data[i] == 0 ? '.' : data[i]);
-      content += TEXT(" ");
+      WideString value = WideString(name) + TEXT(":") + static_cast<WCHAR>('0' + type) + TEXT("=");
+      for (DWORD i = 0; i < size; ++i) value += static_cast<WCHAR>(data[i] == 0 ? '.' : data[i]);
+      values.insert(value);
     }
     for (LPCWSTR name = key.FirstSubKey(); name != nullptr; name = key.NextSubKey())
-      content += WideString(name) + TEXT(" ");
+      keys.insert(name);
+    WideString content;
+    for (const auto& items : {values, keys}) {
+      for (const WideString& item : items) content += item + TEXT(" ");
+    }
     return content;
   }
   WideString Content(LPCWSTR subKey) {
@@ -149,7 +155,7 @@ TEST_F(RegKeyPortableTest, AStringReadIntoTheCallersBufferFitsWholeOrNotAtAll) {
   EXPECT_EQ(key_.ReadDefaultString(buffer, 8, Expand::kNo), 1);
   EXPECT_EQ(View(key_.GetDefaultString()), TEXT("x"));
   key_.SetDefaultString(nullptr);
-  EXPECT_EQ(Content(key_), TEXT("ended:1=a.b.c... open:1=a.b.c. :1=.. "));
+  EXPECT_EQ(Content(key_), TEXT(":1=.. ended:1=a.b.c... open:1=a.b.c. "));
 }
 
 TEST_F(RegKeyPortableTest, ExpansionIsForExpandableTextsAndIsCutToTheBuffer) {
@@ -191,7 +197,7 @@ TEST_F(RegKeyPortableTest, EmptyAndNullTextsDeleteWhereTheyShould) {
   EXPECT_TRUE(key_.SetMultiString(TEXT("m"), TEXT("ab\0c\0"), 6));
   EXPECT_TRUE(key_.SetBinary(TEXT("b"), "xyz", 2));
   EXPECT_TRUE(key_.SetDword(TEXT("d"), 'w'));
-  EXPECT_EQ(Content(key_), TEXT("m:7=a.b... b:3=xy d:4=w... "));
+  EXPECT_EQ(Content(key_), TEXT("b:3=xy d:4=w... m:7=a.b... "));
   for (const LPCWSTR strings : {TEXT(""), static_cast<LPCWSTR>(nullptr)}) {
     key_.SetSz(TEXT("m"), TEXT("x"));
     EXPECT_TRUE(key_.SetMultiString(TEXT("m"), strings));
@@ -413,7 +419,7 @@ TEST_F(RegKeyPortableTest, AValueMovedOntoItselfStays) {
   EXPECT_TRUE(again.MoveValueFrom(key_, TEXT("v"), TEXT("V")));
   EXPECT_TRUE(again.MoveValueFrom(key_, TEXT("w"), TEXT("x")));
   EXPECT_TRUE(again.RenameValue(TEXT("x"), nullptr)) << "the unnamed value";
-  EXPECT_EQ(Content(key_), TEXT("v:1=a... :1=d... other "));
+  EXPECT_EQ(Content(key_), TEXT(":1=d... v:1=a... other "));
   EXPECT_TRUE(other.CopyValueFrom(key_, TEXT("v")));
   EXPECT_TRUE(other.MoveValueFrom(key_, TEXT("v"), nullptr)) << "the same value of another key";
   EXPECT_EQ(Content(key_) + Content(other), TEXT(":1=d... other v:1=a... "));

@@ -367,11 +367,13 @@ SCENARIO(RegKey, ExpandEnvironment) {
 
 SWEEP_AREA(Settings, RuntimeTest);
 
+constexpr WCHAR kFolvane[] = TEXT("Software\\Veltmoor Software\\Folvane8");
+
 SCENARIO(Settings, Read) {
   platform::SetFact(platform::facts::kUserIsElevated, "1");
-  SetText(Key::Create(HKEY_LOCAL_MACHINE, kSettingsRoot), TEXT("t"), TEXT("text"));
+  SetText(Key::Create(HKEY_LOCAL_MACHINE, kFolvane), TEXT("t"), TEXT("text"));
   const DWORD seven = 7;
-  RegSetValueExW(Key::Create(HKEY_CURRENT_USER, kSettingsRoot), TEXT("n"), 0, REG_DWORD,
+  RegSetValueExW(Key::Create(HKEY_CURRENT_USER, kFolvane), TEXT("n"), 0, REG_DWORD,
                  reinterpret_cast<const BYTE*>(&seven), 4);
   WCHAR text[8], own[8];
   DWORD number = 0, machine = 0;
@@ -391,12 +393,12 @@ SCENARIO(Settings, Read) {
 
 SCENARIO(Settings, Write) {
   platform::SetFact(platform::facts::kUserIsElevated, "1");
-  MyDeleteKeyW(HKEY_CURRENT_USER, kSettingsRoot);
+  MyDeleteKeyW(HKEY_CURRENT_USER, kFolvane);
   const BOOL done = attempt.Call([] {
     return UserSettingsKey(KeyMode::kWrite).SetSz(TEXT("t"), TEXT("u")) &&
            MachineSettingsKey(KeyMode::kWrite).SetSz(TEXT("t"), TEXT("m"));
   });
-  attempt.Expect(done, TextAt(kSettingsRoot, TEXT("t")) == TEXT("u"));
+  attempt.Expect(done, TextAt(kFolvane, TEXT("t")) == TEXT("u"));
 }
 
 SCENARIO(Settings, SharedDllCounter) {
