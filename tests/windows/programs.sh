@@ -67,8 +67,8 @@ build=$(sed -nE 's/.* [0-9]+\.[0-9]+\.([0-9]+)$/\1/p' "$work/ver")
 kvctl 0 describe --full
 says "Windows 5.01 Build $build" "VER_NT_WORKSTATION" "administrative user"
 kvctl 0 locales
-says '0407    de-de           1252    German (Germany)' '0419    ru-ru           1251    Russian (Russia)' \
-  '0411    ja-jp           932     Japanese'
+says '0407      de-de           1252       German (Germany)' '0419      ru-ru           1251       Russian (Russia)' \
+  '0411      ja-jp           932        Japanese'
 kvctl 0 whoami
 says "User:          $(id -un)" 'Administrator: yes' 'Elevated:      yes' 'Integrity:     high (0x3000)'
 # Wine has no terminal services: WTSEnumerateSessionsW is there and finds no session, where Windows has one at least.
