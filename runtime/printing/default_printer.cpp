@@ -61,8 +61,10 @@ LRESULT SetDefaultPrinterName(LPCWSTR name) {
 
 void SetDefaultPrinterForUser(HKEY userRoot, LPCWSTR name) {
   RegKey devices, windows;
-  devices.Open(userRoot, TEXT("Software\\Microsoft\\Windows NT\\CurrentVersion\\Devices"));
-  windows.OpenRW(userRoot, TEXT("Software\\Microsoft\\Windows NT\\CurrentVersion\\Windows"));
+  if (!devices.Open(userRoot, TEXT("Software\\Microsoft\\Windows NT\\CurrentVersion\\Devices")) ||
+      !windows.OpenRW(userRoot, TEXT("Software\\Microsoft\\Windows NT\\CurrentVersion\\Windows"))) {
+    return;
+  }
   WCHAR printer[kEntryCapacity], entry[kEntryCapacity];
   if (name == nullptr || !FormatText(printer, TEXT("%s"), name)) return;
   EndAtComma(printer);
@@ -93,11 +95,11 @@ CDefaultPrinterGuard::CDefaultPrinterGuard() {
 }
 
 CDefaultPrinterGuard::~CDefaultPrinterGuard() {
+  if (saved_[0] == 0) return;
   WCHAR current[MAX_PATH];
   GetDefaultPrinterName(current, CutAtComma::kNo);
   if (EqualNoCase(current, saved_)) return;
-  // No printer has no port, and is not set. An entry that was cut would lose the end of its ports;
-  // a name gets them anew.
+  // An entry that was cut would lose the end of its ports; a name gets them anew.
   if (View(saved_).size() == MAX_PATH - 1) EndAtComma(saved_);
   SetDefaultPrinterName(saved_);
 }
