@@ -2,6 +2,8 @@
 
 #include <string.h>
 
+#include <optional>
+
 #include "runtime/core/handles.h"
 #include "runtime/core/last_error.h"
 #include "runtime/core/startup_context.h"
@@ -113,8 +115,10 @@ BOOL CDeferredFileOps::ReplaceThroughWininit(LPCWSTR source, LPCWSTR target) {
   WCHAR sourceBuffer[MAX_PATH], targetBuffer[MAX_PATH];
   const LPCWSTR shortSource = ShortPath(source, sourceBuffer);
   // Only a file that exists has a short form.
-  const Placeholder placeholder(target);
-  return wininit_.WriteString(kRenameSection, ShortPath(target, targetBuffer), shortSource);
+  std::optional<Placeholder> placeholder(target);
+  const LPCWSTR shortTarget = ShortPath(target, targetBuffer);
+  placeholder.reset();
+  return wininit_.WriteString(kRenameSection, shortTarget, shortSource);
 }
 
 BOOL CDeferredFileOps::FirstPendingRename(LPCWSTR& source, LPCWSTR& target, DWORD* listBytes) {

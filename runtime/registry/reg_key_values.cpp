@@ -136,6 +136,8 @@ DWORD RegKey::GetValueType(LPCWSTR name, DWORD required) const {
 
 int RegKey::ReadString(LPCWSTR name, LPWSTR buffer, int capacity, Expand expand) const {
   if (buffer == nullptr || capacity <= 0) return 0;
+  buffer[0] = 0;
+  if (!IsOpen() || valueData_ == nullptr) return 0;
   DWORD type = 0, size = capacity * static_cast<DWORD>(sizeof(WCHAR));
   const LSTATUS status =
       RegQueryValueExW(handle(), name, nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size);
