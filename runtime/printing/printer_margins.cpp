@@ -78,7 +78,7 @@ void Store(LPCWSTR printer, const Margins& margins) {
 
 BOOL StoreDeviceMargins(LPCWSTR productPrinter, LPCWSTR device, const DEVMODEW* devMode) {
   const CPrinterDevice printer(device, 1, devMode, nullptr);
-  if (printer.dc() == nullptr) return FALSE;
+  if (printer.dc() == nullptr || printer.devMode() == nullptr) return FALSE;
   if (!View(productPrinter).empty() && printer.verticalResolution() != 0 &&
       HasExtent(printer.GetPaperRect()) && HasExtent(printer.GetPrintableRect())) {
     Margins margins;
